@@ -1,0 +1,64 @@
+#include "support/fatal.h"
+
+#include "support/dbgout.h"
+#include "support/register_option.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+register_option abort_switch("debug:abort");
+
+void (*fatal_closer)();
+fatal_place (*fatal_describer)();
+
+} // namespace
+
+void register_fatal_closer(void (*closer)()) { fatal_closer = closer; }
+void register_fatal_describer(fatal_place (*describer)()) { fatal_describer = describer; }
+
+void abort_optimizer() { abort_optimizer(nullptr); }
+
+void abort_optimizer(const char *message) {
+    // Taken off before it runs: closing may itself fail and end up here again.
+    if (auto closer = fatal_closer) {
+        fatal_closer = nullptr;
+        closer();
+    }
+
+    if (print_debug && fdebug) {
+        FILE *stream = fdebug;
+        fdebug = nullptr;
+        fprintf(stream, "\n>>>> Optimizer terminated abnormally.\n");
+        if (message) fprintf(stream, "\n>>>> %s.\n", message);
+        if (stream != stderr) fclose(stream);
+    }
+
+    fprintf(stderr, "\n>>>> Optimizer terminated abnormally\n");
+    if (auto describer = fatal_describer) {
+        fatal_describer = nullptr;
+        fatal_place place = describer();
+        if (place.function) fprintf(stderr, ">>>>    in function %s()\n", place.function);
+        if (place.function && place.file) fprintf(stderr, ">>>>    in file \"%s\"\n", place.file);
+    }
+    if (message) fprintf(stderr, "\n>>>> %s.\n", message);
+    fputs(support_message_text(), stderr);
+
+    if (abort_switch) abort();
+    exit(1);
+}
+
+void optassert(const char *expression, const char *file, int line) {
+    if (abort_switch) fprintf(stderr, "%s:%d: %s\n", file, line, expression);
+    abort_optimizer();
+}
+
+const char *support_message_text() {
+    return "\n"
+           "This stop was caused by a defect in the optimizer, not by your program.\n"
+           "Please report it together with a complete, reproducible test case:\n"
+           "the preprocessed source or the intermediate file, and all command-line\n"
+           "options that were in effect.\n"
+           "\n";
+}
