@@ -20,31 +20,31 @@ struct EDGE {
 };
 
 struct LBL {
-    LBL *next = nullptr;   // of the same block
+    LBL *next = nullptr; // of the same block
     BBLK *block = nullptr;
-    int number = 0;        // positive from the file, negative made here
+    int number = 0; // positive from the file, negative made here
     uint16_t refcount = 0;
 };
 
 struct BBLK : serial_object<BBLK, FUNINFO> {
-    LIR::bblock *lir = nullptr;  // the late form of this block
-    BBLK *dflink = nullptr;      // next in flow order
-    BBLK *rdflink = nullptr;     // previous; the first block's is the last
-    BBLK *uolink = nullptr;      // next in order of creation
+    LIR::bblock *lir = nullptr; // the late form of this block
+    BBLK *dflink = nullptr;     // next in flow order
+    BBLK *rdflink = nullptr;    // previous; the first block's is the last
+    BBLK *uolink = nullptr;     // next in order of creation
     LIST *statements = nullptr;
     EDGE *preds = nullptr;
     EDGE *succs = nullptr;
-    EDGE *cursor = nullptr;      // of the depth-first numbering
+    EDGE *cursor = nullptr; // of the depth-first numbering
     LBL *labels = nullptr;
-    LOOP *loop = nullptr;        // innermost loop
+    LOOP *loop = nullptr; // innermost loop
     const PSN *first_psn = nullptr, *last_psn = nullptr;
-    int uon = 0;                 // order of creation, survives renumbering
-    int dfn = 0;                 // position in flow order, from 1
-    int16_t depth = 0;           // loop depth
-    uint8_t visited = 0;         // scratch; clear_visited()
-    bool test_repeated = false;  // its test repeats that of its dominator (simpcfg)
+    int uon = 0;                // order of creation, survives renumbering
+    int dfn = 0;                // position in flow order, from 1
+    int16_t depth = 0;          // loop depth
+    uint8_t visited = 0;        // scratch; clear_visited()
+    bool test_repeated = false; // its test repeats that of its dominator (simpcfg)
     SBLK *trace = nullptr;
-    double dFreqIn = -1.0;       // entry frequency
+    double dFreqIn = -1.0; // entry frequency
     int profile_word = -1;
     int profile_word2 = 0;
     // words of passes
@@ -54,6 +54,7 @@ struct BBLK : serial_object<BBLK, FUNINFO> {
     void *pass_word2 = nullptr;
 
     explicit BBLK(FUNINFO *owner);
+    ~BBLK(); // edges, labels and statements are not freed here: erase_bblock does that
 };
 
 // --- blocks (cfg.cpp) ---
@@ -90,6 +91,6 @@ LBL *find_label(int number);                 // missing is fatal
 LIST *last_statement(BBLK *);                // null for an empty block
 
 // --- building (buildcfg.cpp) ---
-void buildcfg();   // from the statement list of currfuninfo (last statement first)
-void rebuildcfg(); // renumbers, erases what can't be reached
+void buildcfg();       // from the statement list of currfuninfo (last statement first)
+void rebuildcfg();     // renumbers, erases what can't be reached
 extern BBLK *final_bb; // the exit block of the function whose graph was built last

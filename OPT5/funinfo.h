@@ -68,42 +68,42 @@ struct FUNINFO {
 
     // whole-program facts
     FUNREF *callees = nullptr;
-    BITVEC *reach = nullptr;     // recursion closure, indexed by cg_order
+    BITVEC *reach = nullptr; // recursion closure, indexed by cg_order
     unsigned size_units = 0;
     int16_t cg_order = -1;
     unsigned ncalls = 0;
     int16_t call_nargs = -1;
     SYMLIST *local_statics = nullptr;
     std::vector<CALLSITE *> call_sites;
-    uint32_t flags = 0;          // FUN_FLAG
+    uint32_t flags = 0; // FUN_FLAG
 
     // the function as read
     TYPE *return_type = nullptr;
-    EHT_ENTRY *eht = nullptr;    // entry 0 is all zero; owned
-    unsigned eht_size = 0;       // entries with entry 0
+    EHT_ENTRY *eht = nullptr; // entry 0 is all zero; owned
+    unsigned eht_size = 0;    // entries with entry 0
     const PSN *begin_psn = nullptr, *args_psn = nullptr, *locals_psn = nullptr, *end_psn = nullptr;
     int word = -1;
-    unsigned profile_mode = 0;   // 2: the writer emits EPVAL nodes
+    unsigned profile_mode = 0; // 2: the writer emits EPVAL nodes
     unsigned profile_count = ~0u;
-    std::vector<int> per_call;   // unique_call_index + 1 zero entries after reading
+    std::vector<int> per_call; // unique_call_index + 1 zero entries after reading
 
     // the flow graph
     unsigned bb_count = 0;
     BBLK *bb_list = nullptr;
-    BBLK *uo_list = nullptr;        // head of the uolink chain
-    LIST *statements = nullptr;     // while reading, last statement first
+    BBLK *uo_list = nullptr;         // head of the uolink chain
+    LIST *statements = nullptr;      // while reading, last statement first
     NODE *first_statement = nullptr; // copy of the tree that stood first when the graph was built; owned
-    Dominator *dominator = nullptr; // owned
+    Dominator *dominator = nullptr;  // owned
 
     // symbols
-    SYMTAB *symbols = nullptr;      // parameters and declared locals while reading, newest first
-    SYMTAB *temporaries = nullptr;  // made by sym_temp, newest first
-    SYMTAB *scalars = nullptr;      // after sym_split
-    SYMTAB *nonscalars = nullptr;   // after sym_split; parameters are here
+    SYMTAB *symbols = nullptr;     // parameters and declared locals while reading, newest first
+    SYMTAB *temporaries = nullptr; // made by sym_temp, newest first
+    SYMTAB *scalars = nullptr;     // after sym_split
+    SYMTAB *nonscalars = nullptr;  // after sym_split; parameters are here
     WIDENED *widened = nullptr, *shortened = nullptr;
-    LS *scopes = nullptr;           // root of the lexical scope tree; owned
-    long temp_counter = 0;          // last temporary number given
-    unsigned local_index = 0x80000000u; // next free index of a local
+    LS *scopes = nullptr;                 // root of the lexical scope tree; owned
+    long temp_counter = 0;                // last temporary number given
+    unsigned local_index = 0x80000000u;   // next free index of a local
     SYMTAB *const_pointer_parm = nullptr; // hidden result pointer, under pragma FUNC_RET_BY_CCTOR
 
     // facts noted while reading
@@ -113,7 +113,7 @@ struct FUNINFO {
     bool is_leaf = true;              // makes no calls
     bool has_vector_trees = false;    // set by seq_trees
     bool has_complex_trees = false;
-    unsigned assertion_word = 0;      // an NASSERT stayed in the body
+    unsigned assertion_word = 0; // an NASSERT stayed in the body
 
     // maps of passes, cleared per function
     SPMAP *symbol_pointees = nullptr;
@@ -124,14 +124,18 @@ struct FUNINFO {
     std::map<std::pair<SYMTAB *, fkMDATA *>, PTR *> ptr_map;
     bool has_restrict = false;
 
-    bool is_defined = false;  // a body was read
+    bool is_defined = false; // a body was read
     bool body_erased = false;
+
+    std::vector<BBLK *> &serial_slots(BBLK *) { return blocks; }
+    std::vector<LIR::inst *> &serial_slots(LIR::inst *) { return lir_insts; }
+    std::vector<LIR::reg *> &serial_slots(LIR::reg *) { return lir_regs; }
 
     bool has_flag(uint32_t mask) const { return (flags & mask) != 0; }
 };
 
-extern SYMTAB *currfunc;               // function being processed, or null
-extern FUNINFO *currfuninfo;           // its record, or null
+extern SYMTAB *currfunc;                // function being processed, or null
+extern FUNINFO *currfuninfo;            // its record, or null
 extern std::vector<SYMTAB *> functions; // functions with bodies, in the order in which passes visit them
 
 FUNINFO *make_FUNINFO(SYMTAB *);         // finds or makes

@@ -21,11 +21,11 @@ extern uint8_t op_OK_for_SP[N_OPCODES];
 extern uint8_t precedence[N_OPCODES];
 extern uint8_t side_effects[N_OPCODES]; // SIDE_EFFECT_CLASS
 
-extern uint8_t op_of_opASG[N_OPCODES];    // PLUSASG -> PLUS ...
-extern uint8_t opASG_of_op[N_OPCODES];    // the reverse
-extern uint8_t boolean_result[N_OPCODES]; // 1: yields 0 or 1
-extern uint8_t boolean_inv[N_OPCODES];    // logical negation
-extern uint8_t commute_inv[N_OPCODES];    // operator with operands exchanged
+extern uint8_t op_of_opASG[N_OPCODES];           // PLUSASG -> PLUS ...
+extern uint8_t opASG_of_op[N_OPCODES];           // the reverse
+extern uint8_t boolean_result[N_OPCODES];        // 1: yields 0 or 1
+extern uint8_t boolean_inv[N_OPCODES];           // logical negation
+extern uint8_t commute_inv[N_OPCODES];           // operator with operands exchanged
 extern uint8_t float_op_to_micro_ops[N_OPCODES]; // FEQ..FUNO to their bits, else 0
 extern uint8_t float_micro_ops_to_op[16];        // ILLOP for 0 and 15
 

@@ -5,6 +5,7 @@
 // one function body; two scopes compare only within one inline_id.
 #pragma once
 
+#include <cstdio>
 #include <vector>
 
 #include "OPT5/fwd.h"
@@ -12,7 +13,7 @@
 
 struct LS {
     LS *parent = nullptr;
-    LS *child = nullptr;   // first subscope
+    LS *child = nullptr; // first subscope
     LS *last_child = nullptr;
     LS *sibling = nullptr; // next subscope of the parent
     int number = 0;

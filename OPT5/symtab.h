@@ -17,12 +17,12 @@ enum SYM_CLASS : uint8_t {
     SC_AUTO = 1,
     SC_EXTDEF = 2,
     SC_STATIC = 3,
-    SC_REG_LOCAL = 4,  // folded to SC_AUTO by sym_def
+    SC_REG_LOCAL = 4, // folded to SC_AUTO by sym_def
     SC_EXTREF = 5,
-    SC_NOT_STACK = 6,  // kept out of the function's chains
+    SC_NOT_STACK = 6, // kept out of the function's chains
     SC_PARM = 9,
     SC_REG_PARM = 17,
-    SC_REG_LOCAL2 = 22, // folded to SC_AUTO by sym_def
+    SC_REG_LOCAL2 = 22,   // folded to SC_AUTO by sym_def
     SC_SPECIAL_PARM = 27, // becomes SC_PARM; written as 27 again
 };
 
@@ -31,7 +31,7 @@ enum SYM_CQUAL : uint16_t {
     CQ_CREGISTER = 0x10,
     CQ_FUN_INTERRUPT = 0x20, // gives FUN_is_interrupt
     CQ_REGISTER = 0x80,
-    CQ_FILE_MASK = 0x19FF,   // the bits that a file may set
+    CQ_FILE_MASK = 0x19FF, // the bits that a file may set
     CQ_ALIASED = 0x2000,
     CQ_WRITTEN = 0x4000,
     CQ_REFERENCED = 0x8000,
@@ -39,9 +39,9 @@ enum SYM_CQUAL : uint16_t {
 
 enum SYM_FLAG : uint8_t {
     SF_ALIASED = 0x01,
-    SF_LOCAL = 0x04,       // set at creation
+    SF_LOCAL = 0x04, // set at creation
     SF_HAS_INIT = 0x20,
-    SF_CLUSTERED = 0x80,   // class becomes 'm' or 'l' at finalisation
+    SF_CLUSTERED = 0x80, // class becomes 'm' or 'l' at finalisation
 };
 
 // The trees of a static initialiser; the last one is ENDINIT.
@@ -50,33 +50,33 @@ struct EXPR_LIST {
 };
 
 struct SYMTAB final : I_SYMTAB {
-    char *name = nullptr;          // owned
-    uint32_t size = 0;             // bits; the type's size unless a function
-    uint32_t value = 0;            // offset or register from the parser
-    uint8_t sclass = 0;            // SYM_CLASS
+    char *name = nullptr; // owned
+    uint32_t size = 0;    // bits; the type's size unless a function
+    uint32_t value = 0;   // offset or register from the parser
+    uint8_t sclass = 0;   // SYM_CLASS
     uint8_t class_as_read = 0;
-    uint16_t cqual = 0;            // SYM_CQUAL
-    TYPE *type = nullptr;          // normalised
-    TYPE *otype = nullptr;         // as declared
-    TYPE *cpp_type = nullptr;      // source-level type, may be null
-    uint32_t align = 0;            // bits
+    uint16_t cqual = 0;       // SYM_CQUAL
+    TYPE *type = nullptr;     // normalised
+    TYPE *otype = nullptr;    // as declared
+    TYPE *cpp_type = nullptr; // source-level type, may be null
+    uint32_t align = 0;       // bits
     LS *scope = nullptr;
     unsigned scope_word = 0;
     const PSN *psn = nullptr;
-    PRAGMA *pragmas = nullptr;     // newest first; owned
-    void *alias_list = nullptr;    // two words of the alias analysis
+    PRAGMA *pragmas = nullptr;  // newest first; owned
+    void *alias_list = nullptr; // two words of the alias analysis
     void *alias_list2 = nullptr;
-    EXPR_LIST *init = nullptr;     // static initialiser, or null; owned
-    NODE *known_init = nullptr;    // known initial value, or null; owned
-    int level = 0;                 // 0 global, 1 parameter, 2 local
+    EXPR_LIST *init = nullptr;  // static initialiser, or null; owned
+    NODE *known_init = nullptr; // known initial value, or null; owned
+    int level = 0;              // 0 global, 1 parameter, 2 local
     uint32_t location = 0;
     uint32_t option_set = 0;
-    SYMTAB *next = nullptr;        // in the owning chain
+    SYMTAB *next = nullptr; // in the owning chain
     void *list_word = nullptr;
-    unsigned sequence = 0;         // creation counter within the function; 0 for temporaries
+    unsigned sequence = 0; // creation counter within the function; 0 for temporaries
     uint16_t use_count = 0xFFFF;
     unsigned word = 0;
-    uint8_t flags = 0;             // SYM_FLAG
+    uint8_t flags = 0; // SYM_FLAG
 
     SYMTAB() = default;
     ~SYMTAB() override;
@@ -119,8 +119,8 @@ struct SYMPAIRLIST {
     SYMPAIRLIST *next = nullptr;
 };
 
-extern SYMTAB *global_symbols;  // chain through `next`, newest first
-extern SYMTAB *errno_symbol;    // null until one is defined
+extern SYMTAB *global_symbols; // chain through `next`, newest first
+extern SYMTAB *errno_symbol;   // null until one is defined
 
 void init_symbols();
 // Enters a new symbol: a global into global_symbols and the output file, else into the current function's chain.

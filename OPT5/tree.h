@@ -42,35 +42,36 @@ struct NODE final : BASE_NODE {
     NODE *left = nullptr;
     NODE *right = nullptr;
     struct {
-        INT65 lval;           // ICON/LCON value; SCON length; LABEL number; SWITCH payload; SKIP size; ASM kind; call site
+        INT65
+            lval; // ICON/LCON value; SCON length; LABEL number; SWITCH payload; SKIP size; ASM kind; call site
         union {
-            void *rval;         // by opcode:
-            SYMTAB *sym;        //   NAME, STASG: the symbol (null: none)
-            simul_fval *fval;   //   FCON: the value, owned by the node
-            const char *icall;  //   ICALL family: the name, owned by the name pool
-            TYPE *csu;          //   FIELD: the record type
+            void *rval;        // by opcode:
+            SYMTAB *sym;       //   NAME, STASG: the symbol (null: none)
+            simul_fval *fval;  //   FCON: the value, owned by the node
+            const char *icall; //   ICALL family: the name, owned by the name pool
+            TYPE *csu;         //   FIELD: the record type
         };
     } u{};
-    fkMDATA *member = nullptr;  // of a FIELD, may be null
-    int branch_hint = 0;        // on a branch target: negative unlikely, positive likely
-    void *ssa = nullptr;        // annotations of the SSA form
+    fkMDATA *member = nullptr; // of a FIELD, may be null
+    int branch_hint = 0;       // on a branch target: negative unlikely, positive likely
+    void *ssa = nullptr;       // annotations of the SSA form
     void *ssa2 = nullptr;
     LS *scope = nullptr;
     int depnum = -1;
-    TYPE *otype = nullptr;      // the type at creation, kept when `type` is normalised
+    TYPE *otype = nullptr; // the type at creation, kept when `type` is normalised
     unsigned edge_profile_value = ~0u;
     double edge_weight = -1.0;
-    DDREC *dval = nullptr;      // owned
-    LBL *label = nullptr;       // of a LABEL or LABELDEF
-    char *text = nullptr;       // SCON bytes, ASM text, cached FCON text; owned
-    PRAGMA *pragma = nullptr;   // of a PPRAGMA; owned
-    PTENV *ptenv = nullptr;     // owned
-    void *scratch = nullptr;    // per-pass use
+    DDREC *dval = nullptr;    // owned
+    LBL *label = nullptr;     // of a LABEL or LABELDEF
+    char *text = nullptr;     // SCON bytes, ASM text, cached FCON text; owned
+    PRAGMA *pragma = nullptr; // of a PPRAGMA; owned
+    PTENV *ptenv = nullptr;   // owned
+    void *scratch = nullptr;  // per-pass use
     uint16_t scratch16 = 0;
-    bool flag = false;          // copied with the node
-    unsigned i_eht_id = 0;      // exception table entry of a call
+    bool flag = false;     // copied with the node
+    unsigned i_eht_id = 0; // exception table entry of a call
     struct {
-        NODE *ocall = nullptr;  // the call that this one replaced
+        NODE *ocall = nullptr; // the call that this one replaced
     } u2;
 
     NODE(int op, TYPE *type);
@@ -160,8 +161,8 @@ NODE *maketree(int op, NODE *left, NODE *right, TYPE *type, LS *scope);
 NODE *mktree(int op, NODE *left, NODE *right, TYPE *type, SYMTAB *symbol, INT65 value);
 // What the reader needs: childless; SCONV to an enum takes the underlying type, PCONV to char* may become ISP2CHAR.
 NODE *new_node(int op, TYPE *type);
-NODE *mk_ASG(NODE *lhs, NODE *rhs);    // ASG, STASG (records) or ARASG (arrays that are no vectors)
-NODE *mk_COMMAOP(NODE *a, NODE *b);    // b when a is null
+NODE *mk_ASG(NODE *lhs, NODE *rhs); // ASG, STASG (records) or ARASG (arrays that are no vectors)
+NODE *mk_COMMAOP(NODE *a, NODE *b); // b when a is null
 NODE *mk_EXCLAIM(NODE *);
 NODE *mk_ICALL(const char *name, NODE *args, TYPE *type); // UICALL when args is null
 NODE *mk_MCALL(const char *name, NODE *args, TYPE *type); // UMCALL when args is null
@@ -182,7 +183,7 @@ LIST *mkelist(NODE *tree, LIST *next, const PSN *psn);
 LLIST *mklistlist(LIST *list, LLIST *next);
 
 // --- argument lists: left-deep chains of COMMA ---
-int arg_list_count(NODE *list);          // 0 for null
+int arg_list_count(NODE *list);           // 0 for null
 NODE *arg_list_lookup(NODE *list, int n); // n from the left, 0 the first; null at or past the count
 // Appends to a list (null: the argument itself).
 NODE *arg_list_append(NODE *list, NODE *arg);

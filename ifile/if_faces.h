@@ -68,18 +68,18 @@ struct EHT_CATCH {
 struct EHT_ENTRY {
     unsigned id = 0;
     EHT_ENTRY_KIND kind = EHK_ROOT;
-    unsigned next = 0;                // id of the entry that follows on unwinding
-    unsigned count = 0;               // number of catches of a catch entry, else as read
-    BASE_NODE *cleanup = nullptr;     // tree of a cleanup entry, may be null
-    std::vector<EHT_CATCH> catches;   // of a catch entry
+    unsigned next = 0;              // id of the entry that follows on unwinding
+    unsigned count = 0;             // number of catches of a catch entry, else as read
+    BASE_NODE *cleanup = nullptr;   // tree of a cleanup entry, may be null
+    std::vector<EHT_CATCH> catches; // of a catch entry
 };
 
 // A tree node as the file library sees it. The four members that every record has are reached through
 // base_op() and its kin; the rest are the operand fields of single opcodes.
 struct BASE_NODE {
     // Reading accessors, for the writer. Each is called only on a node of an opcode that has the field.
-    virtual I_SYMTAB *name_sym() = 0; // null: a NAME without symbol
-    virtual int field_kind() = 0;     // always 1
+    virtual I_SYMTAB *name_sym() = 0;  // null: a NAME without symbol
+    virtual int field_kind() = 0;      // always 1
     virtual fkMDATA *field_mval() = 0; // may be null
     virtual TYPE *field_csu() = 0;
     virtual uint32_t icon_uvalue() = 0;
@@ -135,10 +135,10 @@ struct I_SYMTAB {
     uint8_t policy = 0; // SYM_POLICY
 
     virtual const char *sym_name() const = 0;
-    virtual uint32_t sym_size() const = 0;  // bits
+    virtual uint32_t sym_size() const = 0; // bits
     virtual uint32_t sym_value() const = 0;
-    virtual int sym_class() const = 0;      // storage class byte
-    virtual int sym_cqual() const = 0;      // qualifier word, 16 bits
+    virtual int sym_class() const = 0; // storage class byte
+    virtual int sym_cqual() const = 0; // qualifier word, 16 bits
     virtual TYPE *sym_type() const = 0;
     virtual TYPE *sym_cpp_type() const = 0; // may be null
     virtual uint32_t sym_align() const = 0; // bits
@@ -165,10 +165,11 @@ struct IF_CLIENT {
 
     virtual bool cl_magic(int version, const char *producer) = 0;
     virtual void cl_option_set(OPTION_SET &set) = 0;
-    virtual I_SYMTAB *cl_symbol_create(const char *name, TYPE *type, TYPE *cpp_type, uint32_t size, uint32_t align,
-                                       uint32_t value, int sclass, int cqual, const PSN *psn, uint32_t location,
-                                       uint32_t option_set, int policy) = 0;
-    virtual void cl_pragma(I_SYMTAB *symbol, PRAGMA *pragma) = 0; // symbol null: a statement or file-level pragma
+    virtual I_SYMTAB *cl_symbol_create(const char *name, TYPE *type, TYPE *cpp_type, uint32_t size,
+                                       uint32_t align, uint32_t value, int sclass, int cqual, const PSN *psn,
+                                       uint32_t location, uint32_t option_set, int policy) = 0;
+    virtual void cl_pragma(I_SYMTAB *symbol,
+                           PRAGMA *pragma) = 0; // symbol null: a statement or file-level pragma
     virtual void cl_symbol_init(I_SYMTAB *symbol, std::vector<BASE_NODE *> &trees) = 0; // last is ENDINIT
     virtual void cl_symbol_def(I_SYMTAB *symbol) = 0;
     virtual void cl_expr(BASE_NODE *tree, const PSN *psn) = 0;

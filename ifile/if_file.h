@@ -78,15 +78,15 @@ constexpr char IF_MAGIC[] = "!<icode>\n"; // 10 bytes with its NUL
 
 // A record field or rule that depends on the version of the file; see if_tags.cpp for the table.
 enum IF_GATE {
-    GATE_HEADER_EXTRA,      // header's extra word: version >= -83
-    GATE_SYM_POLICY,        // symbol's last byte: version >= -71
-    GATE_MEMBER_FTI,        // member's fti byte: version >= -74
-    GATE_MEMBER_NEW_BITS,   // member's newer bit-field layout: version >= -85
-    GATE_STRUCT_VECTOR,     // record's struct-vector bool: version >= -84
-    GATE_CPP,               // enum's and record's cpp bool: version >= -81
-    GATE_ARRAY_VECTOR,      // array's vector bool: version >= -76
-    GATE_ARRAY_IGNORED,     // array's ignored bool: version -75 and -74
-    GATE_UNION_UNORDERED,   // union members may be compared in any order: version >= -80
+    GATE_HEADER_EXTRA,    // header's extra word: version >= -83
+    GATE_SYM_POLICY,      // symbol's last byte: version >= -71
+    GATE_MEMBER_FTI,      // member's fti byte: version >= -74
+    GATE_MEMBER_NEW_BITS, // member's newer bit-field layout: version >= -85
+    GATE_STRUCT_VECTOR,   // record's struct-vector bool: version >= -84
+    GATE_CPP,             // enum's and record's cpp bool: version >= -81
+    GATE_ARRAY_VECTOR,    // array's vector bool: version >= -76
+    GATE_ARRAY_IGNORED,   // array's ignored bool: version -75 and -74
+    GATE_UNION_UNORDERED, // union members may be compared in any order: version >= -80
     N_IF_GATES
 };
 // Whether a file of this version has the gated thing.
@@ -98,7 +98,16 @@ struct IF_GATE_ROW {
 extern const IF_GATE_ROW if_gates[N_IF_GATES];
 
 // The areas of a file in file order, with their place in the order of reading.
-enum IF_AREA { AREA_HEADER, AREA_MAIN, AREA_INIT, AREA_OPTIONS, AREA_TYPES, AREA_FILES, AREA_GLOBALS, N_IF_AREAS };
+enum IF_AREA {
+    AREA_HEADER,
+    AREA_MAIN,
+    AREA_INIT,
+    AREA_OPTIONS,
+    AREA_TYPES,
+    AREA_FILES,
+    AREA_GLOBALS,
+    N_IF_AREAS
+};
 struct IF_AREA_ROW {
     IF_AREA area;
     int tag;           // tag of its records, 0 for the main stream
@@ -141,9 +150,9 @@ class I_FILE {
     // --- reading (if_file.cpp) ---
     void if_read_file();
     bool if_read_magic(bool quiet = true); // the header again, from offset 0
-    bool if_check_lengths();               // walks the main stream by frames; false (and a line) on an unknown tag
-    bool if_read_record();                 // one record of the main stream; false at its 255
-    void if_read_func(uint32_t offset);    // to the next I_EF, from `offset` if nonzero
+    bool if_check_lengths(); // walks the main stream by frames; false (and a line) on an unknown tag
+    bool if_read_record();   // one record of the main stream; false at its 255
+    void if_read_func(uint32_t offset); // to the next I_EF, from `offset` if nonzero
     void if_skip_func();
     void if_read_options();
     void if_read_file_names();
@@ -186,7 +195,7 @@ class I_FILE {
     void i_flush(int tag); // frames the buffered payload as a record
 
     // --- tables (if_file.cpp, if_sym.cpp) ---
-    unsigned i_enter_file_name(const char *name); // 1.. ; writing: shares equal names
+    unsigned i_enter_file_name(const char *name);   // 1.. ; writing: shares equal names
     const char *i_get_file_name(unsigned id) const; // null for 0 or an unknown id
     unsigned i_get_file_id(const char *name) const; // 0 if absent
     void if_enter_option_set(const OPTION_SET &set);
@@ -212,10 +221,10 @@ class I_FILE {
 
     // --- types (if_rtype.cpp, if_wtype.cpp) ---
     void if_read_type(uint32_t length);
-    TYPE *find_typeref(uint32_t id); // null for 0; refuses an unknown id
+    TYPE *find_typeref(uint32_t id);                                // null for 0; refuses an unknown id
     fkMDATA *find_mdataref(uint32_t csu_id, uint32_t member_index); // null when the record has no such member
     void enter_type(uint32_t id, TYPE_INFO info);
-    void if_end_type_area(); // refuses types whose lists never ended
+    void if_end_type_area();                   // refuses types whose lists never ended
     bool if_write_all_types(bool named_types); // true when something was written
     void if_mark_global_types();
     void if_write_type(TYPE *);
@@ -237,7 +246,7 @@ class I_FILE {
     // Reads a tree; with `header` its root's frame header too, else the caller has read it. Explicit stack: any
     // depth goes. Null is never given.
     BASE_NODE *if_read_expr_node(bool header);
-    void if_read_expr_header(); // statement: position, tree; calls cl_expr
+    void if_read_expr_header();                          // statement: position, tree; calls cl_expr
     void if_write_expr(BASE_NODE *tree, const PSN *psn); // tree may be null: the statement head alone
     void if_write_expr_node(BASE_NODE *tree);
 
@@ -275,7 +284,8 @@ class I_FILE {
     void if_write_source(const char *file);
     void if_write_comment(const char *text);
     void if_write_init(I_SYMTAB *); // the first one ends the main stream
-    void if_write_loop(unsigned number, unsigned parent, uint64_t min, uint64_t max, uint64_t factor, unsigned flags);
+    void if_write_loop(unsigned number, unsigned parent, uint64_t min, uint64_t max, uint64_t factor,
+                       unsigned flags);
     void if_write_inloop(unsigned number, I_SYMTAB *lcv, unsigned flags); // lcv null: no control variable
     void if_write_dep_vector(unsigned id, unsigned flags, unsigned count, const uint8_t *element_flags,
                              const int8_t *distances);

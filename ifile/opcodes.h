@@ -9,7 +9,7 @@
 enum OPCODE : int {
 #define OPCODE_ROW(id, name, operands, precedence, effects, sp) name = id,
 #include "ifile/opcodes.def"
-    N_OPCODES = 223,       // one above the largest id
+    N_OPCODES = 223,         // one above the largest id
     FIRST_NON_FILE_OP = 164, // opcodes from here on never stand in a file
 };
 
