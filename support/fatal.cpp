@@ -18,14 +18,18 @@ fatal_place (*fatal_describer)();
 void register_fatal_closer(void (*closer)()) { fatal_closer = closer; }
 void register_fatal_describer(fatal_place (*describer)()) { fatal_describer = describer; }
 
-void abort_optimizer() { abort_optimizer(nullptr); }
-
-void abort_optimizer(const char *message) {
+void run_closing_hooks() {
     // Taken off before it runs: closing may itself fail and end up here again.
     if (auto closer = fatal_closer) {
         fatal_closer = nullptr;
         closer();
     }
+}
+
+void abort_optimizer() { abort_optimizer(nullptr); }
+
+void abort_optimizer(const char *message) {
+    run_closing_hooks();
 
     if (print_debug && fdebug) {
         FILE *stream = fdebug;

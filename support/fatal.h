@@ -33,6 +33,9 @@ struct fatal_place {
 // CLOSER closes all intermediate files and removes the output file. Null unregisters.
 void register_fatal_closer(void (*closer)());
 
+// Runs the closer, once. For the other ways out with status 1: a type package that is at fault, a refused input.
+void run_closing_hooks();
+
 // DESCRIBER names the function in work. The texts must stay valid until exit. Null unregisters.
 void register_fatal_describer(fatal_place (*describer)());
 
