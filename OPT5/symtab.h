@@ -100,7 +100,7 @@ struct SYMTAB final : I_SYMTAB {
     void set_level(int l) override { level = l; }
     void set_location(uint32_t l) override { location = l; }
 
-    bool is_function() const { return type && type->stds_kind() == K_func; }
+    bool is_function() const { return type && type->is_func(); }
     bool is_global() const { return level == 0; }
     bool is_aliased() const { return flags & SF_ALIASED; }
 };

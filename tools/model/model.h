@@ -50,25 +50,27 @@ struct MSYM final : I_SYMTAB {
     void set_location(uint32_t l) override { location = l; }
 
     const PRAGMA *find_pragma(int number) const; // null if absent
-    bool is_function() const { return type && type->stds_kind() == K_func; }
+    bool is_function() const { return type && type->is_func(); }
 };
 
 struct MNODE final : BASE_NODE {
     int op = 0;
     TYPE *type = nullptr;
     MNODE *left = nullptr, *right = nullptr;
-    int64_t value = 0;       // ICON; LABEL, VREG number; SKIP bytes; SWITCH cases; CALL site; EPVAL value; DDNODE id
-    unsigned eh = 0;         // CALL, UCALL: exception table entry
+    int64_t value =
+        0;           // ICON; LABEL, VREG number; SKIP bytes; SWITCH cases; CALL site; EPVAL value; DDNODE id
+    unsigned eh = 0; // CALL, UCALL: exception table entry
     unsigned flags = 0, flags2 = 0; // DDNODE
     union {
         MSYM *sym = nullptr; // NAME (null: none)
         TYPE *csu;           // FIELD
     };
     fkMDATA *member = nullptr; // FIELD; may be null
-    std::string text;        // SCON bytes; FCON, LCON text; name of the ICALL family
-    int tool = 0;            // for the tool that works on the model
+    std::string text;          // SCON bytes; FCON, LCON text; name of the ICALL family
+    int tool = 0;              // for the tool that works on the model
 
     I_SYMTAB *name_sym() override { return sym; }
+    int field_kind() override { return 1; }
     fkMDATA *field_mval() override { return member; }
     TYPE *field_csu() override { return csu; }
     uint32_t icon_uvalue() override { return uint32_t(value); }
@@ -157,7 +159,7 @@ struct MITEM {
 struct MODEL {
     int version = IF_VERSION; // as read; what is written is always IF_VERSION
     std::string producer;
-    std::string file_name;      // for messages
+    std::string file_name; // for messages
     std::vector<OPTION_SET> options;
     std::vector<MSYM *> globals; // by index
     std::vector<MRECORD> inits;  // IF_INIT records in file order
@@ -171,14 +173,14 @@ struct MODEL {
 
     // --- makers ---
     MNODE *node(int op, TYPE *type, MNODE *left = nullptr, MNODE *right = nullptr);
-    MNODE *name(MSYM *);                       // NAME with the symbol's type
-    MNODE *icon(int64_t value, TYPE *type);    // ICON within 32 bits, else LCON
+    MNODE *name(MSYM *);                    // NAME with the symbol's type
+    MNODE *icon(int64_t value, TYPE *type); // ICON within 32 bits, else LCON
     MNODE *label(int number, TYPE *type);
     MSYM *symbol(const char *name, TYPE *type, int sclass); // size and alignment from the type
     PRAGMA *pragma(int number, std::vector<std::string> args);
-    void add_pragma(MSYM *, PRAGMA *);         // becomes the newest
+    void add_pragma(MSYM *, PRAGMA *);                                // becomes the newest
     const PSN *psn(const char *file, unsigned line, unsigned column); // pooled
-    const char *file(const char *name);        // pooled text
+    const char *file(const char *name);                               // pooled text
     MNODE *copy(const MNODE *tree);
 
     std::deque<MNODE> node_arena;
