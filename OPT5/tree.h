@@ -15,6 +15,9 @@
 // An argument list is a left-deep chain of COMMA. Makers here never simplify. Memory: nodes come from operator
 // new of this record (a free list per process) and go by erase_tree; a second erase of a node is fatal.
 // Copies, walks and erasure use an explicit stack or loop where a chain can be long (lists, either spine).
+//
+// A NODE is two cache lines: what walkers read stands in the first. Words that few nodes need share a place
+// (a FIELD has a member, a LABEL a label: each is valid for its opcodes only) or stand in NODE_RARE.
 #pragma once
 
 #include <string>
@@ -36,14 +39,28 @@ struct DDREC {
     unsigned flags2 = 0;
 };
 
+// What few nodes have; made when first set, and gone with the node.
+struct NODE_RARE {
+    double edge_weight = -1.0;     // -1.0 until known
+    PTENV *ptenv = nullptr;        // points-to environment; owned
+    NODE *ocall = nullptr;         // the call that this one replaced
+    FUNINFO *call_owner = nullptr; // of a call: the function that it was read in
+    void *ssa2 = nullptr;          // second word of the SSA form
+    void *scratch = nullptr;       // per-pass use
+    uint16_t scratch16 = 0;
+};
+
 struct NODE final : BASE_NODE {
-    int op = NOP;
+    int16_t op = NOP;
+    int8_t branch_hint = 0; // on a branch target: negative unlikely, positive likely
+    bool flag = false;      // copied with the node
+    unsigned i_eht_id = 0;  // exception table entry of a call
     TYPE *type = nullptr;
     NODE *left = nullptr;
     NODE *right = nullptr;
     struct {
         INT65
-            lval; // ICON/LCON value; SCON length; LABEL number; SWITCH payload; SKIP size; ASM kind; call site
+            lval; // ICON/LCON value; SCON length; LABEL number; SWITCH cases; SKIP size; ASM kind; call site
         union {
             void *rval;        // by opcode:
             SYMTAB *sym;       //   NAME, STASG: the symbol (null: none)
@@ -52,27 +69,30 @@ struct NODE final : BASE_NODE {
             TYPE *csu;         //   FIELD: the record type
         };
     } u{};
-    fkMDATA *member = nullptr; // of a FIELD, may be null
-    int branch_hint = 0;       // on a branch target: negative unlikely, positive likely
-    void *ssa = nullptr;       // annotations of the SSA form
-    void *ssa2 = nullptr;
+    // --- second cache line ---
     LS *scope = nullptr;
-    int depnum = -1;
     TYPE *otype = nullptr; // the type at creation, kept when `type` is normalised
+    union {
+        void *payload = nullptr;
+        fkMDATA *member; // of a FIELD, may be null
+        LBL *label;      // of a LABEL or LABELDEF
+        PRAGMA *pragma;  // of a PPRAGMA; owned
+    };
+    char *text = nullptr;            // SCON bytes, ASM text, cached FCON text; owned, from malloc
+    DDREC *dval = nullptr;           // owned
+    void *ssa = nullptr;             // annotation of the SSA form
+    NODE_RARE *rare_words = nullptr; // owned; see below
+    int depnum = -1;
     unsigned edge_profile_value = ~0u;
-    double edge_weight = -1.0;
-    DDREC *dval = nullptr;    // owned
-    LBL *label = nullptr;     // of a LABEL or LABELDEF
-    char *text = nullptr;     // SCON bytes, ASM text, cached FCON text; owned
-    PRAGMA *pragma = nullptr; // of a PPRAGMA; owned
-    PTENV *ptenv = nullptr;   // owned
-    void *scratch = nullptr;  // per-pass use
-    uint16_t scratch16 = 0;
-    bool flag = false;     // copied with the node
-    unsigned i_eht_id = 0; // exception table entry of a call
-    struct {
-        NODE *ocall = nullptr; // the call that this one replaced
-    } u2;
+
+    // The rare words: reading never makes the record, setting does.
+    double edge_weight() const { return rare_words ? rare_words->edge_weight : -1.0; }
+    PTENV *ptenv() const { return rare_words ? rare_words->ptenv : nullptr; }
+    NODE *ocall() const { return rare_words ? rare_words->ocall : nullptr; }
+    FUNINFO *call_owner() const { return rare_words ? rare_words->call_owner : nullptr; }
+    void *ssa2() const { return rare_words ? rare_words->ssa2 : nullptr; }
+    void *scratch() const { return rare_words ? rare_words->scratch : nullptr; }
+    NODE_RARE &rare() { return rare_words ? *rare_words : *(rare_words = new NODE_RARE); }
 
     NODE(int op, TYPE *type);
     ~NODE() override;
@@ -124,10 +144,12 @@ struct NODE final : BASE_NODE {
     TYPE *base_type() const override { return type; }
     BASE_NODE *base_left() const override { return left; }
     BASE_NODE *base_right() const override { return right; }
-    void set_base_op(int o) override { op = o; }
+    void set_base_op(int o) override { op = int16_t(o); }
     void set_base_left(BASE_NODE *n) override { left = static_cast<NODE *>(n); }
     void set_base_right(BASE_NODE *n) override { right = static_cast<NODE *>(n); }
 };
+
+static_assert(sizeof(NODE) == 128);
 
 // One statement.
 struct LIST {
