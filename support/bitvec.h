@@ -77,14 +77,14 @@ struct BITVEC {
     bool is_empty() const;
 
     // Two-operand operations; the operand may be the vector itself.
-    bool union_with(const BITVEC *other);        // this |= other; true if that changed a bit that was there
+    bool union_with(const BITVEC *other);        // this |= other; true if this changed, growth included
     void merge(const BITVEC *other);             // this |= other
     void and3(const BITVEC *a, const BITVEC *b); // this = a & b; bits beyond the smaller operand are cleared
     void clr(uint32_t first, uint32_t last);     // clears bits first to last, as far as they exist
     bool cmp_cpy(const BITVEC *other);           // this = other, size included; true if that changed anything
     // Copies bits first to last, as far as `from` has them; others stay. Grows to hold them.
     void bv_copy_seg(BITVEC *from, uint32_t first, uint32_t last);
-    // this = a & ~b; bits of a beyond the size of b are copied. Grows to the size of a; further bits stay.
+    // this = a & ~b; bits of a beyond the size of b are copied. Grows to the size of a; what lies beyond is cleared.
     void bv_diff(BITVEC *a, BITVEC *b);
 
     bool same_elements(const BITVEC *other) const; // whatever the sizes
@@ -110,7 +110,7 @@ struct BITVEC {
     ITERATOR begin() const { return {this, next(0)}; }
     ITERATOR end() const { return {this, NONE}; }
 
-    // "[1, 4-7]" to standard output, flushed; and the same below a heading with the number of elements.
+    // "[1, 4-7]" to standard output, flushed; and the same below a heading with the size.
     void bv_print() const;
     void bv_dump() const;
     // Takes the report of a misuse. Prints nothing; a place for a breakpoint.
