@@ -36,7 +36,7 @@ struct BBLK : serial_object<BBLK, FUNINFO> {
     EDGE *succs = nullptr;
     EDGE *cursor = nullptr; // of the depth-first numbering
     LBL *labels = nullptr;
-    LOOP *loop = nullptr; // innermost loop
+    struct LOOP *loop = nullptr; // innermost loop
     const PSN *first_psn = nullptr, *last_psn = nullptr;
     int uon = 0;                // order of creation, survives renumbering
     int dfn = 0;                // position in flow order, from 1

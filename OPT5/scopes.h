@@ -23,7 +23,7 @@ struct LS {
     SYMTAB *inlined_function = nullptr; // of the root of an integrated body
     unsigned call_site = 0;
     std::vector<SYMTAB *> pointer_symbols, csu_symbols, array_symbols, other_symbols;
-    LOOP *loop = nullptr;
+    struct LOOP *loop = nullptr;
 
     void add_symbol(SYMTAB *);
     void assign_scope_to_tree(NODE *);

@@ -60,4 +60,4 @@ struct INLOOP {
     unsigned flags = 0;    // of the control variable
 };
 // Filled in by the loop optimizer: how to describe a LOOP. Null while there are none.
-extern INLOOP (*describe_loop)(const LOOP *);
+extern INLOOP (*describe_loop)(const struct LOOP *);
