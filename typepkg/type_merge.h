@@ -5,6 +5,8 @@
 // them apart. All are symmetric and take shared substructure once, so that the cost is linear in the
 // number of distinct pairs, and a record that refers to itself is unfolded once.
 //
+// Merging first walks the pairs that must agree, and joins them only when all do, parts before wholes: a
+// mismatch deep inside leaves nothing half merged, and a record that leads back to itself ends the walk.
 // Merging joins equal types of different units: one becomes the representative of the other (`equiv`).
 // The optimizer reads one unit, where nothing is merged.
 #pragma once
@@ -31,3 +33,5 @@ void mark_named_types(TYPE *root, bool flag);
 // Everything that a marked type is built on is to be written.
 void mark_refed_types(TYPE *root);
 void mark_func_args(TYPE *func);
+// Forgets what was marked and written, for another file from the same package.
+void clear_output_marks(TYPE *root);

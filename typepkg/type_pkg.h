@@ -265,6 +265,8 @@ struct TYPE {
     virtual ~TYPE();
     TYPE(const TYPE &) = delete;
     TYPE &operator=(const TYPE &) = delete;
+    static void *operator new(size_t bytes);
+    static void operator delete(void *memory, size_t bytes);
 
     // ---- fields; read freely, changed by the package only
     UID uid = 0;
@@ -510,7 +512,8 @@ struct TYPE_PKG {
     char error_text[4096] = "";
     void (*error_handler)(TYPE_PKG *) = nullptr;
 
-    static TYPE *root_type;
+    TYPE *root = nullptr;   // void, with no uid: everything hangs below it
+    static TYPE *root_type; // that of the package made last
     static int abi;         // 1: the embedded ABI, 64-bit things aligned to 64; else to 32
     static int tp_count;    // packages alive
     static int cpu_version; // target silicon code
@@ -611,8 +614,12 @@ struct TYPE_PKG {
     std::unique_ptr<TABLE> table;
     std::unique_ptr<NAMES> names;
     unsigned fake_names = 0;
+    unsigned merges = 0;       // types that have a representative
+    BASED_LIST open_functions; // made and not yet registered
 
     TYPE *new_type(KIND kind, uint64_t size, uint32_t align);
+    TYPE *mk_int_of_sign(TYPE *integral, bool is_unsigned);
+    const char *tag_name(const char *name);
     void normalize_basic_types();
     void update_basic_types();
     void link_based(TYPE *type, const char *name);

@@ -11,3 +11,5 @@ inline constexpr unsigned TYPE_PRINT_LIMIT = 200;
 
 // "const volatile " and so on for a set of qualifier bits, each word with its space; "" for none.
 std::string qualifier_words(unsigned bits);
+// One line of text for a type that stands `depth` parameter lists deep inside another.
+std::string type_text(const TYPE *t, unsigned depth);
