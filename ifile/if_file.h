@@ -14,6 +14,8 @@
 // Reading. The file is read into memory whole, so that each length and offset is checked against what is there.
 // if_read_file reads file names, types, globals, initialisers, then the main stream, and calls the client for
 // each record. Every malformed byte is refused through bad_file with its offset: nothing is believed unchecked.
+// The areas must follow each other in file order without gaps and fill the file. if_func.cpp has the table of the
+// main stream: which record may stand where in a function.
 // Texts and PSNs handed to the client stay valid as long as the I_FILE exists (a text from i_read_string until
 // the next one).
 //
@@ -112,6 +114,7 @@ struct IF_AREA_ROW {
     IF_AREA area;
     int tag;           // tag of its records, 0 for the main stream
     int read_position; // 0 first; header and options are read by if_open, the others by if_read_file
+    const char *what;  // for messages
 };
 extern const IF_AREA_ROW if_area_order[N_IF_AREAS];
 
@@ -126,15 +129,32 @@ struct TYPE_INFO {
 using IF_BAD_FILE_HANDLER = void (*)(const char *text);
 extern IF_BAD_FILE_HANDLER if_bad_file_handler;
 
+// Bytes that are appended to. Grows by half or by what is needed; ends the program when there is no memory.
+struct IF_BUFFER {
+    char *start = nullptr, *pos = nullptr, *end = nullptr;
+
+    IF_BUFFER() = default;
+    IF_BUFFER(const IF_BUFFER &) = delete;
+    IF_BUFFER &operator=(const IF_BUFFER &) = delete;
+    ~IF_BUFFER();
+    size_t size() const { return size_t(pos - start); }
+    void clear() { pos = start; }
+    void need(size_t n) {
+        if (size_t(end - pos) < n) grow(n);
+    }
+    void grow(size_t n);
+};
+
 class I_FILE {
   public:
     // --- opening and closing (if_file.cpp) ---
 
-    // Opens a file for reading: header and option sets. Takes over `file`. Null when the header is refused (the
-    // stream is closed then); anything malformed behind a good header goes to bad_file.
-    static I_FILE *if_open(FILE *file, IF_CLIENT *client);
+    // Opens a file for reading: header and option sets. Takes over `file`. Null when the header is refused or the
+    // stream can't be read (the stream is closed then); anything malformed behind a good header goes to bad_file.
+    // `display_name` (null: "intermediate file") stands for the file in messages.
+    static I_FILE *if_open(FILE *file, IF_CLIENT *client, const char *display_name = nullptr);
     // Reads the header alone; null when refused. if_open is this plus the option area.
-    static I_FILE *if_open_basic(FILE *file, IF_CLIENT *client);
+    static I_FILE *if_open_basic(FILE *file, IF_CLIENT *client, const char *display_name = nullptr);
     // Opens a file for writing; `file` (taken over) must be seekable. Types referred to come from `package`.
     static I_FILE *if_create(FILE *file, TYPE_PKG *package, const char *producer);
     // Writes what is left (unless the file is a reading one or `abandon`), frees the object and closes the stream.
@@ -149,11 +169,13 @@ class I_FILE {
 
     // --- reading (if_file.cpp) ---
     void if_read_file();
-    bool if_read_magic(bool quiet = true); // the header again, from offset 0
+    // The header again, from offset 0, keeping the position; false when it is refused, with a line on standard
+    // error unless `quiet`.
+    bool if_read_magic(bool quiet = true);
     bool if_check_lengths(); // walks the main stream by frames; false (and a line) on an unknown tag
     bool if_read_record();   // one record of the main stream; false at its 255
-    void if_read_func(uint32_t offset); // to the next I_EF, from `offset` if nonzero
-    void if_skip_func();
+    void if_read_func(uint32_t offset); // to behind the next I_EF, from `offset` if nonzero; stops at a 255
+    void if_skip_func();                // the same by frames alone
     void if_read_options();
     void if_read_file_names();
     void if_read_type_defs();
@@ -162,8 +184,8 @@ class I_FILE {
     void if_copy_raw(uint32_t from, uint32_t length, I_FILE *to);
     void if_copy_symbols(I_FILE *to);
 
-    // --- primitives (if_prim.cpp) ---
-    // Each read checks the end of the current record's payload and of the file.
+    // --- primitives (if_prim.cpp, if_prim_inl.h) ---
+    // Each read checks the end of the current record's payload; outside a record only a header can be read.
     unsigned i_read_u8();
     int i_read_s8();
     bool i_read_bool();
@@ -177,9 +199,12 @@ class I_FILE {
     void i_read_raw(void *to, unsigned n);
     const PSN *i_read_psn(); // null for file id 0; lives as long as this object
     void i_read_skip(unsigned n);
+    // A count of things that take at least `least` bytes each: refused when the payload can't hold so many.
+    uint32_t i_read_count(unsigned least);
+    uint32_t i_payload_left() const { return record_end_ - position_; }
     // Reads a tag and, below 255, the payload's length; the payload must lie in the file.
     void i_read_header(int &tag, uint32_t &length);
-    void i_end_record(); // the payload must be used up exactly, else bad_file
+    void i_end_record(); // the payload must be used up exactly, else bad_file; calling it again is harmless
 
     void i_write_i8(int);
     void i_write_bool(bool);
@@ -293,11 +318,18 @@ class I_FILE {
     void if_write_ldspec_induct(unsigned id, uint32_t a, int32_t b, TYPE *, I_SYMTAB *);
     void if_write_ldspec_rand(unsigned id, uint32_t a, uint32_t b, TYPE *, I_SYMTAB *);
     void if_write_ldspec_region(unsigned id, uint32_t a);
-    void if_write_func_eht(EHT_ENTRY *entries, unsigned n);
+    void if_write_func_eht(EHT_ENTRY *entries, unsigned n); // the three below for a whole table
+    void if_write_eht_hdr(unsigned n);
+    void if_write_eht_entry(EHT_ENTRY &);             // and what stands behind it by its kind
+    void if_write_eht_catch_entry(const EHT_CATCH &); // into the record that is built
+    void if_write_mbank(const uint32_t words[5]);
     void if_write_func_info(int what);
 
-    // Refuses the file that is read: "FILE: malformed at byte N: what". Does not return.
+    // Refuses the file that is read: "FILE: malformed at byte N: what". N is the first byte of the current record, or
+    // for bad_file_at the one given. Does not return.
     [[noreturn]] void bad_file(const char *format, ...) const __attribute__((format(printf, 2, 3)));
+    [[noreturn]] void bad_file_at(uint32_t offset, const char *format, ...) const
+        __attribute__((format(printf, 3, 4)));
     // For messages: set by whoever opened the stream; "intermediate file" unless set.
     void set_display_name(const char *name) { display_name_ = name; }
 
@@ -306,6 +338,39 @@ class I_FILE {
     friend struct IF_TYPE_READER;
     friend struct IF_TYPE_WRITER;
     friend struct IF_EXPR_READER;
+    friend struct IF_EXPR_WRITER;
+    friend struct IF_RECORD_ROW;
+
+    // Where in the main stream the reader stands.
+    enum PHASE : uint8_t { OUTSIDE, IN_ARGS, IN_LOCALS, IN_BODY, IN_IR };
+
+    // if_file.cpp
+    bool load_image();
+    const char *header_fault(); // reads the header; null, or why it is refused
+    void check_area_offsets() const;
+    uint32_t area_end(IF_AREA) const;   // where the area that follows in the file begins, or the file's end
+    void check_area_end(IF_AREA) const; // the position must be there
+    template <class F> void read_area(IF_AREA, F each);
+    void if_read_option_set();
+    void end_main_stream();
+    void write_areas(bool named_types);
+    int read_record(); // gives its tag
+    // if_prim.cpp
+    [[noreturn]] void bad_field(unsigned bytes) const; // the payload ends before a field of so many bytes
+    uint32_t read_long_uint();
+    int32_t read_long_sint();
+    [[noreturn]] void bad_file_v(uint32_t offset, const char *format, va_list args) const;
+    void hand_over(); // pending bytes to the stream
+    [[noreturn]] static void write_fault(const char *format, ...) __attribute__((format(printf, 1, 2)));
+    // if_sym.cpp
+    void expect_record(int tag, const char *where); // reads a header, which must be of that tag
+    PRAGMA *read_pragma();
+    uint32_t index_of(I_SYMTAB *) const; // as records name it; ends the program when the symbol has none
+    // if_func.cpp
+    void enter_function(PHASE);
+    void leave_function();
+    I_SYMTAB *function_symbol(uint32_t index);
+    void write_ldspec_symbol(TYPE *, I_SYMTAB *);
 
     std::string producer_;
     FILE *file_ = nullptr;
@@ -320,27 +385,39 @@ class I_FILE {
     std::unordered_map<uint32_t, TYPE_INFO> types_; // file's type id -> type
     std::vector<uint32_t> open_types_;              // ids whose lists have not all ended
     std::deque<std::string> file_names_;            // id 1 is the first; a deque, so that c_str stays put
-    std::unordered_map<std::string, unsigned> file_ids_;
-    std::unordered_map<const char *, unsigned> file_ids_by_pointer_;
+    std::unordered_map<std::string, unsigned> file_ids_; // writing only
+    unsigned last_file_id_ = 0;                          // the name entered last
     std::vector<I_SYMTAB *> globals_;
     std::vector<I_SYMTAB *> locals_;
-    std::deque<PSN> positions_; // PSNs given to the client
+    std::vector<int> local_levels_; // the level at which each of locals_ was entered
+    std::deque<PSN> positions_;     // PSNs given to the client; equal neighbours share one
     std::string display_name_ = "intermediate file";
 
     // reading: the whole file in memory
     std::vector<char> image_; // one NUL behind the last byte
     uint32_t image_size_ = 0;
     uint32_t position_ = 0;
-    uint32_t record_end_ = 0;   // payload end of the current record; image_size_ outside a record
-    uint32_t record_start_ = 0; // tag byte of the current record, for messages
-    uint32_t main_stream_ = 0;  // offset behind the header
-    bool in_function_ = false;
+    uint32_t record_end_ = 0;    // payload end of the current record; outside a record it is position_
+    uint32_t record_start_ = 0;  // tag byte of the current record, for messages
+    uint32_t main_stream_ = 0;   // offset behind the header
     std::string counted_string_; // buffer of i_read_string(n)
+    PHASE phase_ = OUTSIDE;
+    std::vector<bool> block_locals_ended_;                // of each open block: its I_EL was there
+    bool types_in_stream_ = false;                        // a type record of the main stream came last
+    bool function_has_eht_ = false;                       // of the current function
+    uint32_t next_vector_ = 0;                            // the same: vector ids count up
+    std::unordered_map<uint32_t, uint32_t> loops_;        // the same: loop number -> parent
+    std::unordered_map<uint32_t, uint32_t> bodies_;       // function's index -> offset of its I_BF
+    std::unordered_map<uint32_t, uint32_t> initialisers_; // symbol's index -> offset of its initialiser
+    int root_op_ = 0;                                     // file opcode of the tree read last
 
     // writing
-    std::vector<char> buffer_;  // payload of the record that is built
-    std::vector<char> pending_; // framed bytes not yet handed to the stream
-    uint32_t written_ = 0;      // bytes handed over or pending
+    IF_BUFFER buffer_;     // payload of the record that is built
+    IF_BUFFER pending_;    // framed bytes not yet handed to the stream
+    uint64_t written_ = 0; // bytes handed over or pending
+    long start_ = 0;       // of the file in the stream
     bool main_stream_ended_ = false;
     bool write_failed_ = false;
 };
+
+#include "ifile/if_prim_inl.h"

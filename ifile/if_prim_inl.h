@@ -1,0 +1,62 @@
+// The primitives of the intermediate file that run once or more for each field: inline, at most one branch on the
+// common path, the rest in if_prim.cpp. Included at the end of if_file.h.
+#pragma once
+
+inline unsigned I_FILE::i_read_u8() {
+    if (position_ >= record_end_) bad_field(1);
+    return uint8_t(image_[position_++]);
+}
+
+inline int I_FILE::i_read_s8() { return int8_t(i_read_u8()); }
+inline bool I_FILE::i_read_bool() { return i_read_u8() != 0; }
+
+inline uint32_t I_FILE::i_read_uint() {
+    if (position_ < record_end_ && uint8_t(image_[position_]) < 0x80) return uint8_t(image_[position_++]);
+    return read_long_uint();
+}
+
+inline int32_t I_FILE::i_read_sint() {
+    if (position_ < record_end_ && uint8_t(image_[position_]) < 0x80) {
+        int b = uint8_t(image_[position_++]);
+        return b & 0x40 ? b - 0x80 : b;
+    }
+    return read_long_sint();
+}
+
+inline void I_FILE::i_end_record() {
+    if (position_ != record_end_) bad_file("%u bytes left over in the record", record_end_ - position_);
+}
+
+inline void I_FILE::i_write_i8(int v) {
+    buffer_.need(1);
+    *buffer_.pos++ = char(v);
+}
+
+inline void I_FILE::i_write_bool(bool v) { i_write_i8(v); }
+
+inline void I_FILE::i_write_uint(uint32_t v) {
+    buffer_.need(5);
+    while (v >= 0x80) {
+        *buffer_.pos++ = char(v | 0x80);
+        v >>= 7;
+    }
+    *buffer_.pos++ = char(v);
+}
+
+inline void I_FILE::i_write_sint(int32_t v) {
+    buffer_.need(5);
+    // The last group is the one behind which only copies of its bit 6 follow.
+    while (v < -0x40 || v > 0x3F) {
+        *buffer_.pos++ = char(v | 0x80);
+        v >>= 7;
+    }
+    *buffer_.pos++ = char(v & 0x7F);
+}
+
+inline void I_FILE::i_write_typeref(TYPE *t) {
+    if (t) {
+        t = t->rep();
+        t->refd = true;
+    }
+    i_write_uint(t ? t->uid : 0);
+}
