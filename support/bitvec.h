@@ -4,10 +4,10 @@
 // vector is in use: each word-wise operation clears them first, in every operand that it reads.
 //
 // Vectors grow on demand, and growth has a rule of its own. Within the words already allocated the new bits
-// are clear. Growth beyond them (bv_resize) leaves every bit of the added words SET, only bits of the old last
-// word come up clear: a vector that turns out too small stands for "anything may be". add, remove, union_with and
-// merge grow by this rule, so a set that must be exact is made large enough at the start, or grown with
-// resize_clear. Each such growth is a misuse that is handed to bv_warn, which prints nothing.
+// are clear. Growth beyond them (bv_resize) leaves every bit of the added words SET, and only the bits of the
+// old last word come up clear: a vector that turns out too small stands for "anything may be". add, remove,
+// union_with and merge grow by this rule, so a set that must be exact is made large enough at the start, or
+// grown with resize_clear. Each such growth is a misuse that is handed to bv_warn, which prints nothing.
 //
 // Storage is the heap, or a zone that outlives the vector. A vector in a zone is never freed by itself; its
 // destructor tells bv_warn and leaves the words to the zone.
@@ -84,7 +84,8 @@ struct BITVEC {
     bool cmp_cpy(const BITVEC *other);           // this = other, size included; true if that changed anything
     // Copies bits first to last, as far as `from` has them; others stay. Grows to hold them.
     void bv_copy_seg(BITVEC *from, uint32_t first, uint32_t last);
-    // this = a & ~b; bits of a beyond the size of b are copied. Grows to the size of a; what lies beyond is cleared.
+    // this = a & ~b; bits of a beyond the size of b are copied. Grows to the size of a; what lies beyond that is
+    // cleared.
     void bv_diff(BITVEC *a, BITVEC *b);
 
     bool same_elements(const BITVEC *other) const; // whatever the sizes

@@ -1,9 +1,9 @@
 // Memory zones: storage that is given out piece by piece and freed as a whole.
 //
-// A zone is a chain of blocks from which pieces are cut in order. Pieces are never freed one by one, which suits
-// the bit vectors of one analysis: made together, dropped together. A piece larger than a block gets a
-// block of its own. Whoever owns the MZONE owns all its pieces; nothing that lies in a zone has its
-// destructor run.
+// A zone is a chain of blocks from which pieces are cut in order. Pieces are never freed one by one, which
+// suits the bit vectors of one analysis: made together, dropped together. A piece larger than a block gets a
+// block of its own. Whoever owns the MZONE owns all its pieces; nothing that lies in a zone has its destructor
+// run.
 
 #ifndef SUPPORT_MZONE_H
 #define SUPPORT_MZONE_H

@@ -206,7 +206,7 @@ std::string int65_to_hex(INT65 v);
 enum class INT65_TEXT { ok, empty, bad_character, overflow };
 
 // Reads an optional sign ("+" or "-") and digits of the radix to the end of the text. Radix 10 or 16; with
-// 16 a "0x" or "0X" may precede the digits; radix 0 takes 16 when it does and else 10. Blanks are no part of a number.
+// 16 a "0x" or "0X" may precede the digits; radix 0 takes 16 when it does and else 10. A blank is a bad character.
 // `empty` means that there was no digit. Anything but `ok` leaves *value alone; a bad character is reported
 // in preference to an overflow.
 INT65_TEXT text_to_int65(std::string_view text, int radix, INT65 *value);
