@@ -36,7 +36,7 @@ void init_opcode_tables();
 const char *opname(int op);
 
 inline bool op_is_defined(int op) { return op >= 0 && op < N_OPCODES && node_operator_name[op]; }
-inline bool op_is_commutative(int op) { return commute_inv[op] == op; }
+inline bool op_is_commutative(int op) { return op != ILLOP && commute_inv[op] == op; }
 inline bool op_is_comparison(int op) { return (op >= EQ && op <= UGT) || (op >= FEQ && op <= FUNO); }
 inline bool op_is_float_comparison(int op) { return op >= FEQ && op <= FUNO; }
 // PLUSASG, MINUSASG, ... SRLASG

@@ -21,6 +21,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "OPT5/fwd.h"
 #include "OPT5/optab.h"
@@ -31,12 +32,15 @@
 
 enum ASM_KIND { ASM_ASSEMBLY = 36, ASM_COMMENT = 47 };
 
-// The record of a DDNODE or CSE node.
+// The record of a DDNODE or CSE node. The dependence analysis derives its own from it.
 struct DDREC {
-    NODE *tree = nullptr;
+    NODE *tree = nullptr; // owned; erase_node erases it, a plain delete does not
     unsigned id = 0;
     unsigned flags = 0;
     unsigned flags2 = 0;
+
+    virtual ~DDREC() = default;
+    virtual DDREC *copy() const; // with a copy of the tree
 };
 
 // What few nodes have; made when first set, and gone with the node.
@@ -60,7 +64,7 @@ struct NODE final : BASE_NODE {
     NODE *right = nullptr;
     struct {
         INT65
-            lval; // ICON/LCON value; SCON length; LABEL number; SWITCH cases; SKIP size; ASM kind; call site
+        lval; // ICON/LCON value; SCON length; LABEL number; SWITCH cases; SKIP size; ASM kind; call site
         union {
             void *rval;        // by opcode:
             SYMTAB *sym;       //   NAME, STASG: the symbol (null: none)
@@ -194,8 +198,11 @@ NODE *mk_MINUS(NODE *a, NODE *b); // a when b is null; UMINUS of b when a is nul
 NODE *mk_NAME(SYMTAB *symbol, LS *scope = nullptr);
 NODE *mk_UAND(NODE *lvalue); // address, type pointer to the operand's type
 NODE *mk_LABELDEF(LBL *);
-NODE *mk_LABELREF(int number, int bits);
+NODE *mk_LABELREF(int number, int branch_hint);
 NODE *mk_LABELREF_to_bb(BBLK *, LS *scope); // makes a label for the block when it has none
+// Counts one more LABEL node that names `label`. The count stays at its top: an over-count only keeps a label
+// that nobody needs, a wrapped one would lose a label that is jumped to.
+void note_label_reference(LBL *label);
 NODE *mk_IF(NODE *condition, BBLK *if_true, BBLK *if_false, LS *scope);
 NODE *mk_BRANCH(BBLK *, LS *scope);
 NODE *mk_ASM_comment(const char *text);
@@ -209,8 +216,12 @@ int arg_list_count(NODE *list);           // 0 for null
 NODE *arg_list_lookup(NODE *list, int n); // n from the left, 0 the first; null at or past the count
 // Appends to a list (null: the argument itself).
 NODE *arg_list_append(NODE *list, NODE *arg);
+std::vector<NODE *> arg_list_args(NODE *list); // all of them, leftmost first
 
 // --- copies: of a node, of a tree; `keep_scope` false clears the scope of the copies ---
+// copy_node gives a node with the operands of the original, for the caller to replace. No copy has a DDNODE
+// record (but for the dd forms), a points-to environment or scratch words. The operands of a CSE_DUPE belong to
+// another tree: the copy names the same ones.
 NODE *copy_node(const NODE *, bool keep_scope = true);
 NODE *copy_tree(const NODE *, bool keep_scope = true);
 NODE *copy_dd_node(const NODE *, bool keep_scope = true);
@@ -219,6 +230,7 @@ NODE *copy_dd_tree(const NODE *, bool keep_scope = true);
 NODE *copy_tree_0(const NODE *, FUNINFO *destination);
 LIST *copy_statements(const LIST *, bool keep_scope = true);
 LIST *copy_dd_statements(const LIST *, bool keep_scope = true);
+// Trees and nodes that several statements share (CSE_DUPE and its original) are shared by the copies too.
 LIST *copy_shared_statements(const LIST *);
 // `n` itself when both operands are the present ones, else a copy with the new ones.
 NODE *copy_node_if_changed(NODE *n, NODE *left, NODE *right);
@@ -226,9 +238,17 @@ NODE *copy_node_if_changed(NODE *n, NODE *left, NODE *right);
 // --- erasing; null is accepted ---
 void erase_tree(NODE *);
 void erase_node(NODE *);
-void erase_tree_list(LIST *);      // trees and entries
-void erase_tree_list_only(LIST *); // entries, trees stay
-void erase_tree_list_to_entry(LIST *from, LIST *stop);
+void erase_tree_list(LIST *);                          // trees and entries
+void erase_tree_list_only(LIST *);                     // entries, trees stay
+void erase_tree_list_to_entry(LIST *from, LIST *stop); // `stop` and what follows stay
+// Releases what the node's opcode owns in u (an FCON's value), its text and its pragma, before a node is
+// turned into one of another opcode in place.
+void clear_payload(NODE *);
+// Turns a node into ICON in place; its operands, if any, are the caller's to erase first.
+void become_ICON(NODE *, INT65 value, TYPE *type);
+
+// Nodes that are alive, for statistics and for tests that look for what a pass loses.
+size_t nodes_in_use();
 
 // A name that lives for the whole run, shared by equal texts (ICALL names).
 const char *intern_name(const char *);

@@ -1,0 +1,34 @@
+#include "OPT5/typefacts.h"
+
+#include "OPT5/symtab.h"
+#include "OPT5/tree.h"
+
+bool symbol_is_immutable(const SYMTAB *symbol) {
+    TYPE *type = symbol->type;
+    return type && type->is_const() && !type->is_volatile() && !type->is_func();
+}
+
+bool lvalue_is_immutable(const NODE *lvalue) {
+    const NODE *n = lvalue;
+    for (;;) {
+        if (n->type && n->type->is_volatile()) return false;
+        switch (n->op) {
+        case NAME: return n->u.sym && symbol_is_immutable(n->u.sym);
+        case STDOT: n = n->left; break;
+        case UMULT:
+        case STREF: {
+            // the object behind an address made of &object and offsets
+            const NODE *p = n->left;
+            while (p && (p->op == PCONV || p->op == ISP2CHAR || p->op == PLUS || p->op == MINUS)) {
+                bool on_the_right = p->op == PLUS && !p->left->type->is_ptr() && p->right->type->is_ptr();
+                p = on_the_right ? p->right : p->left;
+            }
+            if (!p || (p->op != UAND && p->op != ARGREF)) return false;
+            n = p->left;
+            break;
+        }
+        default: return false;
+        }
+        if (!n) return false;
+    }
+}
