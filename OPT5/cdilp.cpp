@@ -1,0 +1,3 @@
+#include "OPT5/cdilp.h"
+
+void do_cd_ilp() {}

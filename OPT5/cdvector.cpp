@@ -1,0 +1,3 @@
+#include "OPT5/cdvector.h"
+
+void do_cd_vectorization() {}

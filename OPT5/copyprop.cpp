@@ -1,0 +1,3 @@
+#include "OPT5/copyprop.h"
+
+void copyprop(int) {}

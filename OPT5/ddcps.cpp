@@ -1,0 +1,3 @@
+#include "OPT5/ddcps.h"
+
+void straighten_cond_paths() {}

@@ -1,0 +1,3 @@
+#include "OPT5/ddrestruct.h"
+
+void do_dd_restructuring() {}

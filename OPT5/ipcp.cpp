@@ -1,0 +1,5 @@
+#include "OPT5/ipcp.h"
+
+void init_ipcp_for_fun() {}
+
+void do_interprocedural_propagation() {}

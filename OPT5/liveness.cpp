@@ -1,0 +1,3 @@
+#include "OPT5/liveness.h"
+
+void allocate_regs() {}
