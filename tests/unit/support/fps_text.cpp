@@ -54,6 +54,15 @@ TEST(fps_text, decimal_text_is_read_like_strtod_reads_it) {
     }
 }
 
+// A double shows only half of a row of the table of powers; many digits show all that is kept, with a factor
+// large enough for the product to keep it too.
+TEST(fps_text, powers_of_ten_are_good_to_the_last_words) {
+    for (int k = 1; k <= 256; k *= 2) {
+        simul_fval power = read("65535e" + std::to_string(k));
+        EXPECT_EQ(f_ftoa_text("%.23e", &power), printed("6.55350000000000000000000e+%02d", k + 4));
+    }
+}
+
 TEST(fps_text, forms_of_numbers) {
     const std::string long_half = "0.5" + std::string(2000, '0'), long_tiny = printed("%.760e", 0x1p-1074);
     const struct {
