@@ -121,7 +121,9 @@ extern const IF_AREA_ROW if_area_order[N_IF_AREAS];
 // A type of the file, while it is read.
 struct TYPE_INFO {
     TYPE *type = nullptr;
-    int open_lists = 0; // attribute lists that have not ended yet
+    int open_lists = 0;     // attribute lists that have not ended yet
+    uint16_t announced = 0; // lists that the head says will come, bit 1 << TP_LIST
+    uint16_t open = 0;      // lists between their header and trailer
 };
 
 // Receives the text of a refused file (one line without newline: where and what). It must not return: the default

@@ -77,7 +77,7 @@ bool exact_pair(PAIR_WALK &walk, TYPE *a, TYPE *b) {
         return a->sub.i.ikind == b->sub.i.ikind && a->sub.i.expl_sign == b->sub.i.expl_sign &&
                a->sub.i.is_boolean == b->sub.i.is_boolean && a->sub.i.is_ptm == b->sub.i.is_ptm;
     case K_float: return a->sub.fkind == b->sub.fkind;
-    case K_fixpt: walk.need(a->sub.part, b->sub.part); return a->sub2.binpt == b->sub2.binpt;
+    case K_fixpt: walk.need(a->sub.part, b->sub.part); return a->sub2.fx.binpt == b->sub2.fx.binpt;
     case K_complex:
     case K_ptr:
     case K_ref: walk.need(a->sub.part, b->sub.part); return true;
@@ -213,7 +213,7 @@ bool compatible_pair(PAIR_WALK &walk, TYPE *a, TYPE *b) {
         });
     case K_void: return true;
     case K_float: return a->sub.fkind == b->sub.fkind;
-    case K_fixpt: walk.need(a->sub.part, b->sub.part); return a->sub2.binpt == b->sub2.binpt;
+    case K_fixpt: walk.need(a->sub.part, b->sub.part); return a->sub2.fx.binpt == b->sub2.fx.binpt;
     case K_qual: walk.need(a->sub.part, b->sub.part); return a->sub2.own_qual == b->sub2.own_qual;
     case K_ptm: walk.need(a->sub2.of_class, b->sub2.of_class); [[fallthrough]];
     default: walk.need(a->sub.part, b->sub.part); return true; // complex, pointer, reference
@@ -242,7 +242,7 @@ bool equiv_pair(PAIR_WALK &walk, TYPE *a, TYPE *b) {
     case K_ref:
     case K_ptm: return true;
     case K_fixpt:
-        return a->sub2.binpt == b->sub2.binpt && a->sub.part->is_signed() == b->sub.part->is_signed();
+        return a->sub2.fx.binpt == b->sub2.fx.binpt && a->sub.part->is_signed() == b->sub.part->is_signed();
     case K_complex: walk.need(a->sub.part, b->sub.part); return true;
     case K_array:
         walk.need(a->sub.arr->elem_type, b->sub.arr->elem_type);
@@ -382,7 +382,7 @@ bool merge_pair(PAIR_WALK &walk, TYPE *a, TYPE *b) {
         return a->sub.i.ikind == b->sub.i.ikind && a->sub.i.expl_sign == b->sub.i.expl_sign &&
                (a->sub.i.ikind == IK_bool || a->sub.i.is_boolean == b->sub.i.is_boolean);
     case K_float: return a->sub.fkind == b->sub.fkind;
-    case K_fixpt: walk.need(a->sub.part, b->sub.part); return a->sub2.binpt == b->sub2.binpt;
+    case K_fixpt: walk.need(a->sub.part, b->sub.part); return a->sub2.fx.binpt == b->sub2.fx.binpt;
     case K_complex:
     case K_ptr:
     case K_ref: walk.need(a->sub.part, b->sub.part); return true;

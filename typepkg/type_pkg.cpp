@@ -234,7 +234,7 @@ TYPE_KEY key_of(const TYPE *t) {
     case K_float: key.detail = t->sub.fkind; break;
     case K_fixpt:
         key.part = t->sub.part;
-        key.detail = uint8_t(t->sub2.binpt);
+        key.detail = uint8_t(t->sub2.fx.binpt) | t->sub2.fx.sign << 8;
         break;
     case K_complex:
     case K_ptr:
@@ -375,7 +375,7 @@ void set_key(TYPE *t, const TYPE_KEY &key) {
     case K_float: t->sub.fkind = FKIND(key.detail); break;
     case K_fixpt:
         t->sub.part = key.part;
-        t->sub2.binpt = int8_t(key.detail);
+        t->sub2.fx = {int8_t(key.detail), uint8_t(key.detail >> 8)};
         break;
     case K_qual:
         t->sub.part = key.part;
@@ -397,6 +397,9 @@ void set_key(TYPE *t, const TYPE_KEY &key) {
         auto flags = reinterpret_cast<uintptr_t>(key.more);
         *t->sub.arr = {key.part, key.detail, (flags & 2) != 0, (flags & 1) != 0};
         t->all_quals = key.part->all_quals;
+        const TYPE *elem = key.part->dtype;
+        if (elem->kind == K_array) t->dims = elem->dims;
+        if (t->dims < UINT16_MAX) t->dims++;
         break;
     }
     case K_ptm:
@@ -668,7 +671,12 @@ TYPE *TYPE_PKG::mk_fltpt(FKIND kind, uint64_t size, uint32_t align) {
 
 TYPE *TYPE_PKG::mk_fxtpt(TYPE *underlying, int binpt, uint64_t size, uint32_t align) {
     LAYOUT l = layout_or_of(size, align, underlying);
-    return share(*this, {K_fixpt, false, l.align, l.size, underlying, uint8_t(binpt), nullptr});
+    return mk_fxtpt(underlying, binpt, l.size, l.align, underlying->is_signed());
+}
+
+TYPE *TYPE_PKG::mk_fxtpt(TYPE *underlying, int binpt, uint64_t size, uint32_t align, uint8_t sign) {
+    uint64_t detail = uint8_t(binpt) | sign << 8;
+    return share(*this, {K_fixpt, false, align, size, underlying, detail, nullptr});
 }
 
 TYPE *TYPE_PKG::mk_complex(TYPE *part, uint64_t size, uint32_t align) {
@@ -719,6 +727,15 @@ TYPE *TYPE_PKG::remove_known_qual(TYPE *type, unsigned bits) {
     return mk_qual(t, kept & ~bits);
 }
 
+namespace {
+
+// A position that outlives the file it was read from; a file that has no name gets one.
+PSN kept_position(TYPE_PKG &package, const PSN &position) {
+    return {position.file ? package.intern(position.file) : NO_FILE, position.line, position.column};
+}
+
+} // namespace
+
 TYPE *TYPE_PKG::mk_typedef(const char *name, bool cpp, TYPE *type, uint64_t size, uint32_t align,
                            bool lowered, const PSN *position) {
     LAYOUT l = layout_or_of(size, align, type);
@@ -726,7 +743,7 @@ TYPE *TYPE_PKG::mk_typedef(const char *name, bool cpp, TYPE *type, uint64_t size
     TYPE *t = share(*this, {K_typedef, cpp, l.align, l.size, type, 0, intern(name ? name : "")});
     if (t->uid == before) { // new
         t->sub.td->lowered = lowered;
-        if (position) t->psn = {position->file ? position->file : NO_FILE, position->line, position->column};
+        if (position) t->psn = kept_position(*this, *position);
     }
     return t;
 }
@@ -781,7 +798,13 @@ TYPE *TYPE_PKG::mk_enum(const char *name, TYPE *underlying, uint64_t size, uint3
 
 // The shared copy of a tag, or a fresh "$$fake" one.
 const char *TYPE_PKG::tag_name(const char *name) {
-    if (name && *name) return intern(name);
+    if (name && *name) {
+        // A made-up name from elsewhere is not made up again.
+        unsigned number;
+        if (name_is_tagless(name) && sscanf(name, "$$fake%u", &number) == 1 && number >= fake_names)
+            fake_names = number + 1;
+        return intern(name);
+    }
     char text[32];
     snprintf(text, sizeof text, "$$fake%u", fake_names++);
     return intern(text);
@@ -907,8 +930,7 @@ void TYPE::set_ordered_union(bool flag) {
 
 void TYPE::set_psn(const PSN *position) {
     check_nfrozen();
-    psn = position ? *position : PSN{};
-    if (position && !psn.file) psn.file = NO_FILE;
+    psn = position ? kept_position(*pkg, *position) : PSN{};
 }
 
 uint16_t *TYPE::lists_word() const {
@@ -960,7 +982,7 @@ ETOR *TYPE::add_etor(const char *name, int64_t value, const PSN *position) {
     ETOR *etor = sub.en->etors.append(make_record<ETOR>());
     etor->name = pkg->intern(name ? name : "");
     etor->value = value;
-    if (position) etor->psn = *position;
+    if (position) etor->psn = kept_position(*pkg, *position);
     return etor;
 }
 
@@ -1010,6 +1032,10 @@ fkMDATA *TYPE::add_mdata(const char *name, TYPE *type, int64_t offset) {
     member->name_length = uint32_t(strlen(member->name));
     member->offset = offset;
     return member;
+}
+
+void TYPE::set_member_psn(fkMDATA *member, const PSN *position) {
+    member->psn = position ? kept_position(*pkg, *position) : PSN{};
 }
 
 fkMDATA *TYPE::add_bitfield(const char *name, TYPE *type, int64_t offset, uint32_t width) {

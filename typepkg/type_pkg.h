@@ -226,6 +226,8 @@ struct tpCSU {
     const char *name;
     uint64_t word; // kept for the file
     uint16_t lists;
+    uint16_t
+        nesting; // records by value in records: how many levels, 0 when not looked at; see ifile/if_rtype
     bool complete;
     bool struct_vector;
     bool low;           // lowered
@@ -278,6 +280,7 @@ struct TYPE {
     bool cpp = false;
     uint8_t quals = 0;     // qualifier bits of every level down to the defining type
     uint8_t all_quals = 0; // the same, and through arrays
+    uint16_t dims = 0;     // arrays of arrays: how many levels, 65535 for more
     uint64_t size = 0;
     uint32_t align = 0;
     int32_t merge_mark = 0;
@@ -305,7 +308,10 @@ struct TYPE {
         void *raw = nullptr;
     } sub;
     union {
-        int8_t binpt;     // kind 3
+        struct {
+            int8_t binpt;
+            uint8_t sign; // the file's; otherwise as the underlying type
+        } fx;             // kind 3
         uint8_t own_qual; // kind 7
         TYPE *of_class;   // kind 10
         void *raw = nullptr;
@@ -401,7 +407,7 @@ struct TYPE {
     FKIND fkind() const { return getr(K_float)->sub.fkind; }
     // Rank of an integral type or enum in the usual conversions, 0 (bool) to 5 (long long).
     unsigned rank() const;
-    int binpt() const { return getr(K_fixpt)->sub2.binpt; }
+    int binpt() const { return getr(K_fixpt)->sub2.fx.binpt; }
 
     // ---- parts. Each looks at the defining type, and dies when that is of another kind.
     TYPE *type_pointed_to() const; // of a pointer or pointer to member
@@ -478,6 +484,7 @@ struct TYPE {
     fkNTYPE *add_ntype(TYPE *type);
     // Members whose index is still 0 get theirs from type_frozen.
     fkMDATA *add_mdata(const char *name, TYPE *type, int64_t offset);
+    void set_member_psn(fkMDATA *member, const PSN *position);
     fkMDATA *add_bitfield(const char *name, TYPE *type, int64_t offset, uint32_t width);
     fkSDATA *add_sdata(const char *name, TYPE *type, uint8_t access);
     fkMFUNC *add_mfunc(const char *name, TYPE *type, uint8_t access, int32_t word, const bool flags[4]);
@@ -531,6 +538,7 @@ struct TYPE_PKG {
     TYPE *mk_boolean_int(TYPE *integral);
     TYPE *mk_fltpt(FKIND kind, uint64_t size = TP_SIZE, uint32_t align = TP_ALIGN);
     TYPE *mk_fxtpt(TYPE *underlying, int binpt, uint64_t size = TP_SIZE, uint32_t align = TP_ALIGN);
+    TYPE *mk_fxtpt(TYPE *underlying, int binpt, uint64_t size, uint32_t align, uint8_t sign);
     TYPE *mk_complex(TYPE *part, uint64_t size = TP_SIZE, uint32_t align = TP_ALIGN);
     TYPE *mk_ptr(TYPE *target, uint64_t size = TP_SIZE, uint32_t align = TP_ALIGN);
     TYPE *mk_ref(TYPE *target, uint64_t size = TP_SIZE, uint32_t align = TP_ALIGN);

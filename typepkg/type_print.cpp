@@ -52,7 +52,7 @@ std::string core_text(const TYPE *t, unsigned depth) {
     case K_void: return "void ";
     case K_int: return int_text(t);
     case K_float: return FLOAT_WORDS[t->sub.fkind];
-    case K_fixpt: return part_text(t->sub.part, depth) + " [FxtPt:" + std::to_string(t->sub2.binpt) + "] ";
+    case K_fixpt: return part_text(t->sub.part, depth) + " [FxtPt:" + std::to_string(t->sub2.fx.binpt) + "] ";
     case K_complex:
         for (auto &row : COMPLEX_WORDS)
             if ((t->*row.is)()) return row.word;
