@@ -63,8 +63,9 @@ struct FUNINFO {
     std::vector<LIR::inst *> lir_insts;
     std::vector<LIR::reg *> lir_regs;
 
-    SYMTAB *symbol = nullptr; // null: a name without symbol yet
-    std::string name;         // without prefix
+    SYMTAB *symbol = nullptr;       // never null once the record is made
+    bool symbol_is_a_stand_in = false; // a name without symbol yet: `symbol` is made up, in no chain
+    std::string name;               // without prefix
 
     // whole-program facts
     FUNREF *callees = nullptr;
@@ -100,6 +101,8 @@ struct FUNINFO {
     SYMTAB *temporaries = nullptr; // made by sym_temp, newest first
     SYMTAB *scalars = nullptr;     // after sym_split
     SYMTAB *nonscalars = nullptr;  // after sym_split; parameters are here
+    std::vector<SYMTAB *> owned_symbols; // every local symbol, in a chain or not; freed by erase_all
+    std::unordered_multimap<std::string, SYMTAB *> parameters_by_name; // those of level 1
     WIDENED *widened = nullptr, *shortened = nullptr;
     LS *scopes = nullptr;                 // root of the lexical scope tree; owned
     long temp_counter = 0;                // last temporary number given
@@ -120,7 +123,7 @@ struct FUNINFO {
     SNMAP *symbol_values = nullptr, *symbol_values2 = nullptr;
 
     // restrict records
-    PTR *bottom_ptr = nullptr, *ptr_chain = nullptr;
+    PTR *bottom_ptr = nullptr, *ptr_chain = nullptr, *ptr_tail = nullptr; // owned
     std::map<std::pair<SYMTAB *, fkMDATA *>, PTR *> ptr_map;
     bool has_restrict = false;
 
@@ -139,18 +142,23 @@ extern FUNINFO *currfuninfo;            // its record, or null
 extern std::vector<SYMTAB *> functions; // functions with bodies, in the order in which passes visit them
 
 FUNINFO *make_FUNINFO(SYMTAB *);         // finds or makes
-FUNINFO *make_FUNINFO(const char *name); // name without prefix
+FUNINFO *make_FUNINFO(const char *name); // finds or makes; name without prefix. Of several the definition
 FUNINFO *find_FUNINFO(SYMTAB *);         // null if absent
 FUNINFO *find_FUNINFO(const char *name); // makes one only for a system function
-FUNINFO *find_FUNINFO_for_call(NODE *);  // the callee's record, or null
+// The record of the function that a CALL or UCALL reaches, or that an ABS, SQRT or MEMCPY becomes; null for a call
+// through a pointer that is not known, and for other trees.
+FUNINFO *find_FUNINFO_for_call(NODE *);
 // All records, in order of creation.
 const std::vector<FUNINFO *> &all_FUNINFOs();
 // Sets the flags that the name alone decides; known_system nonzero: treat as a system function.
 void init_FUNINFO_flags(FUNINFO *, int known_system);
 bool is_system_function(const char *name);
 
-// Releases the body of the current function: statements, blocks, symbols, scopes, maps. The record stays.
+// Releases the body of the current function: statements, blocks, symbols, scopes, PTR records, exception table. The
+// record stays, with what the whole program knows of the function.
 void erase_all();
+// Registers what else erase_all has to release, for the owners of maps and graphs; called before anything is freed.
+void register_body_eraser(void (*)(FUNINFO *));
 void dump_FUNINFO(FUNINFO *);
 void dump_function_header();
 

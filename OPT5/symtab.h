@@ -44,9 +44,11 @@ enum SYM_FLAG : uint8_t {
     SF_CLUSTERED = 0x80, // class becomes 'm' or 'l' at finalisation
 };
 
-// The trees of a static initialiser; the last one is ENDINIT.
+// The trees of a static initialiser; the last one is ENDINIT. `offsets` is lookup_autoinit's index of the trees, made
+// when first asked for; who changes `trees` empties it.
 struct EXPR_LIST {
     std::vector<NODE *> trees;
+    std::vector<uint64_t> offsets;
 };
 
 struct SYMTAB final : I_SYMTAB {
@@ -119,49 +121,97 @@ struct SYMPAIRLIST {
     SYMPAIRLIST *next = nullptr;
 };
 
-extern SYMTAB *global_symbols; // chain through `next`, newest first
-extern SYMTAB *errno_symbol;   // null until one is defined
+extern SYMTAB *global_symbols;   // chain through `next`, newest first
+extern SYMTAB *errno_symbol;     // null until one is defined
+extern unsigned symbol_sequence; // last sequence number given in the function being read; 0 at its begin
 
+// Forgets all globals (they are not freed).
 void init_symbols();
+
+// What a file says about a symbol, as a SYMTAB: type normalised, qualifiers masked, usage bits of globals set.
+// `lexical_level` is that of the reader: 0 outside functions. Names are copied, types and positions are not owned.
+// Null when the record contradicts itself, with the reason in *error: null name or type, a size that is not the
+// type's, an unknown storage class or one that can't stand at this level.
+// A function gets its FUNINFO here. The symbol is not entered anywhere yet: sym_def does that.
+SYMTAB *make_symbol_from_file(const char *name, TYPE *type, TYPE *cpp_type, uint32_t size, uint32_t align,
+                              uint32_t value, int sclass, int cqual, const PSN *psn, uint32_t location,
+                              uint32_t option_set, int policy, int lexical_level, std::string *error);
 // Enters a new symbol: a global into global_symbols and the output file, else into the current function's chain.
+// The chain, and so the program, owns it from then on.
 void sym_def(SYMTAB *);
-// A temporary "$O$<kind><number>"; a negative number takes the function's next. Level 2, class 1. `scope` null:
-// the function's level 2 scope.
+// A temporary "$O$<kind><number>"; a negative number takes the function's next. Level 2, class 1, never qualified.
+// `scope` null: the function's level 2 scope. Needs a current function.
 SYMTAB *sym_temp(int kind, long number, TYPE *type, LS *scope);
-// Sorts the current chains of a function into scalar and non-scalar locals.
+// Moves what stands in a function's reading and temporaries' chains to its chains of scalar and non-scalar locals.
+// May be called again whenever temporaries were made.
 void sym_split(FUNINFO *);
+// The function frees the symbol with its body.
+void own_symbol(FUNINFO *, SYMTAB *);
 // The definition for an external reference, or the symbol itself. Indexed by name.
 SYMTAB *get_sym_def_for_decl(SYMTAB *);
-// A global function or object by its name as written; null if absent. Indexed.
+// A global function or object by its name as written, the newest first; null if absent. Indexed.
 SYMTAB *find_global_symbol(const char *name);
+SYMTAB *find_global_function(const char *name);
+// Gives a symbol another name (copied).
+void rename_symbol(SYMTAB *, const char *name);
 
+// The source-level type of an lvalue or address as far as the symbols tell it, else the type of the node.
 TYPE *guess_cpp_type(NODE *);
+// Names that begin "$O" are the optimizer's own.
 bool is_internal_name(const char *);
 bool is_internal_symbol(const SYMTAB *);
+// "$O$", one of the two kind letters, then a decimal number or nothing.
 bool is_optimizer_temp(const char *name, int kind1, int kind2);
+// Temporaries that hold what an allocation returned: nothing else points to that object yet.
 bool is_operator_new_symbol(const SYMTAB *);
 SYMTAB *gen_operator_new_temp(TYPE *);
+// Whether the ABI puts a character before names and this one has it ('_' or '.').
 bool name_has_prefix(const char *);
 const char *skip_name_prefix(const char *);
 
+// Chains and lists. Reversal is in place; list entries belong to the caller (erase_symlist and its kin free them).
 SYMTAB *revsymtab(SYMTAB *chain);
 SYMLIST *revsymlist(SYMLIST *);
 SYMALIST *revsymalist(SYMALIST *);
 SYMTAB *unlink_symbol(SYMTAB *symbol, SYMTAB *chain); // the chain without the symbol
+// The chain without those symbols for which `leaves` is true; for many at once, where unlink_symbol would be slow.
+template <class F> SYMTAB *unlink_symbols_if(SYMTAB *chain, F leaves);
 SYMLIST *mk_symlist(SYMTAB *, SYMLIST *next);
 SYMALIST *mk_symalist(SYMTAB *, NODE *, SYMALIST *next);
 SYMPAIRLIST *mk_symplist(SYMTAB *, SYMTAB *, SYMPAIRLIST *next);
 bool symbol_in_list(const SYMTAB *, const SYMLIST *);
-SYMLIST *remove_sym_from_symlist(const SYMTAB *, SYMLIST *);
-SYMLIST *find_sym_in_symlist(const SYMTAB *, SYMLIST *);
-SYMPAIRLIST *find_sym_in_sympairlist(const SYMTAB *, SYMPAIRLIST *);
+SYMLIST *remove_sym_from_symlist(const SYMTAB *, SYMLIST *);                // the first entry of it
+SYMLIST *find_sym_in_symlist(const SYMTAB *, SYMLIST *);                    // the entry or null
+SYMPAIRLIST *find_sym_in_sympairlist(const SYMTAB *first, SYMPAIRLIST *);   // by the first of the pair
+void erase_symlist(SYMLIST *);   // entries only
+void erase_symalist(SYMALIST *); // entries only
+void erase_sympairlist(SYMPAIRLIST *);
 
+// The copy that stands for a local symbol in another function's body, made when first asked for and owned by that
+// function; a global is itself. One symbol with one type has one copy in each destination. Copies are in no chain.
 SYMTAB *intern_symbol(SYMTAB *, FUNINFO *destination);
-SYMTAB *find_interned_symbol(SYMTAB *, FUNINFO *destination);
+SYMTAB *find_interned_symbol(SYMTAB *, FUNINFO *destination); // null when there is none
 void map_over_interned_symbols(void (*)(SYMTAB *original, SYMTAB *copy, FUNINFO *destination));
+void forget_interned_symbols(const FUNINFO *destination); // before its symbols are freed
 void interned_stats();
+// A symbol of its own with the same facts: name, pragmas and initialiser are copied, chain words are cleared.
 SYMTAB *copy_symbol(const SYMTAB *);
 SYMLIST *copy_symlist(const SYMLIST *);
-SYMALIST *copy_symalist(const SYMALIST *);
-// Frees a symbol with its name, pragmas and initialiser.
+SYMALIST *copy_symalist(const SYMALIST *); // the trees are shared
+// Frees a symbol with its name, pragmas and initialiser. It must stand in no chain.
 void erase_symbol(SYMTAB *);
+
+template <class F> SYMTAB *unlink_symbols_if(SYMTAB *chain, F leaves) {
+    SYMTAB *head = nullptr, **tail = &head;
+    for (SYMTAB *s = chain, *next; s; s = next) {
+        next = s->next;
+        if (leaves(s)) {
+            s->next = nullptr;
+        } else {
+            *tail = s;
+            tail = &s->next;
+        }
+    }
+    *tail = nullptr;
+    return head;
+}
