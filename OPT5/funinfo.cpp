@@ -12,9 +12,9 @@
 #include "OPT5/scopes.h"
 #include "OPT5/symwiden.h"
 #include "OPT5/tree.h"
+#include "OPT5/typefacts.h"
 #include "support/dbgout.h"
 #include "support/fatal.h"
-#include "typepkg/type_merge.h"
 
 SYMTAB *currfunc = nullptr;
 FUNINFO *currfuninfo = nullptr;
@@ -195,8 +195,7 @@ namespace {
 
 // Whether a read of the variable always gives its initial value.
 bool never_changes(const SYMTAB *s) {
-    return s->type->is_const() && !s->type->is_volatile() && !symbol_has_pragma(s, PRAG_QL_WEAK) &&
-           !symbol_is_preemptible(s);
+    return symbol_is_immutable(s) && !symbol_has_pragma(s, PRAG_QL_WEAK) && !symbol_is_preemptible(s);
 }
 
 // The function that a UAND(NAME) is the address of, or null.

@@ -1,12 +1,11 @@
 #include "OPT5/restrict.h"
 
-#include <vector>
-
 #include "OPT5/flags.h"
 #include "OPT5/funinfo.h"
 #include "OPT5/scopes.h"
 #include "OPT5/symtab.h"
 #include "OPT5/tree.h"
+#include "OPT5/treewalk.h"
 #include "support/fatal.h"
 #include "typepkg/type_merge.h"
 
@@ -107,15 +106,7 @@ PTR *copy_PTR_entry(SYMTAB *from, SYMTAB *to) {
 }
 
 void initialize_PTRs_from_tree(NODE *tree) {
-    std::vector<NODE *> todo;
-    for (NODE *n = tree; n;) {
-        find_or_make_PTR_entry(n);
-        if (n->right) todo.push_back(n->right);
-        n = n->left;
-        if (n || todo.empty()) continue;
-        n = todo.back();
-        todo.pop_back();
-    }
+    for_each_node(tree, [](NODE *n) { find_or_make_PTR_entry(n); });
 }
 
 void erase_PTR_entries(FUNINFO *f) {

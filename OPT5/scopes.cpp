@@ -4,6 +4,7 @@
 #include "OPT5/restrict.h"
 #include "OPT5/symtab.h"
 #include "OPT5/tree.h"
+#include "OPT5/treewalk.h"
 #include "support/dbgout.h"
 #include "support/fatal.h"
 
@@ -83,15 +84,7 @@ void LS::add_symbol(SYMTAB *s) {
 }
 
 void LS::assign_scope_to_tree(NODE *tree) {
-    std::vector<NODE *> todo;
-    for (NODE *n = tree; n;) {
-        n->scope = this;
-        if (n->right) todo.push_back(n->right);
-        n = n->left;
-        if (n || todo.empty()) continue;
-        n = todo.back();
-        todo.pop_back();
-    }
+    for_each_node(tree, [this](NODE *n) { n->scope = this; });
 }
 
 void LS_add_symbol(LS *scope, SYMTAB *s) { scope->add_symbol(s); }
