@@ -5,12 +5,8 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "OPT5/cfg.h"
 #include "OPT5/flags.h"
 #include "OPT5/pragma.h"
-#include "OPT5/restrict.h"
-#include "OPT5/scopes.h"
-#include "OPT5/symwiden.h"
 #include "OPT5/tree.h"
 #include "OPT5/typefacts.h"
 #include "support/dbgout.h"
@@ -230,54 +226,6 @@ FUNINFO *find_FUNINFO_for_call(NODE *tree) {
     return callee ? make_FUNINFO(callee) : nullptr;
 }
 
-// --- the end of a body ---
-
-namespace {
-std::vector<void (*)(FUNINFO *)> body_erasers;
-
-void erase_eht(FUNINFO *f) {
-    for (unsigned i = 0; i < f->eht_size; i++) erase_tree(static_cast<NODE *>(f->eht[i].cleanup));
-    delete[] f->eht;
-    f->eht = nullptr;
-    f->eht_size = 0;
-}
-} // namespace
-
-void register_body_eraser(void (*eraser)(FUNINFO *)) {
-    if (std::find(body_erasers.begin(), body_erasers.end(), eraser) == body_erasers.end())
-        body_erasers.push_back(eraser);
-}
-
-void erase_all() {
-    FUNINFO *f = currfuninfo;
-    QL_ASSERT(f != nullptr);
-    for (auto eraser : body_erasers) eraser(f);
-    erase_PTR_entries(f);
-    erase_widened_entries(f);
-
-    erase_tree_list(f->statements);
-    f->statements = nullptr;
-    erase_tree(f->first_statement);
-    f->first_statement = nullptr;
-    for (size_t i = 0; i < f->blocks.size(); i++)
-        if (f->blocks[i]) erase_bblock(f->blocks[i]);
-    std::vector<BBLK *>().swap(f->blocks);
-    f->bb_list = f->uo_list = nullptr;
-    f->bb_count = 0;
-    erase_eht(f);
-    delete f->scopes;
-    f->scopes = nullptr;
-
-    f->symbols = f->temporaries = f->scalars = f->nonscalars = nullptr;
-    f->const_pointer_parm = nullptr;
-    f->parameters_by_name.clear();
-    forget_interned_symbols(f);
-    for (SYMTAB *s : f->owned_symbols) erase_symbol(s);
-    std::vector<SYMTAB *>().swap(f->owned_symbols);
-    std::vector<int>().swap(f->per_call);
-    f->body_erased = true;
-}
-
 // --- dumps ---
 
 namespace {
@@ -286,7 +234,8 @@ struct FLAG_NAME {
     uint32_t bit;
     const char *name;
 };
-#define FLAG_ROW(flag) {flag, #flag}
+#define FLAG_ROW(flag)                                                                                       \
+    { flag, #flag }
 // clang-format off
 const FLAG_NAME flag_names[] = {
     FLAG_ROW(FUN_calls_anonymous), FLAG_ROW(FUN_cannot_suppress), FLAG_ROW(FUN_is_unsuppressed),
@@ -314,7 +263,8 @@ void dump_FUNINFO(FUNINFO *f) {
     for (const FLAG_NAME &row : flag_names)
         if (f->has_flag(row.bit)) dprintf("\t%s\n", row.name);
     if (f->callees) dprintf("    It calls:\n");
-    for (const FUNREF *r = f->callees; r; r = r->next) dprintf("\t%s() (%d)\n", r->callee->name.c_str(), r->count);
+    for (const FUNREF *r = f->callees; r; r = r->next)
+        dprintf("\t%s() (%d)\n", r->callee->name.c_str(), r->count);
 }
 
 void dump_function_header() {

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "OPT5/cfg.h"
+#include "OPT5/eraseall.h"
 #include "OPT5/fwd.h"
 #include "OPT5/symtab.h"
 #include "OPT5/tree.h"
@@ -63,9 +64,9 @@ struct FUNINFO {
     std::vector<LIR::inst *> lir_insts;
     std::vector<LIR::reg *> lir_regs;
 
-    SYMTAB *symbol = nullptr;       // never null once the record is made
+    SYMTAB *symbol = nullptr;          // never null once the record is made
     bool symbol_is_a_stand_in = false; // a name without symbol yet: `symbol` is made up, in no chain
-    std::string name;               // without prefix
+    std::string name;                  // without prefix
 
     // whole-program facts
     FUNREF *callees = nullptr;
@@ -97,13 +98,14 @@ struct FUNINFO {
     Dominator *dominator = nullptr;  // owned
 
     // symbols
-    SYMTAB *symbols = nullptr;     // parameters and declared locals while reading, newest first
-    SYMTAB *temporaries = nullptr; // made by sym_temp, newest first
-    SYMTAB *scalars = nullptr;     // after sym_split
-    SYMTAB *nonscalars = nullptr;  // after sym_split; parameters are here
+    SYMTAB *symbols = nullptr;           // parameters and declared locals while reading, newest first
+    SYMTAB *temporaries = nullptr;       // made by sym_temp, newest first
+    SYMTAB *scalars = nullptr;           // after sym_split
+    SYMTAB *nonscalars = nullptr;        // after sym_split; parameters are here
     std::vector<SYMTAB *> owned_symbols; // every local symbol, in a chain or not; freed by erase_all
     std::unordered_multimap<std::string, SYMTAB *> parameters_by_name; // those of level 1
-    WIDENED *widened = nullptr, *shortened = nullptr;
+    WIDENED *widened = nullptr, *shortened = nullptr;                  // what is known of their values; owned
+    std::unordered_map<const SYMTAB *, WIDENED *> widened_index, shortened_index;
     LS *scopes = nullptr;                 // root of the lexical scope tree; owned
     long temp_counter = 0;                // last temporary number given
     unsigned local_index = 0x80000000u;   // next free index of a local
@@ -154,11 +156,6 @@ const std::vector<FUNINFO *> &all_FUNINFOs();
 void init_FUNINFO_flags(FUNINFO *, int known_system);
 bool is_system_function(const char *name);
 
-// Releases the body of the current function: statements, blocks, symbols, scopes, PTR records, exception table. The
-// record stays, with what the whole program knows of the function.
-void erase_all();
-// Registers what else erase_all has to release, for the owners of maps and graphs; called before anything is freed.
-void register_body_eraser(void (*)(FUNINFO *));
 void dump_FUNINFO(FUNINFO *);
 void dump_function_header();
 

@@ -128,7 +128,9 @@ bool symbol_is_preemptible(const SYMTAB *s) { return any_pragma(s, pragma_says_p
 
 bool symbol_is_outside_accessible(const SYMTAB *s) { return any_pragma(s, pragma_says_outside_accessible); }
 
-bool symbol_is_protected(const SYMTAB *s) { return symbol_is_outside_accessible(s) && !symbol_is_preemptible(s); }
+bool symbol_is_protected(const SYMTAB *s) {
+    return symbol_is_outside_accessible(s) && !symbol_is_preemptible(s);
+}
 
 bool func_is_nonconforming(const SYMTAB *s) { return nonconforming_functions.count(s) != 0; }
 
@@ -138,7 +140,8 @@ bool sym_is_FAR(const SYMTAB *s) {
 }
 
 bool is_barrier_MCALL(const SYMTAB *function) {
-    return barrier_test && function && function->is_function() && barrier_test(skip_name_prefix(function->name));
+    return barrier_test && function && function->is_function() &&
+           barrier_test(skip_name_prefix(function->name));
 }
 
 void register_barrier_test(bool (*name_is_barrier)(const char *)) { barrier_test = name_is_barrier; }

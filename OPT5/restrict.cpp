@@ -66,7 +66,8 @@ PTR *make_PTR_entry(NODE *tree, SYMTAB *s, fkMDATA *member) {
     if (s->level == 0 || (entry->scope && entry->scope->level == 0)) entry->flags |= PTR_is_file_level;
     if (is_or_holds_parameter(f, s)) entry->flags |= PTR_is_a_parameter;
     if (pointer->is_restrict()) entry->flags |= PTR_is_restricted;
-    if (entry->is(PTR_is_a_parameter) && !member && pointer_args_are_disjoint) entry->flags |= PTR_is_disjointed;
+    if (entry->is(PTR_is_a_parameter) && !member && pointer_args_are_disjoint)
+        entry->flags |= PTR_is_disjointed;
     if (entry->flags & (PTR_is_restricted | PTR_is_disjointed)) entry->flags |= PTR_is_a_root;
     link_entry(f, entry);
     return entry;
@@ -134,9 +135,9 @@ void PTR::print(FILE *to) const {
         PTR_FLAG flag;
         const char *format;
     } const rows[] = {
-        {PTR_is_bottom, "%s is_bottom    "},     {PTR_is_reassigned, "%s is_reassigned"},
+        {PTR_is_bottom, "%s is_bottom    "},       {PTR_is_reassigned, "%s is_reassigned"},
         {PTR_is_a_parameter, "%s is_a_parameter"}, {PTR_is_file_level, "%s is_file_level"},
-        {PTR_is_disjointed, "%s is_disjointed"}, {PTR_is_restricted, "%s is_restricted"},
+        {PTR_is_disjointed, "%s is_disjointed"},   {PTR_is_restricted, "%s is_restricted"},
         {PTR_is_a_root, "%s is_a_root"},
     };
     auto id = [](const PTR *p) { return p->scope ? p->scope->number : 0; };

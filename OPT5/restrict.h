@@ -51,7 +51,7 @@ PTR *find_or_make_PTR_entry(NODE *);
 PTR *find_or_make_PTR_entry(SYMTAB *); // null when it is no pointer
 // The second symbol takes what is known of the first; null when nothing is.
 PTR *copy_PTR_entry(SYMTAB *from, SYMTAB *to);
-PTR *make_bottom_PTR_entry(); // finds or makes the current function's
+PTR *make_bottom_PTR_entry();           // finds or makes the current function's
 void initialize_PTRs_from_tree(NODE *); // entries for all pointers that the tree names
 void erase_PTR_entries(FUNINFO *);
 

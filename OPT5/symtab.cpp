@@ -168,7 +168,8 @@ SYMTAB *make_symbol_from_file(const char *name, TYPE *type, TYPE *cpp_type, uint
     }
     if (s->is_function()) {
         FUNINFO *f = make_FUNINFO(s);
-        if (policy == POLICY_ALWAYS || (sclass == SC_EXTDEF && !no_outside_callers)) f->flags |= FUN_is_referenced;
+        if (policy == POLICY_ALWAYS || (sclass == SC_EXTDEF && !no_outside_callers))
+            f->flags |= FUN_is_referenced;
     }
     return s;
 }
@@ -225,8 +226,10 @@ SYMTAB *sym_temp(int kind, long number, TYPE *type, LS *scope) {
     QL_ASSERT(currfuninfo != nullptr);
     FUNINFO *f = currfuninfo;
     if (number < 0) number = ++f->temp_counter;
-    char name[16]; // a longer number is cut
+    constexpr size_t NAME_SIZE = 16; // with its zero
+    char name[NAME_SIZE + 24];
     snprintf(name, sizeof name, "%s$%c%ld", "$O", kind, number);
+    name[NAME_SIZE - 1] = '\0';
 
     SYMTAB *s = new SYMTAB;
     s->name = copy_text(name);
@@ -348,7 +351,8 @@ TYPE *guess_cpp_type(NODE *tree) {
     }
     TYPE *found = nullptr;
     if (t && t->op == NAME && t->u.sym) found = t->u.sym->cpp_type ? t->u.sym->cpp_type : t->u.sym->otype;
-    if (t && t->op == STDOT && t->right && t->right->op == FIELD && t->right->member) found = t->right->member->type;
+    if (t && t->op == STDOT && t->right && t->right->op == FIELD && t->right->member)
+        found = t->right->member->type;
     for (; found && addresses < 0; addresses++) found = found->is_ptr() ? found->type_pointed_to() : nullptr;
     for (; found && addresses > 0; addresses--) found = tp->mk_ptr(found);
     return found ? found : tree->otype ? tree->otype : tree->type;
@@ -544,7 +548,8 @@ void interned_stats() {
     unsigned with_null = 0;
     for (auto &entry : intern_hash) with_null += !entry.first.destination;
     dprintf("\n%u interned symbols;  load factor %.2f, max load factor %.2f, %d with NULL funinfo.\n",
-            unsigned(intern_hash.size()), intern_hash.load_factor(), intern_hash.max_load_factor(), with_null);
+            unsigned(intern_hash.size()), intern_hash.load_factor(), intern_hash.max_load_factor(),
+            with_null);
 }
 
 void erase_symbol(SYMTAB *s) {

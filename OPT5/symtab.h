@@ -180,11 +180,11 @@ SYMLIST *mk_symlist(SYMTAB *, SYMLIST *next);
 SYMALIST *mk_symalist(SYMTAB *, NODE *, SYMALIST *next);
 SYMPAIRLIST *mk_symplist(SYMTAB *, SYMTAB *, SYMPAIRLIST *next);
 bool symbol_in_list(const SYMTAB *, const SYMLIST *);
-SYMLIST *remove_sym_from_symlist(const SYMTAB *, SYMLIST *);                // the first entry of it
-SYMLIST *find_sym_in_symlist(const SYMTAB *, SYMLIST *);                    // the entry or null
-SYMPAIRLIST *find_sym_in_sympairlist(const SYMTAB *first, SYMPAIRLIST *);   // by the first of the pair
-void erase_symlist(SYMLIST *);   // entries only
-void erase_symalist(SYMALIST *); // entries only
+SYMLIST *remove_sym_from_symlist(const SYMTAB *, SYMLIST *);              // the first entry of it
+SYMLIST *find_sym_in_symlist(const SYMTAB *, SYMLIST *);                  // the entry or null
+SYMPAIRLIST *find_sym_in_sympairlist(const SYMTAB *first, SYMPAIRLIST *); // by the first of the pair
+void erase_symlist(SYMLIST *);                                            // entries only
+void erase_symalist(SYMALIST *);                                          // entries only
 void erase_sympairlist(SYMPAIRLIST *);
 
 // The copy that stands for a local symbol in another function's body, made when first asked for and owned by that

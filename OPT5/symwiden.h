@@ -33,7 +33,3 @@ WIDENED *make_shortened_symbol_entry(SYMTAB *, TYPE *type);
 WIDENED *find_shortened_symbol_entry(const SYMTAB *);
 void dump_widened_symbol_entry(const WIDENED *);
 void erase_widened_entries(FUNINFO *);
-
-// The values of an integer or enum type of at most 64 bits.
-INT65 least_value_of_type(const TYPE *);
-INT65 greatest_value_of_type(const TYPE *);

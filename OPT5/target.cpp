@@ -72,7 +72,8 @@ bool modifying_increment_is_valid(INT65 value, int size, TYPE *type, long flag) 
 
 bool offset_is_in_range(INT65 offset, TYPE *type, int flag) {
     if (offset.is_zero()) return true;
-    if (!is_between(offset, target_pointer_minus_offset_limit, target_pointer_plus_offset_limit)) return false;
+    if (!is_between(offset, target_pointer_minus_offset_limit, target_pointer_plus_offset_limit))
+        return false;
     while (type->is_array()) type = type->elem_type();
     bool sign_is_free = type->is_unsigned() || flag;
     int low = -4095, high = 4095, alignment = 1;
@@ -95,7 +96,8 @@ bool offset_is_in_range(INT65 offset, TYPE *type, int flag) {
         alignment = type->size == 64 ? 4 : 1;
         break;
     case ARM_CODE:
-        if (type->size == 64 || type->size == 16 || (type->size != 32 && !sign_is_free)) low = -255, high = 255;
+        if (type->size == 64 || type->size == 16 || (type->size != 32 && !sign_is_free))
+            low = -255, high = 255;
         break;
     }
     return is_between(offset, low, high) && (offset % INT65(alignment)).is_zero();
@@ -232,8 +234,8 @@ int cost_of_short_statement(const NODE *t) {
     if (is_operand(t)) return OPERAND;
     if (t->op != ASG && t->op != PLUSASG && t->op != MINUSASG) return 0;
     const NODE *to = t->left, *from = t->right;
-    if (t->op == ASG && to->type->is_ptr() && is_plain_local(to) && from->op == PLUS && from->left->op == NAME &&
-        from->left->u.sym == to->u.sym && is_positive_icon(from->right))
+    if (t->op == ASG && to->type->is_ptr() && is_plain_local(to) && from->op == PLUS &&
+        from->left->op == NAME && from->left->u.sym == to->u.sym && is_positive_icon(from->right))
         return OPERATION;
     if (!is_small_integer(t->type)) return 0;
     return is_short_lvalue(to) && is_operand(from) ? 2 * OPERAND + OPERATION : 0;
@@ -276,15 +278,15 @@ bool steps_a_pointer(const NODE *n) {
     const NODE *step = n->right;
     if (n->op == ASG && step->op == PLUS && step->left->op == NAME && step->left->u.sym == n->left->u.sym)
         step = step->right;
-    else if (n->op != PLUSASG && n->op != PLUSPLUS)
-        return false;
+    else if (n->op != PLUSASG && n->op != PLUSPLUS) return false;
     return step && step->op == ICON && step->u.lval == INT65(n->type->type_pointed_to()->size_in_bytes());
 }
 
 } // namespace
 
 bool ok_to_dupe_stmt(NODE *statement, int n) {
-    constexpr int MAX_NODES = 16, MAX_NODES_WITH_STEP = 15; // a step joins the access only in the original place
+    constexpr int MAX_NODES = 16,
+                  MAX_NODES_WITH_STEP = 15; // a step joins the access only in the original place
     if (statement->op == RETURN) return statement->right && is_leaf(statement->right);
     if (statement->op != IF) return false;
     int count = n;
@@ -321,8 +323,8 @@ void register_new_vector_temp_test(bool (*test)(const SYMTAB *)) { new_vector_te
 SYMTAB *sort_stack_variables(SYMTAB *chain) {
     uint32_t next_number = 0;
     for (SYMTAB *s = chain; s; s = s->next) {
-        bool candidate = s->level == 2 && s->sclass == SC_AUTO && !s->is_aliased() && !s->type->is_volatile() &&
-                         (s->type->is_scalar() || s->type->is_csu());
+        bool candidate = s->level == 2 && s->sclass == SC_AUTO && !s->is_aliased() &&
+                         !s->type->is_volatile() && (s->type->is_scalar() || s->type->is_csu());
         if (!candidate && !(new_vector_temp_test && new_vector_temp_test(s))) continue;
         s->sclass = SC_REG_LOCAL2;
         s->value = next_number++;
