@@ -151,9 +151,8 @@ void f_normalize(uint16_t *words, int *exponent, int count) {
         words[0] = 0;
         *exponent += 16;
     };
-    for (int i = WORDS + 1; i < count; i++) words[i] = 0;
-    if (words[0]) push_out_guard();
-    if (words[1] == 0) {
+    // Leading zero words go before the low end is cut, so that what they make room for moves up and stays.
+    if (words[0] == 0 && words[1] == 0) {
         int first = 2;
         while (first < count && words[first] == 0) first++;
         if (first == count) {
@@ -165,6 +164,8 @@ void f_normalize(uint16_t *words, int *exponent, int count) {
         memset(words + count - distance, 0, distance * sizeof *words);
         *exponent -= 16 * distance;
     }
+    for (int i = WORDS + 1; i < count; i++) words[i] = 0;
+    if (words[0]) push_out_guard();
     if (!(words[WORDS + 1] & 0x8000)) return;
     int i = WORDS;
     while (i >= 0 && ++words[i] == 0) i--;

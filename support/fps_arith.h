@@ -11,11 +11,12 @@
 // W0 set, any exponent) exist only on the way to a target format or an integer. The exponent alone tells
 // the special values: 32767 with W0 = 0 is an infinity, with W0 nonzero a NaN; -32767 is a zero.
 //
-// Results are cut, not rounded, to whole words: sums and quotients keep 81 bits or more, products 65 or more,
-// roots about 64 right ones. A conversion to the target then rounds once, to nearest, ties to even. For
+// Results are cut, not rounded, to whole words and keep 81 bits or more: the words above the first set bit go
+// before the low end is cut, else a product of two numbers just above a power of 65536 would keep only 65.
+// Roots have about 76 right bits. A conversion to the target then rounds once, to nearest, ties to even. For
 // operands that are singles +, -, * and / so give the correctly rounded single. For doubles the result can be
 // one in the last place too near to zero, when the exact one lies above a tie by less than the cut: a chance of
-// 2^-28 for sums and quotients, up to 2^-13 for products (of numbers just above a power of 65536).
+// 2^-28 for random operands.
 //
 // Operations take operands by pointer and write through the last one, which may be an operand. They return 0,
 // or -1 when they raised a bit of fp_error; a NaN operand of the arithmetic passes through without a flag.
@@ -142,7 +143,8 @@ int f_align_radix_pt(simul_fval *a);
 // The common last step of the arithmetic, on a work buffer of `count` words (8 or more): a guard word that
 // holds what carried out of the top, then the mantissa words, of which six are kept. Words 1 to 6 and
 // *exponent are the result in working form, not yet checked for range; all zero with exponent 0 if nothing
-// is left. Low words are cut, except that a nonzero guard word pushes out one word, whose top bit rounds.
+// is left. Leading zero words are shifted out first; then low words are cut, except that a nonzero guard word
+// pushes out one word, whose top bit rounds.
 void f_normalize(uint16_t *words, int *exponent, int count);
 
 #endif
