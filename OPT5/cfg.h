@@ -1,13 +1,23 @@
 // The flow graph: basic blocks, edges, labels, and the edits that keep them consistent.
 //
-// Invariants (checked by OPT5/validate): dfn runs 1 to bb_count along dflink; rdflink is the reverse chain, the first
-// block's rdflink being the last block; succs of a block names exactly the blocks that the LABELs of its last
-// statement name; preds is the exact reverse of all succs; the exit block holds one URETURN of NAME(currfunc).
-// Every edit of edges or blocks marks the Dominator stale.
+// A block holds statements, the last of which is its transfer (BRANCH, IF, SWITCH, RETURN, URETURN). Invariants,
+// checked by OPT5/validate: dfn runs 1 to bb_count along dflink; rdflink is the reverse chain, the first block's
+// rdflink being the last block; succs of a block names exactly the blocks that the LABELs of its last statement
+// name; preds is the exact reverse of all succs; uolink reaches every block that exists. The entry block has no
+// predecessor.
 //
-// Edges are one small record each. add_edge keeps a list a set; long lists (switches) are indexed while they are
-// built, so that a block with thousands of successors does not cost their square.
+// Edges are one small record each, without back pointer, so that removing one is linear in its list; adding
+// keeps a list a set. Where many edges change at once (a long SWITCH, a changed last statement) the operations
+// here dedupe by a hash instead. Every edit of edges or blocks marks the function's Dominator stale.
+//
+// Labels. A LABEL node leads to its block through an LBL; several LBLs may stand at one block. refcount counts the
+// LABEL nodes in the function's transfers that lead there. It is exact after renumber_bblocks, which counts afresh;
+// in between it only grows, with each node that is made, copied or pointed there, so that a label in use never
+// looks unused. Numbers are unique within a function at any time: labels of the file are positive, made-up ones
+// negative until the next renumbering.
 #pragma once
+
+#include <vector>
 
 #include "OPT5/fwd.h"
 #include "OPT5/tree.h"
@@ -22,8 +32,8 @@ struct EDGE {
 struct LBL {
     LBL *next = nullptr; // of the same block
     BBLK *block = nullptr;
-    int number = 0; // positive from the file, negative made here
-    uint16_t refcount = 0;
+    int number = 0;        // positive from the file or a renumbering, negative made here
+    unsigned refcount = 0; // LABEL nodes that lead here, or more
 };
 
 struct BBLK : serial_object<BBLK, FUNINFO> {
@@ -31,6 +41,7 @@ struct BBLK : serial_object<BBLK, FUNINFO> {
     BBLK *dflink = nullptr;     // next in flow order
     BBLK *rdflink = nullptr;    // previous; the first block's is the last
     BBLK *uolink = nullptr;     // next in order of creation
+    BBLK *uoprev = nullptr;     // previous in order of creation; null for the first
     LIST *statements = nullptr;
     EDGE *preds = nullptr;
     EDGE *succs = nullptr;
@@ -38,7 +49,7 @@ struct BBLK : serial_object<BBLK, FUNINFO> {
     LBL *labels = nullptr;
     struct LOOP *loop = nullptr; // innermost loop
     const PSN *first_psn = nullptr, *last_psn = nullptr;
-    int uon = 0;                // order of creation, survives renumbering
+    int uon = 0;                // order of creation, survives renumbering; -1: made later
     int dfn = 0;                // position in flow order, from 1
     int16_t depth = 0;          // loop depth
     uint8_t visited = 0;        // scratch; clear_visited()
@@ -57,40 +68,83 @@ struct BBLK : serial_object<BBLK, FUNINFO> {
     ~BBLK(); // edges, labels and statements are not freed here: erase_bblock does that
 };
 
-// --- blocks (cfg.cpp) ---
+// --- blocks ---
+
+// A new block on the given statements, which it takes over. It stands in no list: its uolink is `next`, whose
+// uoprev is set.
 BBLK *mkbblock(LIST *, BBLK *next_in_creation, FUNINFO *owner);
+// A new block behind `after` in both lists, with a label of its own. Without edges.
 BBLK *insert_new_bb(int dfn, BBLK *after, LIST *);
+// Takes a block out of all lists and erases it. The edges of its neighbours must be gone before.
 void delink_old_bb(BBLK *);
+// Frees a block with its edges, labels and statements; for blocks that stand in no list.
 void erase_bblock(BBLK *);
+// Makes the creation order follow the flow order, blocks that are not in flow order last.
+void reset_creation_order();
 bool BB_is_in_bb_list(BBLK *);
+// Sets dfn, rdflink, bb_count and label numbers along dflink.
 void renumber_bblocks();
 void clear_visited();
+// Gives the statements behind `at` (`behind` true), or from `at` on, to a new block behind this one, with all
+// outgoing edges; the old block ends in a BRANCH to it. Gives `block` itself when nothing would move.
+BBLK *split_block(BBLK *block, LIST *at, bool behind);
 
-// --- edges (cfg.cpp) ---
+// --- edge lists ---
 EDGE *mkedge(BBLK *, EDGE *next);
-EDGE *add_edge(BBLK *, EDGE *list, double weight);
-EDGE *remove_edge(BBLK *, EDGE *list);
+EDGE *add_edge(BBLK *, EDGE *list, double weight); // the list itself when the block is on it
+EDGE *remove_edge(BBLK *, EDGE *list);             // the first match only
 bool edge_memberp(BBLK *, EDGE *);
 EDGE *rev_edge_list(EDGE *);
-EDGE *sort_edge_list(EDGE *);      // by ascending dfn, stable
+EDGE *sort_edge_list(EDGE *);      // by ascending dfn, stable; insertion sort
 EDGE *fast_sort_edge_list(EDGE *); // the same in n log n, ties by address
 int edge_length(EDGE *);
 void erase_edge(EDGE *);
 void erase_edge_list(EDGE *);
+
+// --- edges between blocks, both ends at once ---
+void link_blocks(BBLK *from, BBLK *to, double weight = -1.0);
+void unlink_blocks(BBLK *from, BBLK *to);
 // For a new last statement: adds its targets to succs, and this block to their preds.
 void fixup_edge_lists(BBLK *, NODE *);
+// For a changed last statement: drops the edges to blocks that it no longer names and adds the missing ones.
+// Weights of edges that stay are kept.
+void refresh_succs(BBLK *);
+// The block of each LABEL of a tree, added to the list.
 EDGE *list_branch_targets(NODE *, EDGE *);
-void remap_labelrefs(NODE *, BBLK *from, BBLK *to);
-void subst_bb_for_bb_in_stmts(BBLK *from, BBLK *to, LIST *);
 BBLK *split_cfg_edge(BBLK *from, BBLK *to);
+// `all` false: only edges that a loop pass may need; see the function.
 void split_critical_edges(bool all);
 
-// --- labels (cfg.cpp) ---
-LBL *mklabel(int number, LBL *next, BBLK *); // below 1: a made-up number
-LBL *find_label(int number);                 // missing is fatal
-LIST *last_statement(BBLK *);                // null for an empty block
+// What the loop hierarchy has to say to edge splitting, registered by it.
+struct LOOP_EDGE_HOOKS {
+    // Whether from -> to is the back edge of the loop that both are in.
+    bool (*is_back_edge)(BBLK *from, BBLK *to) = nullptr;
+    // `mid` was put on the edge from -> to: finds its loop and enters it there.
+    void (*adopt)(BBLK *from, BBLK *mid, BBLK *to) = nullptr;
+};
+extern LOOP_EDGE_HOOKS loop_edge_hooks;
+// Fills a block on an edge whose ends have a late form; registered by it.
+extern void (*fill_lir_edge_block)(BBLK *from, BBLK *mid, BBLK *to);
 
-// --- building (buildcfg.cpp) ---
-void buildcfg();       // from the statement list of currfuninfo (last statement first)
-void rebuildcfg();     // renumbers, erases what can't be reached
-extern BBLK *final_bb; // the exit block of the function whose graph was built last
+// --- labels ---
+LBL *mklabel(int number, LBL *next, BBLK *); // number below 1: a made-up one
+LBL *first_label(BBLK *);                    // makes one for a block without
+LBL *find_label(int number);                 // missing is fatal; indexed
+NODE *mk_LABELREF_to_label(LBL *, LS *scope);
+void point_labelref(NODE *labelref, LBL *);  // null: to none
+// Frees the labels that erased blocks left behind. They are kept until then, without block, so that a LABEL which
+// a faulty pass left behind is found and not followed into freed memory. For the end of a function.
+void release_dead_labels(FUNINFO *);
+// The LABEL nodes of a tree, right operands before left ones, appended.
+void collect_labelrefs(NODE *, std::vector<NODE *> &);
+void remap_labelrefs(NODE *, BBLK *from, BBLK *to);
+void subst_bb_for_bb_in_stmts(BBLK *from, BBLK *to, LIST *);
+// Sets the refcount of every label of the current function from its statements.
+void count_label_references();
+
+// --- statements of a block ---
+LIST *last_statement(BBLK *); // null for an empty block
+// Replaces the transfer at the end of a block (erasing it) or appends one, and refreshes succs.
+void set_transfer(BBLK *, NODE *transfer);
+// Sets first_psn and last_psn from the statements.
+void note_positions(BBLK *);

@@ -94,6 +94,8 @@ struct FUNINFO {
     BBLK *bb_list = nullptr;
     BBLK *uo_list = nullptr;         // head of the uolink chain
     LIST *statements = nullptr;      // while reading, last statement first
+    int last_label = 0;              // last number that mklabel made up; counts down
+    LBL *dead_labels = nullptr;      // of erased blocks; see release_dead_labels
     NODE *first_statement = nullptr; // copy of the tree that stood first when the graph was built; owned
     Dominator *dominator = nullptr;  // owned
 
