@@ -20,9 +20,7 @@ BBLK *final_bb = nullptr;
 
 namespace {
 
-LS *function_scope() {
-    return currfuninfo->scopes ? LS_level_2_scope(currfuninfo->scopes) : nullptr;
-}
+LS *function_scope() { return currfuninfo->scopes ? LS_level_2_scope(currfuninfo->scopes) : nullptr; }
 
 NODE *mk_URETURN() {
     LS *scope = function_scope();
@@ -202,7 +200,8 @@ void add_edges_of_transfer(BBLK *bb) {
     std::vector<NODE *> refs;
     collect_labelrefs(t, refs);
     for (NODE *ref : refs)
-        if (!ref->label || !ref->label->block) point_labelref(ref, label_with_number(int(ref->u.lval.low_i32())));
+        if (!ref->label || !ref->label->block)
+            point_labelref(ref, label_with_number(int(ref->u.lval.low_i32())));
     bb->succs = list_branch_targets(t, nullptr);
 }
 
@@ -274,10 +273,8 @@ void erase_unreached_blocks() {
         bb->statements = nullptr;
     }
     for (BBLK *bb : unreached) {
-        if (bb->uoprev)
-            bb->uoprev->uolink = bb->uolink;
-        else
-            currfuninfo->uo_list = bb->uolink;
+        if (bb->uoprev) bb->uoprev->uolink = bb->uolink;
+        else currfuninfo->uo_list = bb->uolink;
         if (bb->uolink) bb->uolink->uoprev = bb->uoprev;
         erase_bblock(bb);
     }
@@ -334,7 +331,7 @@ void buildcfg() {
 
     LIST *statements = function->statements;
     function->statements = nullptr;
-    int last_op = statements ? statements->tree->op : NOP;
+    int last_op = statements ? int(statements->tree->op) : int(NOP);
     if (last_op != BRANCH && last_op != URETURN && last_op != RETURN)
         statements = mkelist(mk_URETURN(), statements, nullptr);
 

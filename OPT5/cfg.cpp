@@ -103,10 +103,8 @@ BBLK *insert_new_bb(int dfn, BBLK *after, LIST *statements) {
     bb->dflink = after->dflink;
     bb->rdflink = after;
     after->dflink = bb;
-    if (bb->dflink)
-        bb->dflink->rdflink = bb;
-    else if (function->bb_list)
-        function->bb_list->rdflink = bb;
+    if (bb->dflink) bb->dflink->rdflink = bb;
+    else if (function->bb_list) function->bb_list->rdflink = bb;
     bb->dfn = dfn;
     bb->uon = -1;
     bb->labels = mklabel(0, nullptr, bb);
@@ -118,10 +116,8 @@ namespace {
 
 void unlink_creation_order(BBLK *bb) {
     FUNINFO *function = bb->owner;
-    if (bb->uoprev)
-        bb->uoprev->uolink = bb->uolink;
-    else if (function->uo_list == bb)
-        function->uo_list = bb->uolink;
+    if (bb->uoprev) bb->uoprev->uolink = bb->uolink;
+    else if (function->uo_list == bb) function->uo_list = bb->uolink;
     if (bb->uolink) bb->uolink->uoprev = bb->uoprev;
     bb->uolink = bb->uoprev = nullptr;
 }
@@ -137,10 +133,8 @@ void delink_old_bb(BBLK *bb) {
         if (bb->dflink) bb->dflink->rdflink = last;
     } else {
         bb->rdflink->dflink = bb->dflink;
-        if (bb->dflink)
-            bb->dflink->rdflink = bb->rdflink;
-        else
-            function->bb_list->rdflink = bb->rdflink;
+        if (bb->dflink) bb->dflink->rdflink = bb->rdflink;
+        else function->bb_list->rdflink = bb->rdflink;
     }
     unlink_creation_order(bb);
     erase_bblock(bb);
@@ -235,8 +229,7 @@ void renumber_bblocks() {
 
 BBLK *split_block(BBLK *block, LIST *at, bool behind) {
     LIST *last_to_stay = nullptr;
-    if (behind)
-        last_to_stay = at;
+    if (behind) last_to_stay = at;
     else
         for (LIST *s = block->statements; s != at; s = s->next) last_to_stay = s;
     LIST *moved = last_to_stay ? last_to_stay->next : block->statements;
@@ -259,10 +252,8 @@ BBLK *split_block(BBLK *block, LIST *at, bool behind) {
     (last_to_stay ? last_to_stay->next : block->statements) = branch;
     rest->dFreqIn = block->dFreqIn;
     rest->depth = block->depth;
-    if (block->loop && loop_edge_hooks.adopt)
-        loop_edge_hooks.adopt(block, rest, block);
-    else
-        rest->loop = block->loop;
+    if (block->loop && loop_edge_hooks.adopt) loop_edge_hooks.adopt(block, rest, block);
+    else rest->loop = block->loop;
     return rest;
 }
 
@@ -412,10 +403,8 @@ void refresh_succs(BBLK *bb) {
         if (!known.add(target)) continue;
         succs = mkedge(target, succs);
         auto found = old.find(target);
-        if (found != old.end())
-            succs->weight = found->second->weight;
-        else
-            target->preds = add_edge(bb, target->preds, -1.0);
+        if (found != old.end()) succs->weight = found->second->weight;
+        else target->preds = add_edge(bb, target->preds, -1.0);
     }
     for (EDGE *e = bb->succs; e; e = e->next)
         if (known.add(e->block)) e->block->preds = remove_edge(bb, e->block->preds);
@@ -531,12 +520,9 @@ void point_labelref(NODE *ref, LBL *label) {
 void collect_labelrefs(NODE *tree, std::vector<NODE *> &refs) {
     if (!tree) return;
     // Only transfers hold labels, and not in a condition or selector, which may be large.
-    if (tree->op == IF || tree->op == SWITCH || tree->op == CBRANCH)
-        tree = tree->right;
-    else if (tree->op == BRANCH)
-        tree = tree->left;
-    else if (tree->op != LABEL && tree->op != COMMA && tree->op != CASE && tree->op != DEFAULT)
-        return;
+    if (tree->op == IF || tree->op == SWITCH || tree->op == CBRANCH) tree = tree->right;
+    else if (tree->op == BRANCH) tree = tree->left;
+    else if (tree->op != LABEL && tree->op != COMMA && tree->op != CASE && tree->op != DEFAULT) return;
     if (!tree) return;
     std::vector<NODE *> todo{tree};
     while (!todo.empty()) {

@@ -131,7 +131,7 @@ LBL *mklabel(int number, LBL *next, BBLK *); // number below 1: a made-up one
 LBL *first_label(BBLK *);                    // makes one for a block without
 LBL *find_label(int number);                 // missing is fatal; indexed
 NODE *mk_LABELREF_to_label(LBL *, LS *scope);
-void point_labelref(NODE *labelref, LBL *);  // null: to none
+void point_labelref(NODE *labelref, LBL *); // null: to none
 // Frees the labels that erased blocks left behind. They are kept until then, without block, so that a LABEL which
 // a faulty pass left behind is found and not followed into freed memory. For the end of a function.
 void release_dead_labels(FUNINFO *);

@@ -4,9 +4,10 @@
 #include <cstdio>
 
 #include "OPT5/funinfo.h"
-#include "OPT5/liveness.h"
 #include "support/dbgout.h"
 #include "support/fatal.h"
+
+void (*live_variables_finder)() = nullptr;
 
 Dominator &dominators() {
     if (!currfuninfo->dominator) currfuninfo->dominator = new Dominator;
@@ -15,7 +16,9 @@ Dominator &dominators() {
 
 void compute_dominators(bool and_liveness) {
     dominators().rebuild();
-    if (and_liveness) find_live_variables(false, false);
+    if (!and_liveness) return;
+    QL_ASSERT(live_variables_finder);
+    live_variables_finder();
 }
 
 void Dominator::rebuild() {
@@ -88,7 +91,8 @@ void DOMINATOR_TREE::number_from(BBLK *root) {
 int DOMINATOR_TREE::eval(int v) {
     if (ancestor_[size_t(v)] == NONE) return v;
     path_.clear();
-    for (int x = v; ancestor_[size_t(ancestor_[size_t(x)])] != NONE; x = ancestor_[size_t(x)]) path_.push_back(x);
+    for (int x = v; ancestor_[size_t(ancestor_[size_t(x)])] != NONE; x = ancestor_[size_t(x)])
+        path_.push_back(x);
     while (!path_.empty()) {
         size_t x = size_t(path_.back());
         path_.pop_back();
@@ -200,7 +204,8 @@ void Dominator::builder() {
 // --- trees ---
 
 // Walks the trees under the roots, parents first, and notes which stretch of the walk each subtree takes.
-void Dominator::generate_tree_walk(const std::vector<BBLK *> &roots, const std::vector<std::vector<BBLK *>> &children,
+void Dominator::generate_tree_walk(const std::vector<BBLK *> &roots,
+                                   const std::vector<std::vector<BBLK *>> &children,
                                    std::vector<BBLK *> &walk, std::vector<SPAN> &span) {
     struct ITEM {
         BBLK *block;
@@ -305,10 +310,8 @@ void Dominator::print_IDOM() {
     refresh();
     dprintf("\nImmediate dominators:\n");
     for (unsigned i = 1; i <= bb_count; i++) {
-        if (idom[i] > 0)
-            dprintf("\tBB%u: BB%d\n", i, idom[i]);
-        else
-            dprintf("\tBB%u: %s\n", i, idom[i] == 0 ? "entry" : "unreachable");
+        if (idom[i] > 0) dprintf("\tBB%u: BB%d\n", i, idom[i]);
+        else dprintf("\tBB%u: %s\n", i, idom[i] == 0 ? "entry" : "unreachable");
     }
 }
 
@@ -316,9 +319,7 @@ void Dominator::print_POSTDOM() {
     refresh();
     dprintf("\nImmediate postdominators:\n");
     for (unsigned i = 1; i <= bb_count; i++) {
-        if (ipdom[i] > int(bb_count))
-            dprintf("\tBB%u: exit\n", i);
-        else
-            dprintf("\tBB%u: BB%d\n", i, ipdom[i]);
+        if (ipdom[i] > int(bb_count)) dprintf("\tBB%u: exit\n", i);
+        else dprintf("\tBB%u: BB%d\n", i, ipdom[i]);
     }
 }

@@ -23,11 +23,11 @@
 struct Dominator {
     static constexpr int NO_DOMINATOR = -556;
 
-    std::vector<BBLK *> block;                       // by dfn; slot 0 empty
-    std::vector<int> idom, ipdom;                    // by dfn
-    std::vector<BBLK *> dom_walk, postdom_walk;      // both trees in preorder
+    std::vector<BBLK *> block;                                // by dfn; slot 0 empty
+    std::vector<int> idom, ipdom;                             // by dfn
+    std::vector<BBLK *> dom_walk, postdom_walk;               // both trees in preorder
     std::vector<std::vector<BBLK *>> children, post_children; // by dfn, 0 and the virtual exit included
-    unsigned bb_count = 0;                           // what it was built for
+    unsigned bb_count = 0;                                    // what it was built for
     bool stale = true;
 
     Dominator() = default;
@@ -64,11 +64,12 @@ struct Dominator {
     void builder();
     std::vector<BBLK *> find_exits() const;
     static void generate_tree_walk(const std::vector<BBLK *> &roots,
-                                   const std::vector<std::vector<BBLK *>> &children, std::vector<BBLK *> &walk,
-                                   std::vector<SPAN> &span);
+                                   const std::vector<std::vector<BBLK *>> &children,
+                                   std::vector<BBLK *> &walk, std::vector<SPAN> &span);
 };
 
 // The object of the current function, made when it is missing.
 Dominator &dominators();
-// Rebuilds it; with `and_liveness`, the live variables as well.
+// Rebuilds it; with `and_liveness`, the live variables as well (find_live_variables(0, 0), which registers itself).
 void compute_dominators(bool and_liveness);
+extern void (*live_variables_finder)();

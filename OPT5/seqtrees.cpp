@@ -99,7 +99,7 @@ class SEQUENCER {
     LIST *done_;
     std::vector<uint8_t> catching_;
     bool any_catch_;
-    std::vector<LIST *> todo_; // the next one last
+    std::vector<LIST *> todo_;                    // the next one last
     std::unordered_set<const NODE *> with_catch_; // nodes of the statement in work that hold a catching call
 
     void later(NODE *tree, const LIST *like) { todo_.push_back(mkelist(tree, nullptr, like->psn)); }
@@ -158,14 +158,16 @@ void SEQUENCER::branch_over(LIST *s, NODE *condition, NODE *then, NODE *otherwis
     LS *scope = s->tree->scope;
     LBL *at_then = mklabel(0, nullptr, nullptr), *at_else = mklabel(0, nullptr, nullptr);
     LBL *at_end = otherwise ? mklabel(0, nullptr, nullptr) : nullptr;
-    NODE *labels = maketree(COMMA, mk_LABELREF_to_label(at_then, scope), mk_LABELREF_to_label(at_else, scope), tp->void_type(), scope);
+    NODE *labels = maketree(COMMA, mk_LABELREF_to_label(at_then, scope), mk_LABELREF_to_label(at_else, scope),
+                            tp->void_type(), scope);
     // the last one first
     if (otherwise) {
         later(mk_definition(at_end, scope), s);
         later(otherwise, s);
     }
     later(mk_definition(at_else, scope), s);
-    if (otherwise) later(maketree(BRANCH, mk_LABELREF_to_label(at_end, scope), nullptr, tp->void_type(), scope), s);
+    if (otherwise)
+        later(maketree(BRANCH, mk_LABELREF_to_label(at_end, scope), nullptr, tp->void_type(), scope), s);
     if (then) later(then, s);
     later(mk_definition(at_then, scope), s);
     later(maketree(IF, condition, labels, tp->void_type(), scope), s);
@@ -220,8 +222,10 @@ bool SEQUENCER::open_condition(LIST *s) {
     LBL *between = mklabel(0, nullptr, nullptr);
     NODE *labels = t->right;
     NODE *first_labels = c->op == ANDAND
-                             ? maketree(COMMA, mk_LABELREF_to_label(between, scope), copy_tree(labels->right), labels->type, scope)
-                             : maketree(COMMA, copy_tree(labels->left), mk_LABELREF_to_label(between, scope), labels->type, scope);
+                             ? maketree(COMMA, mk_LABELREF_to_label(between, scope), copy_tree(labels->right),
+                                        labels->type, scope)
+                             : maketree(COMMA, copy_tree(labels->left), mk_LABELREF_to_label(between, scope),
+                                        labels->type, scope);
     t->left = c->right;
     todo_.push_back(s); // the second test, in the statement as it was
     later(mk_definition(between, scope), s);

@@ -9,3 +9,6 @@
 NODE *simp_tree(NODE *tree, struct LOOP *loop);
 // One node whose operands are simplified already.
 NODE *simp_node(NODE *node, struct LOOP *loop);
+
+// The part of a tree that must still run when its value is not used, or null; COMMAOPs join what is left, in order.
+NODE *peel_for_effect(NODE *tree);

@@ -245,14 +245,14 @@ TAIL find_tail(BBLK *bb) {
     }
     if (last->tree->op != BRANCH || !before_last || !op_is_call(before_last->tree->op)) return tail;
     LIST *next = bb->succs->block->statements;
-    if (!bb->succs->next && next && next->tree->op == URETURN) tail = {before, before_last, before_last->tree};
+    if (!bb->succs->next && next && next->tree->op == URETURN)
+        tail = {before, before_last, before_last->tree};
     return tail;
 }
 
 } // namespace
 
-TAIL_CALLS::TAIL_CALLS()
-    : function(currfuninfo), refused(false), checked(false) {
+TAIL_CALLS::TAIL_CALLS() : function(currfuninfo), refused(false), checked(false) {
     refused = opt_level() < 2 || function->local_address_taken || !currfunc->is_function() ||
               currfunc->type->is_vararg();
 }

@@ -24,8 +24,8 @@ struct TAIL_CALLS {
     void finish();
 
     FUNINFO *function;
-    bool refused;        // found out that no call of this function can go
-    bool checked;        // the checks that need a walk of the function are done
-    BBLK *loop_entry;    // where tail calls jump to, null until the first
+    bool refused;                  // found out that no call of this function can go
+    bool checked;                  // the checks that need a walk of the function are done
+    BBLK *loop_entry;              // where tail calls jump to, null until the first
     std::vector<SYMTAB *> written; // parameters that lost their const qualifier
 };

@@ -342,7 +342,7 @@ NODE *mk_UAND(NODE *lvalue) {
 }
 
 void note_label_reference(LBL *label) {
-    if (label->refcount != UINT16_MAX) label->refcount++;
+    label->refcount++;
 }
 
 NODE *mk_LABELDEF(LBL *label) {

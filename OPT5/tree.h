@@ -200,8 +200,8 @@ NODE *mk_UAND(NODE *lvalue); // address, type pointer to the operand's type
 NODE *mk_LABELDEF(LBL *);
 NODE *mk_LABELREF(int number, int branch_hint);
 NODE *mk_LABELREF_to_bb(BBLK *, LS *scope); // makes a label for the block when it has none
-// Counts one more LABEL node that names `label`. The count stays at its top: an over-count only keeps a label
-// that nobody needs, a wrapped one would lose a label that is jumped to.
+// Counts one more LABEL node that names `label`. Erasing nodes does not count down (see OPT5/cfg): an over-count
+// only keeps a label that nobody needs.
 void note_label_reference(LBL *label);
 NODE *mk_IF(NODE *condition, BBLK *if_true, BBLK *if_false, LS *scope);
 NODE *mk_BRANCH(BBLK *, LS *scope);
