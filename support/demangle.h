@@ -11,6 +11,12 @@
 // recognises an encoded name by its prefix.
 extern int decode_mangle_scheme;
 
+// Whether decoding NAME stays cheap. An encoded name refers back to its own parts, and a text of 250 bytes can so
+// stand for 500 megabytes: names beyond these bounds, which real programs hardly reach, stay encoded.
+constexpr unsigned MAX_DEMANGLE_LENGTH = 4096;
+constexpr unsigned MAX_DEMANGLE_REFERENCES = 20;
+bool name_is_cheap_to_decode(const char *name);
+
 // NAME may be null, which gives an empty text.
 std::string decode_identifier(const char *name);
 

@@ -166,6 +166,7 @@ bool TYPE_PKG::demangle_type_name(const char *name, std::string &plain) {
     // begins like a nested name is hardly ever a whole one.
     bool nested = name[0] == 'N' && name[1] >= '0' && name[1] <= '9';
     if (!nested && !(name[0] >= '1' && name[0] <= '9')) return false;
+    if (!name_is_cheap_to_decode(name)) return false;
     int status = 0;
     std::unique_ptr<char, void (*)(void *)> text(abi::__cxa_demangle(name, nullptr, nullptr, &status), free);
     if (status != 0 || !text) return false;

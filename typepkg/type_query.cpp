@@ -286,15 +286,10 @@ TYPE *normalized_function(TYPE *t) {
 // The normal form of a type whose parts have theirs.
 TYPE *from_normal_parts(TYPE *t) {
     TYPE_PKG &p = *t->pkg;
+    bool parts_are_normal = t->kind != K_typedef && t->kind != K_int && t->kind < K_count;
+    each_normal_part(t, [&](const TYPE *part) { parts_are_normal &= part->norm == part; });
+    if (parts_are_normal) return t;
     switch (t->kind) {
-    case K_void:
-    case K_float:
-    case K_fixpt:
-    case K_ptm:
-    case K_enum:
-    case K_class:
-    case K_struct:
-    case K_union: return t;
     case K_int: {
         // An integer of odd size, a truth value or a pointer to member in integer's clothes is its own.
         TYPE *slot = p.basic[t->sub.i.ikind];

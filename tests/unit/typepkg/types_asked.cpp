@@ -251,6 +251,13 @@ TEST_F(types_asked, names) {
         EXPECT_EQ(TYPE_PKG::demangle_type_name(row.name, plain), row.cpp) << row.name;
         EXPECT_EQ(plain, row.plain);
     }
+    // Each level doubles the text that the name stands for.
+    std::string bomb = "1AIiiE";
+    for (char level = 'A'; level < 'Z'; level++) bomb += std::string("S_IS") + level + "_S" + level + "_E";
+    for (const std::string &name : {"_Z1f" + bomb, bomb}) {
+        TYPE_PKG::demangle_type_name(name.c_str(), plain);
+        EXPECT_EQ(plain, name);
+    }
     EXPECT_TRUE(TYPE_PKG::compare_type_names("3foo", "foo"));
     EXPECT_FALSE(TYPE_PKG::compare_type_names("3foo", "bar"));
     EXPECT_EQ(find_type("s", K_struct), s);
