@@ -1,0 +1,46 @@
+#include "tools/parse/lower.h"
+
+#include <cstdio>
+
+using namespace clang;
+
+void LOWER::refuse(SourceLocation where, const std::string &what) {
+    PresumedLoc p = ctx.getSourceManager().getPresumedLoc(ctx.getSourceManager().getExpansionLoc(where));
+    if (p.isValid())
+        fprintf(stderr, "%s:%u:%u: error: qlparse does not take this: %s\n", p.getFilename(), p.getLine(),
+                p.getColumn(), what.c_str());
+    else fprintf(stderr, "%s: error: qlparse does not take this: %s\n", m.file_name.c_str(), what.c_str());
+    throw REFUSED();
+}
+
+const PSN *LOWER::psn_of(SourceLocation where) {
+    SourceManager &sm = ctx.getSourceManager();
+    PresumedLoc p = sm.getPresumedLoc(sm.getExpansionLoc(where));
+    if (p.isInvalid()) return position;
+    if (position && position->line == p.getLine() && position->column == p.getColumn() &&
+        !strcmp(position->file, p.getFilename()))
+        return position;
+    return m.psn(p.getFilename(), p.getLine(), p.getColumn());
+}
+
+void LOWER::translation_unit() {
+    for (const Decl *d : ctx.getTranslationUnitDecl()->decls()) {
+        if (auto *v = dyn_cast<VarDecl>(d)) {
+            // One symbol for all declarations of a variable; defined where clang says so.
+            if (v->getDefinition() || v->hasInit() || v->getActingDefinition() || v->hasAttr<UsedAttr>())
+                if (v == v->getMostRecentDecl()) global_variable(v);
+        } else if (auto *f = dyn_cast<FunctionDecl>(d)) {
+            if (f->doesThisDeclarationHaveABody() && !f->isDependentContext()) function_definition(f);
+        } else if (auto *a = dyn_cast<FileScopeAsmDecl>(d)) {
+            MRECORD &r = m.items.emplace_back().record;
+            r.tag = IF_ASSEMBLY;
+            r.text = a->getAsmString()->getString().str();
+            r.psn = psn_of(a->getAsmLoc());
+        }
+    }
+    for (SOURCE_PRAGMA &p : source_pragmas) {
+        if (p.used || p.function.empty()) continue;
+        auto it = global_names.find(p.function);
+        if (it != global_names.end()) m.add_pragma(it->second, m.pragma(p.number, p.args));
+    }
+}

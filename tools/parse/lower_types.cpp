@@ -1,0 +1,160 @@
+#include "tools/parse/lower.h"
+
+#include "clang/AST/DeclCXX.h"
+
+using namespace clang;
+
+TYPE *LOWER::builtin_type(const BuiltinType *b) {
+    TYPE_PKG *p = m.package;
+    uint64_t size = ctx.getTypeSize(b);
+    uint32_t align = uint32_t(ctx.getTypeAlign(b));
+    auto integer = [&](IKIND k, bool expl = false) { return p->mk_int(k, expl, size, align, k == IK_bool); };
+    switch (b->getKind()) {
+    case BuiltinType::Void: return p->mk_void();
+    case BuiltinType::Bool: return integer(IK_bool);
+    case BuiltinType::Char_S: return integer(IK_schar);
+    case BuiltinType::Char_U: return integer(IK_uchar);
+    case BuiltinType::SChar: return integer(IK_schar, true);
+    case BuiltinType::UChar: return integer(IK_uchar, true);
+    case BuiltinType::WChar_U:
+    case BuiltinType::WChar_S: return integer(IK_wchar);
+    case BuiltinType::Char16:
+    case BuiltinType::UShort: return integer(IK_ushort);
+    case BuiltinType::Short: return integer(IK_short);
+    case BuiltinType::Char32:
+    case BuiltinType::UInt: return integer(IK_uint);
+    case BuiltinType::Int: return integer(IK_int);
+    case BuiltinType::Long: return integer(IK_long);
+    case BuiltinType::ULong: return integer(IK_ulong);
+    case BuiltinType::LongLong: return integer(IK_llong);
+    case BuiltinType::ULongLong: return integer(IK_ullong);
+    case BuiltinType::Float: return p->mk_fltpt(FK_float, size, align);
+    case BuiltinType::Double: return p->mk_fltpt(FK_double, size, align);
+    case BuiltinType::LongDouble: return p->mk_fltpt(FK_ldouble, size, align);
+    case BuiltinType::NullPtr: return p->void_ptr_type();
+    default: return nullptr;
+    }
+}
+
+TYPE *LOWER::type_of(QualType q) {
+    q = ctx.getCanonicalType(q);
+    auto it = types.find(q.getAsOpaquePtr());
+    if (it != types.end()) return it->second;
+    TYPE_PKG *p = m.package;
+    TYPE *t = nullptr;
+    unsigned bits = 0;
+    if (q.isLocalConstQualified()) bits |= QUAL_const;
+    if (q.isLocalVolatileQualified()) bits |= QUAL_volatile;
+    if (q.isLocalRestrictQualified()) bits |= QUAL_restrict;
+    const Type *ty = q.getTypePtr();
+    if (bits) {
+        t = p->mk_qual(type_of(QualType(ty, 0)), bits);
+    } else if (auto *b = dyn_cast<BuiltinType>(ty)) {
+        t = builtin_type(b);
+    } else if (auto *c = dyn_cast<ComplexType>(ty)) {
+        t = p->mk_complex(type_of(c->getElementType()));
+    } else if (auto *ptr = dyn_cast<PointerType>(ty)) {
+        t = p->mk_ptr(type_of(ptr->getPointeeType()));
+    } else if (auto *a = dyn_cast<ConstantArrayType>(ty)) {
+        t = p->mk_array(type_of(a->getElementType()), false, a->getSize().getZExtValue());
+    } else if (auto *ia = dyn_cast<IncompleteArrayType>(ty)) {
+        t = p->mk_array_full(type_of(ia->getElementType()), false, 0, false, false, 0,
+                             uint32_t(ctx.getTypeAlign(ia->getElementType())));
+    } else if (auto *va = dyn_cast<VariableArrayType>(ty)) {
+        t = p->mk_array_full(type_of(va->getElementType()), false, 0, false, false, 0,
+                             uint32_t(ctx.getTypeAlign(va->getElementType())));
+    } else if (auto *v = dyn_cast<VectorType>(ty)) {
+        t = p->mk_vector(type_of(v->getElementType()), v->getNumElements());
+    } else if (auto *f = dyn_cast<clang::FunctionType>(ty)) {
+        t = function_type(f, SourceLocation());
+    } else if (auto *r = dyn_cast<RecordType>(ty)) {
+        t = record_type(r->getDecl(), r->getDecl()->getLocation());
+    } else if (auto *e = dyn_cast<EnumType>(ty)) {
+        const EnumDecl *d = e->getDecl();
+        QualType under = d->getIntegerType();
+        if (under.isNull()) under = ctx.IntTy;
+        t = p->mk_enum(d->getName().str().c_str(), type_of(under), ctx.getTypeSize(under),
+                       uint32_t(ctx.getTypeAlign(under)), false);
+        if (const EnumDecl *def = d->getDefinition())
+            for (const EnumConstantDecl *c : def->enumerators())
+                t->add_etor(c->getName().str().c_str(), c->getInitVal().getExtValue(),
+                            psn_of(c->getLocation()));
+        t->set_psn(psn_of(d->getLocation()));
+        p->type_frozen(t);
+    } else if (auto *at = dyn_cast<AtomicType>(ty)) {
+        t = p->mk_qual(type_of(at->getValueType()), QUAL_volatile);
+    }
+    if (!t) refuse(SourceLocation(), "a type '" + q.getAsString() + "'");
+    types[q.getAsOpaquePtr()] = t;
+    return t;
+}
+
+TYPE *LOWER::source_type(QualType q) {
+    if (auto *td = q->getAs<TypedefType>()) {
+        if (q.hasLocalQualifiers() || !q->isTypedefNameType() || q->isVariablyModifiedType())
+            return type_of(q);
+        const TypedefNameDecl *d = td->getDecl();
+        TYPE *named = source_type(d->getUnderlyingType());
+        if (named->is_func()) return named;
+        const PSN *at = psn_of(d->getLocation());
+        return m.package->mk_typedef(d->getName().str().c_str(), false, named, TP_SIZE, TP_ALIGN, false, at);
+    }
+    return type_of(q);
+}
+
+TYPE *LOWER::function_type(const clang::FunctionType *f, SourceLocation) {
+    TYPE_PKG *p = m.package;
+    bool record = returns_record(f);
+    TYPE *returns = record ? p->mk_void() : type_of(f->getReturnType().getUnqualifiedType());
+    std::vector<TYPE *> params;
+    if (record) params.push_back(pointer_to(unqualified(f->getReturnType())));
+    auto *proto = dyn_cast<FunctionProtoType>(f);
+    if (proto) {
+        for (QualType q : proto->param_types()) params.push_back(type_of(q.getUnqualifiedType()));
+        return p->mk_func(returns, params, proto->isVariadic());
+    }
+    TYPE *t = p->mk_func(returns, false, false, false);
+    for (TYPE *param : params) t->add_param(param);
+    t->open_list(TPL_params);
+    p->type_frozen(t);
+    return t;
+}
+
+TYPE *LOWER::record_type(const RecordDecl *d, SourceLocation) {
+    d = cast<RecordDecl>(d->getCanonicalDecl());
+    auto it = records.find(d);
+    if (it != records.end()) return it->second;
+    const RecordDecl *def = d->getDefinition();
+    uint64_t size = 0;
+    uint32_t align = 8;
+    if (def) {
+        if (def->isInvalidDecl()) refuse(d->getLocation(), "an invalid record");
+        const ASTRecordLayout &layout = ctx.getASTRecordLayout(def);
+        size = uint64_t(ctx.toBits(layout.getSize()));
+        align = uint32_t(ctx.toBits(layout.getAlignment()));
+    }
+    KIND kind = d->isUnion() ? K_union : K_struct;
+    TYPE *t = m.package->mk_csu(kind, d->getName().str().c_str(), size, align, false, 0, def != nullptr);
+    t->set_psn(psn_of(d->getLocation()));
+    records[d] = t;
+    if (def) record_members(def, t);
+    m.package->type_frozen(t);
+    records[d] = t;
+    return t;
+}
+
+void LOWER::record_members(const RecordDecl *def, TYPE *t) {
+    const ASTRecordLayout &layout = ctx.getASTRecordLayout(def);
+    for (const FieldDecl *f : def->fields()) {
+        if (f->isUnnamedBitfield()) continue;
+        TYPE *type = type_of(f->getType());
+        int64_t offset = int64_t(layout.getFieldOffset(f->getFieldIndex()));
+        std::string name = f->getName().str();
+        fkMDATA *member = f->isBitField()
+                              ? t->add_bitfield(name.c_str(), type, offset, f->getBitWidthValue(ctx))
+                              : t->add_mdata(name.c_str(), type, offset);
+        const PSN *at = psn_of(f->getLocation());
+        if (at) member->psn = *at;
+        members[f] = member;
+    }
+}

@@ -1,0 +1,216 @@
+// qlparse: C source to intermediate file.
+//
+//   qlparse FILE.c -o FILE.if [compiler options]
+//
+// Options are those of a compiler (-I -D -U -include -std= -O -W...); --qlopt=OPTION puts an option into the file's
+// option set for the optimizer. Exit status: 0 written, 1 refused or failed (nothing is written), 2 usage.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "clang/AST/ASTConsumer.h"
+#include "clang/Frontend/CompilerInstance.h"
+#include "clang/Frontend/FrontendActions.h"
+#include "clang/Lex/Pragma.h"
+#include "clang/Lex/Preprocessor.h"
+#include "clang/Tooling/Tooling.h"
+
+#include "tools/parse/lower.h"
+
+using namespace clang;
+
+namespace {
+
+struct OPTIONS {
+    std::string input, output;
+    bool big_endian = false, soft_float = false;
+    std::vector<std::string> compiler;  // passed to the front end
+    std::vector<std::string> optimizer; // recorded in the file
+};
+
+std::vector<SOURCE_PRAGMA> pragmas;
+std::unique_ptr<MODEL> model;
+bool lowered = false;
+
+// #pragma MUST_ITERATE(8, 64, 8), #pragma FUNC_CANNOT_INLINE(name) and their kin.
+class QL_PRAGMA_HANDLER : public PragmaHandler {
+    int number;
+    bool of_function;
+
+  public:
+    QL_PRAGMA_HANDLER(const char *name, int number, bool of_function)
+        : PragmaHandler(name), number(number), of_function(of_function) {}
+
+    void HandlePragma(Preprocessor &pp, PragmaIntroducer intro, Token &first) override {
+        SOURCE_PRAGMA p;
+        p.where = intro.Loc;
+        p.number = number;
+        (void)first;
+        Token t;
+        pp.Lex(t);
+        std::string current;
+        bool open = t.is(tok::l_paren), any = false;
+        if (open) {
+            for (pp.Lex(t); !t.is(tok::eod) && !t.is(tok::r_paren); pp.Lex(t)) {
+                if (t.is(tok::comma)) {
+                    p.args.push_back(current);
+                    current.clear();
+                } else current += pp.getSpelling(t);
+                any = true;
+            }
+            if (any) p.args.push_back(current);
+        }
+        while (!t.is(tok::eod)) pp.Lex(t);
+        if (of_function && !p.args.empty()) {
+            p.function = p.args[0];
+            p.args.erase(p.args.begin());
+            for (std::string &a : p.args)
+                if (a.size() >= 2 && a.front() == '"') a = a.substr(1, a.size() - 2);
+        }
+        if (number == PRAG_MUST_ITERATE || number == PRAG_PROB_ITERATE) {
+            p.args.resize(number == PRAG_MUST_ITERATE ? 3 : 2);
+            if (p.args[0].empty()) p.args[0] = "0";
+        }
+        pragmas.push_back(p);
+    }
+};
+
+// The pragmas of loops, and those that name a function in their first argument.
+const struct {
+    int number;
+    bool of_function;
+} source_pragma_rows[] = {
+    {PRAG_MUST_ITERATE, false},      {PRAG_PROB_ITERATE, false},      {PRAG_UNROLL, false},
+    {PRAG_PARALLEL_LOOP, false},     {PRAG_COALESCE_LOOP, false},     {PRAG_NO_COALESCE_LOOP, false},
+    {PRAG_LOOP_NO_ALIAS, false},     {PRAG_FUNC_NEVER_RETURNS, true}, {PRAG_FUNC_CANNOT_INLINE, true},
+    {PRAG_FUNC_NO_GLOBAL_ASG, true}, {PRAG_FUNC_NO_IND_ASG, true},    {PRAG_FUNC_IS_PURE, true},
+    {PRAG_FUNC_IS_SYSTEM, true},     {PRAG_FUNC_EXT_CALLED, true},    {PRAG_FUNC_ALWAYS_INLINE, true},
+    {PRAG_CODE_SECTION, true},       {PRAG_DATA_SECTION, true},       {PRAG_DATA_ALIGN, true},
+    {PRAG_CODE_STATE, true},         {PRAG_SYM_IS_REFERENCED, true},
+};
+
+class LOWER_CONSUMER : public ASTConsumer {
+  public:
+    void HandleTranslationUnit(ASTContext &context) override {
+        if (context.getDiagnostics().hasErrorOccurred()) return;
+        LOWER lower(context, *model, pragmas);
+        try {
+            lower.translation_unit();
+            lowered = true;
+        } catch (REFUSED &) {}
+    }
+};
+
+class LOWER_ACTION : public ASTFrontendAction {
+    std::unique_ptr<ASTConsumer> CreateASTConsumer(CompilerInstance &ci, StringRef) override {
+        for (auto &row : source_pragma_rows)
+            ci.getPreprocessor().AddPragmaHandler(
+                new QL_PRAGMA_HANDLER(PRAGMA::name(row.number), row.number, row.of_function));
+        return std::make_unique<LOWER_CONSUMER>();
+    }
+};
+
+void usage(FILE *to) {
+    fputs("Usage: qlparse FILE.c -o FILE.if [options]\n"
+          "Translates one C source file into an intermediate file.\n"
+          "  -o FILE             the file to write (default: the source's name with .if)\n"
+          "  -I -D -U -include -std= -f... -W... -O... -x   as for a compiler\n"
+          "  --endian=little|big the byte order of the target (little)\n"
+          "  --float=hard|soft   the calling convention of floats (hard)\n"
+          "  --qlopt=OPTION      record an option for the optimizer in the file\n"
+          "  --help              this text\n"
+          "Exit status: 0 the file was written; 1 errors in the source, or something that is not taken (told "
+          "with its\n"
+          "position), nothing is written; 2 wrong usage.\n",
+          to);
+}
+
+bool takes_value(const char *a) {
+    for (const char *o : {"-I", "-D", "-U", "-include", "-isystem", "-x", "-iquote", "-MF", "-MT", "-MQ"})
+        if (!strcmp(a, o)) return true;
+    return false;
+}
+
+OPTIONS parse_options(int argc, char **argv) {
+    OPTIONS o;
+    for (int i = 1; i < argc; i++) {
+        std::string a = argv[i];
+        if (a == "--help") {
+            usage(stdout);
+            exit(0);
+        } else if (a == "-o" && i + 1 < argc) o.output = argv[++i];
+        else if (a == "--endian=big") o.big_endian = true;
+        else if (a == "--endian=little") o.big_endian = false;
+        else if (a == "--float=soft") o.soft_float = true;
+        else if (a == "--float=hard") o.soft_float = false;
+        else if (a.rfind("--qlopt=", 0) == 0) o.optimizer.push_back(a.substr(8));
+        else if (takes_value(argv[i]) && i + 1 < argc) {
+            o.compiler.push_back(a);
+            o.compiler.push_back(argv[++i]);
+        } else if (a[0] == '-' && a.size() > 1) o.compiler.push_back(a);
+        else if (o.input.empty()) o.input = a;
+        else {
+            fprintf(stderr, "qlparse: more than one source file: %s, %s\n", o.input.c_str(), a.c_str());
+            exit(2);
+        }
+    }
+    if (o.input.empty()) {
+        usage(stderr);
+        exit(2);
+    }
+    if (o.output.empty()) o.output = o.input.substr(0, o.input.rfind('.')) + ".if";
+    return o;
+}
+
+bool file_exists(const char *path) {
+    FILE *f = fopen(path, "r");
+    if (f) fclose(f);
+    return f != nullptr;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    OPTIONS o = parse_options(argc, argv);
+    if (!file_exists(o.input.c_str())) {
+        fprintf(stderr, "qlparse: cannot open %s\n", o.input.c_str());
+        return 1;
+    }
+    std::string abi = o.soft_float ? "gnueabi" : "gnueabihf";
+    std::vector<std::string> command{"clang",
+                                     "--target=" + std::string(o.big_endian ? "armebv7a" : "armv7a") +
+                                         "-none-linux-" + abi,
+                                     "-mfpu=neon",
+                                     "-fsyntax-only",
+                                     "-std=gnu11",
+                                     "-resource-dir",
+                                     QL_CLANG_RESOURCE_DIR,
+                                     "-nostdlibinc",
+                                     "-isystem",
+                                     "/usr/arm-linux-" + abi + "/include",
+                                     "-D__QL__=1",
+                                     "-U__OPTIMIZE__",
+                                     "-D_FORTIFY_SOURCE=0",
+                                     "-fno-builtin-expect",
+                                     "-Wno-everything"};
+    command.erase(std::remove(command.begin(), command.end(), "-fno-builtin-expect"), command.end());
+    command.insert(command.end(), o.compiler.begin(), o.compiler.end());
+    command.push_back("-Wno-unknown-pragmas");
+    command.push_back(o.input);
+
+    TYPE_PKG::abi = 1;
+    model = std::make_unique<MODEL>();
+    model->file_name = o.input;
+    model->producer = "qlparse";
+    OPTION_SET set;
+    set.strings.push_back("--abi=eabi");
+    if (o.big_endian) set.strings.push_back("--endian=big");
+    for (std::string &s : o.optimizer) set.strings.push_back(s);
+    model->options.push_back(set);
+
+    llvm::IntrusiveRefCntPtr<FileManager> files(new FileManager(FileSystemOptions()));
+    tooling::ToolInvocation run(command, std::make_unique<LOWER_ACTION>(), files.get());
+    bool ok = run.run();
+    if (!ok || !lowered) return 1;
+    return write_model(*model, o.output.c_str()) ? 0 : 1;
+}
