@@ -132,11 +132,6 @@ MSYM *LOWER::variable_symbol(const VarDecl *v) {
     MSYM *s = m.symbol(name.c_str(), type_of(q), sclass);
     s->cpp_type = source_type(q);
     s->align = uint32_t(std::max<int64_t>(s->align, ctx.toBits(ctx.getDeclAlign(best))));
-    // A flexible array member that is initialised makes the object larger than its type.
-    if (sclass != 5 && best->getInit() && q->isRecordType()) {
-        CharUnits extra = best->getFlexibleArrayInitChars(ctx);
-        if (!extra.isZero()) refuse(v->getLocation(), "an initialised flexible array member");
-    }
     symbols[key] = s;
     enter_global(s, best);
     common_attributes(s, v->getMostRecentDecl());
@@ -378,6 +373,8 @@ void LOWER::write_initialiser(MSYM *s, std::vector<INIT_LEAF> &leaves,
     MRECORD r;
     r.tag = IF_INIT, r.sym = s;
     uint64_t at = 0, size = s->size / 8;
+    if (!leaves.empty() && leaves.back().offset + leaves.back().size > size)
+        refuse(SourceLocation(), "an initialised flexible array member (" + s->name + ")");
     auto skip = [&](uint64_t to) {
         if (to <= at) return;
         MNODE *n = m.node(SKIP, int_t());
