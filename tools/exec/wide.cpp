@@ -1,0 +1,291 @@
+// Complex numbers and vectors: values of up to 16 bytes, lane 0 at the lowest place.
+#include <cstdio>
+#include <cmath>
+
+#include "tools/exec/compile.h"
+
+namespace {
+
+struct SHAPE {
+    SK lane = SK_u32;
+    unsigned lanes = 0, lane_bytes = 0, bytes = 0;
+    bool complex = false;
+};
+
+SHAPE shape_of(const TYPE *t) {
+    SHAPE s;
+    const TYPE *part = t->is_complex() ? t->part_type() : t->elem_type();
+    s.complex = t->is_complex();
+    s.lane = scalar_kind(part);
+    s.lane_bytes = unsigned(part->size / 8);
+    s.bytes = unsigned(t->size / 8);
+    s.lanes = s.lane_bytes ? s.bytes / s.lane_bytes : 0;
+    return s;
+}
+
+uint64_t lane_get(const WIDE &w, const SHAPE &s, unsigned i) {
+    uint64_t v = 0;
+    memcpy(&v, reinterpret_cast<const uint8_t *>(&w) + i * s.lane_bytes, s.lane_bytes);
+    return s.lane >= SK_f32 ? v : convert_value(s.lane, SK_u64, v);
+}
+void lane_set(WIDE &w, const SHAPE &s, unsigned i, uint64_t v) {
+    memcpy(reinterpret_cast<uint8_t *>(&w) + i * s.lane_bytes, &v, s.lane_bytes);
+}
+
+struct WIDE_INFO {
+    int op = 0;
+    SHAPE to, from;
+};
+
+// --- complex arithmetic, in double and in the annex form without recovery of infinities ---
+
+using CPX = std::pair<double, double>;
+CPX cpx_get(const WIDE &w, const SHAPE &s) {
+    auto one = [&](unsigned i) {
+        uint64_t v = lane_get(w, s, i);
+        return s.lane == SK_f32 ? double(as_f32(v)) : s.lane == SK_f64 ? as_f64(v) : double(int64_t(v));
+    };
+    return {one(0), one(1)};
+}
+void cpx_set(WIDE &w, const SHAPE &s, CPX c) {
+    auto one = [&](unsigned i, double d) {
+        lane_set(w, s, i, s.lane == SK_f32 ? from_f32(float(d)) : s.lane == SK_f64 ? from_f64(d) : convert_value(s.lane, SK_f64, from_f64(d)));
+    };
+    one(0, c.first), one(1, c.second);
+}
+CPX cpx_op(int op, CPX a, CPX b) {
+    auto [x, y] = a;
+    auto [u, v] = b;
+    switch (op) {
+    case PLUS: return {x + u, y + v};
+    case MINUS: return {x - u, y - v};
+    case MULT: return {x * u - y * v, x * v + y * u};
+    default: {
+        double d = u * u + v * v;
+        return {(x * u + y * v) / d, (y * u - x * v) / d};
+    }
+    }
+}
+
+void wide_binary(const XN *n, FRAME *f, WIDE *out) {
+    auto *info = static_cast<const WIDE_INFO *>(n->extra);
+    const SHAPE &s = info->to;
+    WIDE a, b, r;
+    n->a->wide(n->a, f, &a);
+    n->b->wide(n->b, f, &b);
+    if (s.complex) {
+        cpx_set(r, s, cpx_op(info->op, cpx_get(a, s), cpx_get(b, s)));
+    } else
+        for (unsigned i = 0; i < s.lanes; i++) lane_set(r, s, i, apply_binary(info->op, s.lane, lane_get(a, s, i), lane_get(b, s, i)));
+    *out = r;
+}
+
+void wide_shift(const XN *n, FRAME *f, WIDE *out) { // by a scalar count
+    auto *info = static_cast<const WIDE_INFO *>(n->extra);
+    WIDE a, r;
+    n->a->wide(n->a, f, &a);
+    uint64_t count = n->b->fn(n->b, f);
+    for (unsigned i = 0; i < info->to.lanes; i++) lane_set(r, info->to, i, apply_binary(info->op, info->to.lane, lane_get(a, info->to, i), count));
+    *out = r;
+}
+
+void wide_unary(const XN *n, FRAME *f, WIDE *out) {
+    auto *info = static_cast<const WIDE_INFO *>(n->extra);
+    const SHAPE &s = info->to;
+    WIDE a, r;
+    n->a->wide(n->a, f, &a);
+    for (unsigned i = 0; i < s.lanes; i++) {
+        uint64_t v = lane_get(a, s, i);
+        if (info->op == NOTB) v = ~v;
+        else if (info->op == ABS) {
+            if (s.lane == SK_f32) v &= 0x7FFFFFFF;
+            else if (s.lane == SK_f64) v &= ~(1ull << 63);
+            else if (int64_t(v) < 0) v = apply_binary(MINUS, s.lane, 0, v);
+        } else if (s.lane == SK_f32) v ^= 0x80000000u;
+        else if (s.lane == SK_f64) v ^= 1ull << 63;
+        else v = apply_binary(MINUS, s.lane, 0, v);
+        lane_set(r, s, i, v);
+    }
+    *out = r;
+}
+
+void wide_load(const XN *n, FRAME *f, WIDE *out) {
+    auto *info = static_cast<const WIDE_INFO *>(n->extra);
+    uint32_t a = uint32_t(n->a->fn(n->a, f));
+    if (!mem.ok_range(a, info->to.bytes)) check_access(a, info->to.bytes, false);
+    if (run_options.check_init) check_access(a, info->to.bytes, false);
+    load_wide(a, info->to.bytes, info->to.lane_bytes, out);
+}
+
+void wide_store(const XN *n, FRAME *f, WIDE *out) {
+    auto *info = static_cast<const WIDE_INFO *>(n->extra);
+    uint32_t a = uint32_t(n->a->fn(n->a, f));
+    n->b->wide(n->b, f, out);
+    if (!mem.ok_range(a, info->to.bytes)) check_access(a, info->to.bytes, true);
+    store_wide(a, info->to.bytes, info->to.lane_bytes, out);
+}
+
+void wide_pack(const XN *n, FRAME *f, WIDE *out) {
+    auto *info = static_cast<const WIDE_INFO *>(n->extra);
+    WIDE r;
+    unsigned i = 0;
+    for (const XN *part = n->a; part && i < info->to.lanes; part = part->c, i++) lane_set(r, info->to, i, part->a->fn(part->a, f));
+    *out = r;
+}
+void wide_splat(const XN *n, FRAME *f, WIDE *out) {
+    auto *info = static_cast<const WIDE_INFO *>(n->extra);
+    WIDE r;
+    uint64_t v = n->a->fn(n->a, f);
+    for (unsigned i = 0; i < info->to.lanes; i++) lane_set(r, info->to, i, v);
+    *out = r;
+}
+void wide_convert(const XN *n, FRAME *f, WIDE *out) {
+    auto *info = static_cast<const WIDE_INFO *>(n->extra);
+    WIDE a, r;
+    n->a->wide(n->a, f, &a);
+    for (unsigned i = 0; i < info->to.lanes; i++) lane_set(r, info->to, i, convert_value(info->to.lane, info->from.lane, lane_get(a, info->from, i)));
+    *out = r;
+}
+void wide_same(const XN *n, FRAME *f, WIDE *out) { n->a->wide(n->a, f, out); }
+
+} // namespace
+
+XN *compile_wide(COMPILER &c, MNODE *t) {
+    auto *info = new WIDE_INFO; // lives as long as the program
+    info->op = t->op;
+    info->to = shape_of(t->type);
+    if (info->to.bytes > sizeof(WIDE)) c.cannot(t, "a vector of more than 16 bytes");
+    XN *x = c.make(t);
+    x->extra = info;
+    x->kind = SK_wide;
+    c.count(CN_VECTOR);
+    // As a scalar the whole is evaluated for its effects alone.
+    auto scalar_lanes = [&](MNODE *list) {
+        std::vector<MNODE *> parts;
+        for (; list && list->op == COMMA; list = list->left) parts.push_back(list->right);
+        if (list) parts.push_back(list);
+        XN *chain = nullptr;
+        for (MNODE *p : parts) { // parts stand in reverse: the chain grows at its head
+            XN *link = new_xn();
+            XN *v = c.value(p);
+            link->a = new_xn();
+            link->a->a = v, link->a->kind = info->to.lane, link->a->fn = eval_convert(info->to.lane, v->kind, false);
+            link->c = chain;
+            chain = link;
+        }
+        return chain;
+    };
+    switch (t->op) {
+    case NAME:
+    case UMULT:
+    case STDOT:
+    case STREF:
+        x->a = c.address(t);
+        x->wide = wide_load;
+        c.count(CN_LOADS), c.count(CN_BYTES, info->to.bytes);
+        return x;
+    case ASG:
+    case ARASG:
+    case STASG:
+        x->a = c.address(t->left);
+        x->b = c.wide_value(t->right);
+        x->wide = wide_store;
+        c.count(CN_STORES), c.count(CN_BYTES, info->to.bytes);
+        return x;
+    case PLUS:
+    case MINUS:
+    case MULT:
+    case DIV:
+    case ANDB:
+    case ORB:
+    case XORB:
+        x->a = c.wide_value(t->left), x->b = c.wide_value(t->right);
+        x->wide = wide_binary;
+        return x;
+    case SLL:
+    case SRL:
+        x->a = c.wide_value(t->left);
+        if (scalar_kind(t->right->type) == SK_wide) x->b = c.wide_value(t->right), x->wide = wide_binary;
+        else x->b = c.value(t->right), x->wide = wide_shift;
+        return x;
+    case UMINUS:
+    case NOTB:
+    case ABS:
+        x->a = c.wide_value(t->left);
+        x->wide = wide_unary;
+        return x;
+    case COMPLEX: {
+        XN *im = new_xn(), *re = new_xn();
+        XN *a = c.value(t->left), *b = c.value(t->right);
+        re->a = new_xn(), im->a = new_xn();
+        re->a->a = a, re->a->kind = info->to.lane, re->a->fn = eval_convert(info->to.lane, a->kind, false);
+        im->a->a = b, im->a->kind = info->to.lane, im->a->fn = eval_convert(info->to.lane, b->kind, false);
+        re->c = im;
+        x->a = re;
+        x->wide = wide_pack;
+        return x;
+    }
+    case VPACK:
+        x->a = scalar_lanes(t->left);
+        x->wide = wide_pack;
+        return x;
+    case VPACKM: {
+        XN *v = c.value(t->left);
+        x->a = new_xn();
+        x->a->a = v, x->a->kind = info->to.lane, x->a->fn = eval_convert(info->to.lane, v->kind, false);
+        x->wide = wide_splat;
+        return x;
+    }
+    case SCONV:
+    case VRCONV: {
+        SK from_kind = scalar_kind(t->left->type);
+        if (from_kind != SK_wide) { // bits of a scalar as a short vector
+            x->b = c.value(t->left);
+            x->wide = [](const XN *n, FRAME *f, WIDE *out) {
+                *out = WIDE();
+                out->lo = n->b->fn(n->b, f);
+            };
+            return x;
+        }
+        x->a = c.wide_value(t->left);
+        info->from = shape_of(t->left->type);
+        bool converts = t->op == SCONV && info->from.lanes == info->to.lanes;
+        x->wide = converts ? wide_convert : wide_same;
+        c.count(CN_CONVERT);
+        return x;
+    }
+    case DDNODE:
+    case EPVAL: return c.wide_value(t->left);
+    case COMMAOP:
+    case PCOMMA: {
+        XN *first = scalar_kind(t->left->type) == SK_wide ? nullptr : c.value(t->left);
+        XN *first_wide = first ? nullptr : c.wide_value(t->left);
+        x->a = first ? first : first_wide;
+        x->imm = first != nullptr;
+        x->b = c.wide_value(t->right);
+        x->wide = [](const XN *n, FRAME *f, WIDE *out) {
+            WIDE drop;
+            if (n->imm) n->a->fn(n->a, f);
+            else n->a->wide(n->a, f, &drop);
+            n->b->wide(n->b, f, out);
+        };
+        return x;
+    }
+    case QUEST: {
+        MNODE *colon = t->right->op == EPVAL ? t->right->left : t->right;
+        x->a = c.value(t->left);
+        x->unit = c.arm([&] { x->b = c.wide_value(colon->left); });
+        x->unit2 = c.arm([&] { x->c = c.wide_value(colon->right); });
+        x->wide = [](const XN *n, FRAME *f, WIDE *out) {
+            bool yes = n->a->fn(n->a, f);
+            (yes ? n->unit : n->unit2)->executed++;
+            const XN *part = yes ? n->b : n->c;
+            part->wide(part, f, out);
+        };
+        return x;
+    }
+    case CALL:
+    case UCALL: return c.value(t);
+    default: c.cannot(t, "no rule for this operator on vectors or complex numbers");
+    }
+}
