@@ -33,7 +33,8 @@ UNIT *COMPILER::new_unit() {
 }
 
 void COMPILER::cannot(const MNODE *t, const char *why) {
-    const char *op = t && t->op < IF_NODE_TABLE_SIZE && if_node_info[t->op].name ? if_node_info[t->op].name : "?";
+    const char *op =
+        t && t->op < IF_NODE_TABLE_SIZE && if_node_info[t->op].name ? if_node_info[t->op].name : "?";
     fault("cannot execute %s in %s: %s", op, func->name.c_str(), why);
 }
 
@@ -89,7 +90,8 @@ LVALUE COMPILER::lvalue(MNODE *t) {
         lv.am = AM_DYN, lv.address = value(t->left);
         const fkMDATA *md = t->right->member;
         if (!md) cannot(t, "a member that its record does not have");
-        if (md->is_bitfld()) lv.is_bits = true, lv.bit = uint32_t(md->offset & 7), lv.width = uint32_t(md->width());
+        if (md->is_bitfld())
+            lv.is_bits = true, lv.bit = uint32_t(md->offset & 7), lv.width = uint32_t(md->width());
         lv.offset = md->offset >> 3;
         return lv;
     }
@@ -105,7 +107,8 @@ LVALUE COMPILER::lvalue(MNODE *t) {
         XN *sum = make();
         sum->kind = SK_u32;
         XN *scale = make();
-        scale->kind = SK_u32, scale->fn = eval_binary(MULT, SK_u32), scale->a = value(t->right), scale->b = leaf(lane, SK_u32);
+        scale->kind = SK_u32, scale->fn = eval_binary(MULT, SK_u32), scale->a = value(t->right),
+        scale->b = leaf(lane, SK_u32);
         sum->fn = eval_binary(PLUS, SK_u32), sum->b = scale;
         XN *base = make();
         base->kind = SK_u32;
@@ -149,7 +152,8 @@ LVALUE COMPILER::lvalue(MNODE *t) {
             n->a->fn(n->a, f);
             return n->b->fn(n->b, f);
         };
-        lv.am = AM_DYN, lv.address = both, lv.is_bits = inner.is_bits, lv.bit = inner.bit, lv.width = inner.width;
+        lv.am = AM_DYN, lv.address = both, lv.is_bits = inner.is_bits, lv.bit = inner.bit,
+        lv.width = inner.width;
         return lv;
     }
     case REAL:
@@ -187,7 +191,8 @@ XN *COMPILER::load(MNODE *t) {
     XN *x = new_xn();
     x->node = t;
     x->kind = scalar_kind(t->type);
-    if (x->kind == SK_record || t->type->is_func()) { // a record or array in value position stands for its address
+    if (x->kind == SK_record ||
+        t->type->is_func()) { // a record or array in value position stands for its address
         XN *a = make();
         a->kind = SK_u32;
         apply(a, lv);
@@ -221,7 +226,8 @@ XN *COMPILER::to_kind(XN *x, SK to) {
 XN *COMPILER::convert(MNODE *t) {
     XN *x = make(t);
     count(CN_CONVERT);
-    if (t->left->type->is_vector() || t->left->type->is_complex()) { // reinterpretation of a short vector as a scalar
+    if (t->left->type->is_vector() ||
+        t->left->type->is_complex()) { // reinterpretation of a short vector as a scalar
         x->a = wide_value(t->left);
         x->fn = [](const XN *n, FRAME *f) {
             WIDE w;
@@ -464,7 +470,8 @@ XN *COMPILER::op_assignment(MNODE *t) {
 XN *COMPILER::memcpy_node(MNODE *t) {
     // MEMCPY(COMMA(COMMA(to, from), size)) yields `to`.
     MNODE *list = t->left;
-    if (!list || list->op != COMMA || !list->left || list->left->op != COMMA) cannot(t, "its operands are not three");
+    if (!list || list->op != COMMA || !list->left || list->left->op != COMMA)
+        cannot(t, "its operands are not three");
     XN *x = make(t);
     count(CN_NODES, 2);
     x->kind = SK_u32;
@@ -472,7 +479,8 @@ XN *COMPILER::memcpy_node(MNODE *t) {
     count(CN_LOADS), count(CN_STORES);
     x->extra = func;
     x->fn = [](const XN *n, FRAME *f) {
-        uint32_t to = uint32_t(n->a->fn(n->a, f)), from = uint32_t(n->b->fn(n->b, f)), size = uint32_t(n->c->fn(n->c, f));
+        uint32_t to = uint32_t(n->a->fn(n->a, f)), from = uint32_t(n->b->fn(n->b, f)),
+                 size = uint32_t(n->c->fn(n->c, f));
         if (!mem.ok_range(from, size)) check_access(from, size, false);
         if (!mem.ok_range(to, size)) check_access(to, size, true);
         memmove(mem.base + to, mem.base + from, size);
@@ -496,7 +504,8 @@ XN *COMPILER::call(MNODE *t) {
         c->direct = it->second;
         count(CN_NODES, 2);
     } else c->target = value(callee);
-    if (c->direct && (c->direct->name == "setjmp" || c->direct->name == "_setjmp" || c->direct->name == "__sigsetjmp"))
+    if (c->direct &&
+        (c->direct->name == "setjmp" || c->direct->name == "_setjmp" || c->direct->name == "__sigsetjmp"))
         saw_setjmp = true;
     c->result = x->kind;
     c->result_type = t->type;
@@ -551,7 +560,10 @@ XN *COMPILER::call(MNODE *t) {
                 a->wide(a, f, &w);
                 uint32_t bytes = uint32_t(call->types[i]->size / 8);
                 uint32_t at = uint32_t(push_stack(16, 16));
-                store_wide(at, bytes, call->types[i]->is_complex() ? bytes / 2 : uint32_t(call->types[i]->elem_type()->size / 8), &w);
+                store_wide(at, bytes,
+                           call->types[i]->is_complex() ? bytes / 2
+                                                        : uint32_t(call->types[i]->elem_type()->size / 8),
+                           &w);
                 out[i] = {at, call->types[i], SK_wide};
             } else out[i] = {a->fn(a, f), call->types[i], a->kind};
         }
@@ -568,14 +580,17 @@ XN *COMPILER::call(MNODE *t) {
                 a->wide(a, f, &w);
                 uint32_t bytes = uint32_t(call->types[i]->size / 8);
                 uint32_t at = uint32_t(push_stack(16, 16));
-                unsigned lane = call->types[i]->is_complex() ? bytes / 2 : unsigned(call->types[i]->elem_type()->size / 8);
+                unsigned lane = call->types[i]->is_complex()
+                                    ? bytes / 2
+                                    : unsigned(call->types[i]->elem_type()->size / 8);
                 store_wide(at, bytes, lane, &w);
                 args_v[i] = {at, call->types[i], SK_wide};
             } else args_v[i] = {a->fn(a, f), call->types[i], a->kind};
         }
         unsigned argc = unsigned(call->args.size());
         uint64_t v = call->direct ? call_function(call->direct, args_v, argc, f, call, nullptr)
-                                  : call_address(uint32_t(call->target->fn(call->target, f)), args_v, argc, f, call, nullptr);
+                                  : call_address(uint32_t(call->target->fn(call->target, f)), args_v, argc, f,
+                                                 call, nullptr);
         // Stack that the callee itself took for the caller (alloca) stays.
         if (!f || f->alloca_top == 0 || f->alloca_top >= saved) program.stack_pointer = saved;
         else program.stack_pointer = f->alloca_top;
@@ -616,7 +631,8 @@ XN *COMPILER::intrinsic(MNODE *t) {
     }
     if (name == "quest$colon" && args.size() == 3) {
         XN *x = make(t);
-        x->a = value(args[0]), x->b = to_kind(value(args[1]), x->kind), x->c = to_kind(value(args[2]), x->kind);
+        x->a = value(args[0]), x->b = to_kind(value(args[1]), x->kind),
+        x->c = to_kind(value(args[2]), x->kind);
         x->fn = [](const XN *n, FRAME *f) {
             uint64_t test = n->a->fn(n->a, f), yes = n->b->fn(n->b, f), no = n->c->fn(n->c, f);
             return test ? yes : no;
@@ -641,7 +657,8 @@ XN *COMPILER::intrinsic(MNODE *t) {
     x->fn = [](const XN *n, FRAME *f) {
         auto *b = static_cast<const BOUND *>(n->extra);
         uint64_t v[8] = {};
-        for (size_t i = 0; i < b->call->args.size() && i < 8; i++) v[i] = b->call->args[i]->fn(b->call->args[i], f);
+        for (size_t i = 0; i < b->call->args.size() && i < 8; i++)
+            v[i] = b->call->args[i]->fn(b->call->args[i], f);
         return b->fn(v, b->call->types.data(), b->call->result_type);
     };
     return x;
@@ -678,7 +695,8 @@ XN *COMPILER::value(MNODE *t) {
     case LCON: {
         XN *x = make(t);
         x->fn = eval_const();
-        uint64_t v = t->text[0] == '-' ? uint64_t(strtoll(t->text.c_str(), nullptr, 10)) : strtoull(t->text.c_str(), nullptr, 10);
+        uint64_t v = t->text[0] == '-' ? uint64_t(strtoll(t->text.c_str(), nullptr, 10))
+                                       : strtoull(t->text.c_str(), nullptr, 10);
         x->imm = int64_t(convert_value(k, SK_u64, v));
         return x;
     }
@@ -686,7 +704,9 @@ XN *COMPILER::value(MNODE *t) {
         XN *x = make(t);
         x->fn = eval_const();
         double d = strtod(t->text.c_str(), nullptr);
-        x->imm = int64_t(k == SK_f32 ? from_f32(float(d)) : k == SK_f64 ? from_f64(d) : convert_value(k, SK_f64, from_f64(d)));
+        x->imm = int64_t(k == SK_f32   ? from_f32(float(d))
+                         : k == SK_f64 ? from_f64(d)
+                                       : convert_value(k, SK_f64, from_f64(d)));
         return x;
     }
     case SCON: {
@@ -710,7 +730,8 @@ XN *COMPILER::value(MNODE *t) {
             WIDE w;
             n->a->wide(n->a, f, &w);
             uint64_t lane = n->b->fn(n->b, f), v = 0;
-            if (lane * n->imm2 >= sizeof w) fault("lane %llu of a vector", static_cast<unsigned long long>(lane));
+            if (lane * n->imm2 >= sizeof w)
+                fault("lane %llu of a vector", static_cast<unsigned long long>(lane));
             memcpy(&v, reinterpret_cast<uint8_t *>(&w) + lane * n->imm2, n->imm2);
             if (n->kind >= SK_f32) return v;
             return convert_value(n->kind, SK_u64, v);

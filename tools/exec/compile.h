@@ -22,8 +22,8 @@ class COMPILER {
 
     void body();
     XN *constant_tree(MNODE *t) { return value(t); } // for static initialisers: no frame
-    XN *value(MNODE *t);      // scalar or void
-    XN *wide_value(MNODE *t); // complex or vector
+    XN *value(MNODE *t);                             // scalar or void
+    XN *wide_value(MNODE *t);                        // complex or vector
     LVALUE lvalue(MNODE *t);
     XN *address(MNODE *lv);
     XN *make(MNODE *t = nullptr);

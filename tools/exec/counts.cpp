@@ -4,8 +4,18 @@
 
 #include "tools/exec/interp.h"
 
-const char *const count_class_names[N_COUNT_CLASSES] = {"nodes",     "loads",   "stores",      "calls",            "multiplications", "divisions",
-                                                        "vector_operations", "arithmetic", "comparisons", "conversions", "float_operations", "bytes_moved"};
+const char *const count_class_names[N_COUNT_CLASSES] = {"nodes",
+                                                        "loads",
+                                                        "stores",
+                                                        "calls",
+                                                        "multiplications",
+                                                        "divisions",
+                                                        "vector_operations",
+                                                        "arithmetic",
+                                                        "comparisons",
+                                                        "conversions",
+                                                        "float_operations",
+                                                        "bytes_moved"};
 
 namespace {
 
@@ -41,10 +51,11 @@ TOTALS totals_of(const XFUNC *f) {
 void json_fields(FILE *to, const TOTALS &t, const char *indent) {
     fprintf(to, "%s\"statements\": %llu", indent, static_cast<unsigned long long>(t.statements));
     for (int c = 0; c < N_COUNT_CLASSES; c++)
-        fprintf(to, ",\n%s\"%s\": %llu", indent, count_class_names[c], static_cast<unsigned long long>(t.n[c]));
-    fprintf(to, ",\n%s\"branches\": %llu,\n%s\"branches_taken\": %llu,\n%s\"branches_not_taken\": %llu", indent,
-            static_cast<unsigned long long>(t.taken + t.not_taken), indent, static_cast<unsigned long long>(t.taken), indent,
-            static_cast<unsigned long long>(t.not_taken));
+        fprintf(to, ",\n%s\"%s\": %llu", indent, count_class_names[c],
+                static_cast<unsigned long long>(t.n[c]));
+    fprintf(to, ",\n%s\"branches\": %llu,\n%s\"branches_taken\": %llu,\n%s\"branches_not_taken\": %llu",
+            indent, static_cast<unsigned long long>(t.taken + t.not_taken), indent,
+            static_cast<unsigned long long>(t.taken), indent, static_cast<unsigned long long>(t.not_taken));
 }
 
 std::string quoted(const std::string &s) {
@@ -66,15 +77,16 @@ void write_counts(FILE *to, bool json) {
         by_function.emplace_back(f, totals_of(f));
         all.add(by_function.back().second);
     }
-    std::stable_sort(by_function.begin(), by_function.end(), [](auto &a, auto &b) { return a.second.n[CN_NODES] > b.second.n[CN_NODES]; });
+    std::stable_sort(by_function.begin(), by_function.end(),
+                     [](auto &a, auto &b) { return a.second.n[CN_NODES] > b.second.n[CN_NODES]; });
     if (json) {
         fputs("{\n  \"total\": {\n", to);
         json_fields(to, all, "    ");
         fputs("\n  },\n  \"functions\": {", to);
         bool first = true;
         for (auto &[f, t] : by_function) {
-            fprintf(to, "%s\n    %s: {\n      \"entered\": %llu,\n", first ? "" : ",", quoted(f->name).c_str(),
-                    static_cast<unsigned long long>(f->entered));
+            fprintf(to, "%s\n    %s: {\n      \"entered\": %llu,\n", first ? "" : ",",
+                    quoted(f->name).c_str(), static_cast<unsigned long long>(f->entered));
             json_fields(to, t, "      ");
             if (!f->loops.empty()) {
                 fputs(",\n      \"loops\": {", to);
@@ -96,13 +108,16 @@ void write_counts(FILE *to, bool json) {
         fputs("\n  }\n}\n", to);
         return;
     }
-    fprintf(to, "%-22s %16s %12s %12s %12s %12s %12s\n", "function", "nodes", "statements", "loads", "stores", "calls", "branches");
+    fprintf(to, "%-22s %16s %12s %12s %12s %12s %12s\n", "function", "nodes", "statements", "loads", "stores",
+            "calls", "branches");
     auto row = [&](const char *name, const TOTALS &t) {
         auto n = [](uint64_t v) { return static_cast<unsigned long long>(v); };
-        fprintf(to, "%-22s %16llu %12llu %12llu %12llu %12llu %12llu\n", name, n(t.n[CN_NODES]), n(t.statements), n(t.n[CN_LOADS]), n(t.n[CN_STORES]),
-                n(t.n[CN_CALLS]), n(t.taken + t.not_taken));
+        fprintf(to, "%-22s %16llu %12llu %12llu %12llu %12llu %12llu\n", name, n(t.n[CN_NODES]),
+                n(t.statements), n(t.n[CN_LOADS]), n(t.n[CN_STORES]), n(t.n[CN_CALLS]),
+                n(t.taken + t.not_taken));
     };
     for (auto &[f, t] : by_function) row(f->name.c_str(), t);
     row("total", all);
-    for (int c = 0; c < N_COUNT_CLASSES; c++) fprintf(to, "%-22s %16llu\n", count_class_names[c], static_cast<unsigned long long>(all.n[c]));
+    for (int c = 0; c < N_COUNT_CLASSES; c++)
+        fprintf(to, "%-22s %16llu\n", count_class_names[c], static_cast<unsigned long long>(all.n[c]));
 }

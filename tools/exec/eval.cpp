@@ -67,7 +67,8 @@ template <class T, ADDRESSING AM, bool BE> uint64_t load_slow(const XN *n, FRAME
     uint8_t *p = place<AM>(n, f, sizeof(T), false);
     note_read(p, sizeof(T));
     uint64_t v = load_host<T, BE>(p);
-    if (n->is_volatile && run_options.trace_volatile) trace_volatile('R', uint32_t(p - mem.base), sizeof(T), v);
+    if (n->is_volatile && run_options.trace_volatile)
+        trace_volatile('R', uint32_t(p - mem.base), sizeof(T), v);
     return v;
 }
 template <class T, ADDRESSING AM, bool BE> uint64_t store(const XN *n, FRAME *f) {
@@ -82,14 +83,16 @@ template <class T, ADDRESSING AM, bool BE> uint64_t store_slow(const XN *n, FRAM
     uint64_t v = n->b->fn(n->b, f);
     note_write(p, sizeof(T));
     store_host<T, BE>(p, v);
-    if (n->is_volatile && run_options.trace_volatile) trace_volatile('W', uint32_t(p - mem.base), sizeof(T), v);
+    if (n->is_volatile && run_options.trace_volatile)
+        trace_volatile('W', uint32_t(p - mem.base), sizeof(T), v);
     return put<typename MEM_OF<T>::type>(static_cast<typename MEM_OF<T>::type>(v));
 }
 
 // --- operators ---
 
-template <class T> using UNS = typename std::conditional_t<std::is_floating_point_v<T>, std::type_identity<T>,
-                                                           std::make_unsigned<T>>::type;
+template <class T>
+using UNS = typename std::conditional_t<std::is_floating_point_v<T>, std::type_identity<T>,
+                                        std::make_unsigned<T>>::type;
 
 [[noreturn]] void division_by_zero() { fault("integer division by zero"); }
 
@@ -123,7 +126,8 @@ template <int OP, class T> T combine(T a, T b) {
 template <int OP, class T> T shift(T a, int64_t n) {
     constexpr int bits = sizeof(T) * 8;
     if constexpr (std::is_floating_point_v<T>) return a;
-    else if constexpr (OP == SLL) return n < 0 || n >= bits ? T(0) : static_cast<T>(static_cast<UNS<T>>(a) << n);
+    else if constexpr (OP == SLL)
+        return n < 0 || n >= bits ? T(0) : static_cast<T>(static_cast<UNS<T>>(a) << n);
     else if (n < 0 || n >= bits) return a < 0 ? static_cast<T>(-1) : T(0);
     else return static_cast<T>(a >> n);
 }
@@ -214,7 +218,8 @@ template <int OP, class T> uint64_t unary(const XN *n, FRAME *f) {
         else return put<T>(a < 0 ? static_cast<T>(U(0) - static_cast<U>(a)) : a);
     } else if constexpr (OP == SQRT) return put<T>(static_cast<T>(std::sqrt(a)));
     else if constexpr (OP == SQR) return put<T>(combine<MULT, T>(a, a));
-    else if constexpr (OP == RECIP) return put<T>(static_cast<T>(T(1) / (a == 0 && !std::is_floating_point_v<T> ? T(1) : a)));
+    else if constexpr (OP == RECIP)
+        return put<T>(static_cast<T>(T(1) / (a == 0 && !std::is_floating_point_v<T> ? T(1) : a)));
     else if constexpr (OP == NOTB && !std::is_floating_point_v<T>) return put<T>(static_cast<T>(~a));
     else return put<T>(a);
 }
@@ -233,7 +238,9 @@ template <class TO, class FROM> TO convert_to(FROM v) {
 template <class TO, class FROM> uint64_t convert(const XN *n, FRAME *f) {
     return put<TO>(convert_to<TO, FROM>(get<FROM>(n->a->fn(n->a, f))));
 }
-template <class FROM> uint64_t to_bool(const XN *n, FRAME *f) { return get<FROM>(n->a->fn(n->a, f)) != FROM(0); }
+template <class FROM> uint64_t to_bool(const XN *n, FRAME *f) {
+    return get<FROM>(n->a->fn(n->a, f)) != FROM(0);
+}
 
 uint64_t constant(const XN *n, FRAME *) { return static_cast<uint64_t>(n->imm); }
 
@@ -255,22 +262,34 @@ template <class F> auto by_kind(SK k, F f) {
 
 template <class T, bool BE> EVAL pick_load(ADDRESSING am, bool slow) {
     if (slow)
-        return am == AM_FRAME ? load_slow<T, AM_FRAME, BE> : am == AM_ABS ? load_slow<T, AM_ABS, BE> : load_slow<T, AM_DYN, BE>;
+        return am == AM_FRAME ? load_slow<T, AM_FRAME, BE>
+               : am == AM_ABS ? load_slow<T, AM_ABS, BE>
+                              : load_slow<T, AM_DYN, BE>;
     return am == AM_FRAME ? load<T, AM_FRAME, BE> : am == AM_ABS ? load<T, AM_ABS, BE> : load<T, AM_DYN, BE>;
 }
 template <class T, bool BE> EVAL pick_store(ADDRESSING am, bool slow) {
     if (slow)
-        return am == AM_FRAME ? store_slow<T, AM_FRAME, BE> : am == AM_ABS ? store_slow<T, AM_ABS, BE> : store_slow<T, AM_DYN, BE>;
-    return am == AM_FRAME ? store<T, AM_FRAME, BE> : am == AM_ABS ? store<T, AM_ABS, BE> : store<T, AM_DYN, BE>;
+        return am == AM_FRAME ? store_slow<T, AM_FRAME, BE>
+               : am == AM_ABS ? store_slow<T, AM_ABS, BE>
+                              : store_slow<T, AM_DYN, BE>;
+    return am == AM_FRAME ? store<T, AM_FRAME, BE>
+           : am == AM_ABS ? store<T, AM_ABS, BE>
+                          : store<T, AM_DYN, BE>;
 }
 template <int OP, class T, bool BE> EVAL pick_op_store(ADDRESSING am) {
-    return am == AM_FRAME ? op_store<OP, T, AM_FRAME, BE> : am == AM_ABS ? op_store<OP, T, AM_ABS, BE> : op_store<OP, T, AM_DYN, BE>;
+    return am == AM_FRAME ? op_store<OP, T, AM_FRAME, BE>
+           : am == AM_ABS ? op_store<OP, T, AM_ABS, BE>
+                          : op_store<OP, T, AM_DYN, BE>;
 }
 template <int OP, class T, bool BE> EVAL pick_step(ADDRESSING am) {
-    return am == AM_FRAME ? post_step<OP, T, AM_FRAME, BE> : am == AM_ABS ? post_step<OP, T, AM_ABS, BE> : post_step<OP, T, AM_DYN, BE>;
+    return am == AM_FRAME ? post_step<OP, T, AM_FRAME, BE>
+           : am == AM_ABS ? post_step<OP, T, AM_ABS, BE>
+                          : post_step<OP, T, AM_DYN, BE>;
 }
 
-bool slow_access(bool is_volatile) { return run_options.check_init || (is_volatile && run_options.trace_volatile); }
+bool slow_access(bool is_volatile) {
+    return run_options.check_init || (is_volatile && run_options.trace_volatile);
+}
 
 // --- bit-fields: bit 0 is the field's lowest, `shift` its place in the first byte ---
 
@@ -313,7 +332,8 @@ template <ADDRESSING AM> uint8_t *bits_place(const XN *n, FRAME *f, bool write) 
 template <ADDRESSING AM> uint64_t bits_load(const XN *n, FRAME *f) {
     uint8_t *p = bits_place<AM>(n, f, false);
     uint64_t v = bits_get(n, p);
-    if (n->is_volatile && run_options.trace_volatile) trace_volatile('R', uint32_t(p - mem.base), bits_bytes(n), v);
+    if (n->is_volatile && run_options.trace_volatile)
+        trace_volatile('R', uint32_t(p - mem.base), bits_bytes(n), v);
     return v;
 }
 template <ADDRESSING AM> uint64_t bits_store(const XN *n, FRAME *f) {
@@ -321,7 +341,8 @@ template <ADDRESSING AM> uint64_t bits_store(const XN *n, FRAME *f) {
     uint64_t v = n->b->fn(n->b, f);
     bits_put(n, p, v);
     note_write(p, bits_bytes(n));
-    if (n->is_volatile && run_options.trace_volatile) trace_volatile('W', uint32_t(p - mem.base), bits_bytes(n), v);
+    if (n->is_volatile && run_options.trace_volatile)
+        trace_volatile('W', uint32_t(p - mem.base), bits_bytes(n), v);
     return bits_get(n, p);
 }
 // The operator stands in n->c (imm: opcode, imm2: 1 for a post-form, from: the kind).
@@ -360,25 +381,26 @@ EVAL eval_store(SK k, ADDRESSING am, bool is_volatile) {
     });
 }
 
-#define BY_OPERATOR(CASE)                                                                                                \
-    switch (op) {                                                                                                        \
-    case PLUS: CASE(PLUS);                                                                                               \
-    case MINUS: CASE(MINUS);                                                                                             \
-    case MULT: CASE(MULT);                                                                                               \
-    case DIV: CASE(DIV);                                                                                                 \
-    case MOD: CASE(MOD);                                                                                                 \
-    case ANDB: CASE(ANDB);                                                                                               \
-    case ORB: CASE(ORB);                                                                                                 \
-    case XORB: CASE(XORB);                                                                                               \
-    case SLL: CASE(SLL);                                                                                                 \
-    case SRL: CASE(SRL);                                                                                                 \
-    default: return nullptr;                                                                                             \
+#define BY_OPERATOR(CASE)                                                                                    \
+    switch (op) {                                                                                            \
+    case PLUS: CASE(PLUS);                                                                                   \
+    case MINUS: CASE(MINUS);                                                                                 \
+    case MULT: CASE(MULT);                                                                                   \
+    case DIV: CASE(DIV);                                                                                     \
+    case MOD: CASE(MOD);                                                                                     \
+    case ANDB: CASE(ANDB);                                                                                   \
+    case ORB: CASE(ORB);                                                                                     \
+    case XORB: CASE(XORB);                                                                                   \
+    case SLL: CASE(SLL);                                                                                     \
+    case SRL: CASE(SRL);                                                                                     \
+    default: return nullptr;                                                                                 \
     }
 
 EVAL eval_op_store(int op, SK k, ADDRESSING am) {
     return by_kind(k, [=](auto t) -> EVAL {
         using T = decltype(t);
-#define CASE(OP) return run_options.big_endian ? pick_op_store<OP, T, true>(am) : pick_op_store<OP, T, false>(am)
+#define CASE(OP)                                                                                             \
+    return run_options.big_endian ? pick_op_store<OP, T, true>(am) : pick_op_store<OP, T, false>(am)
         BY_OPERATOR(CASE)
 #undef CASE
     });
@@ -387,7 +409,8 @@ EVAL eval_op_store(int op, SK k, ADDRESSING am) {
 EVAL eval_post_step(SK k, ADDRESSING am, bool minus) {
     return by_kind(k, [=](auto t) -> EVAL {
         using T = decltype(t);
-        if (minus) return run_options.big_endian ? pick_step<MINUS, T, true>(am) : pick_step<MINUS, T, false>(am);
+        if (minus)
+            return run_options.big_endian ? pick_step<MINUS, T, true>(am) : pick_step<MINUS, T, false>(am);
         return run_options.big_endian ? pick_step<PLUS, T, true>(am) : pick_step<PLUS, T, false>(am);
     });
 }
@@ -401,8 +424,8 @@ EVAL eval_const() { return constant; }
 EVAL eval_binary(int op, SK k) {
     return by_kind(k, [=](auto t) -> EVAL {
         using T = decltype(t);
-#define CASE(OP)                                                                                                         \
-    if constexpr (OP == SLL || OP == SRL) return shifted<OP, T>;                                                         \
+#define CASE(OP)                                                                                             \
+    if constexpr (OP == SLL || OP == SRL) return shifted<OP, T>;                                             \
     else return binary<OP, T>
         BY_OPERATOR(CASE)
 #undef CASE
@@ -413,13 +436,13 @@ EVAL eval_compare(int op, SK k) {
     return by_kind(k, [=](auto t) -> EVAL {
         using T = decltype(t);
         switch (op) {
-#define ROW(OP)                                                                                                          \
+#define ROW(OP)                                                                                              \
     case OP: return compare<OP, T>;
-            ROW(EQ) ROW(NEQ) ROW(LE) ROW(LT) ROW(GE) ROW(GT) ROW(ULE) ROW(ULT) ROW(UGE) ROW(UGT) ROW(FEQ) ROW(FNEQ)
-            ROW(FLE) ROW(FLT) ROW(FGE) ROW(FGT) ROW(FEQN) ROW(FNEQN) ROW(FLEN) ROW(FLTN) ROW(FGEN) ROW(FGTN) ROW(FORD)
-            ROW(FUNO)
-#undef ROW
-        default: return nullptr;
+            ROW(EQ)
+            ROW(NEQ) ROW(LE) ROW(LT) ROW(GE) ROW(GT) ROW(ULE) ROW(ULT) ROW(UGE) ROW(UGT) ROW(FEQ) ROW(FNEQ)
+                ROW(FLE) ROW(FLT) ROW(FGE) ROW(FGT) ROW(FEQN) ROW(FNEQN) ROW(FLEN) ROW(FLTN) ROW(FGEN)
+                    ROW(FGTN) ROW(FORD) ROW(FUNO) #undef ROW
+                        default : return nullptr;
         }
     });
 }
@@ -454,11 +477,11 @@ uint64_t apply_binary(int op, SK k, uint64_t a, uint64_t b) {
     return by_kind(k, [=](auto t) -> uint64_t {
         using T = decltype(t);
         switch (op) {
-#define ROW(OP)                                                                                                          \
+#define ROW(OP)                                                                                              \
     case OP: return apply<OP, T>(a, b);
-            ROW(PLUS) ROW(MINUS) ROW(MULT) ROW(DIV) ROW(MOD) ROW(ANDB) ROW(ORB) ROW(XORB) ROW(SLL) ROW(SRL)
-#undef ROW
-        default: return 0;
+            ROW(PLUS)
+            ROW(MINUS) ROW(MULT) ROW(DIV) ROW(MOD) ROW(ANDB) ROW(ORB) ROW(XORB) ROW(SLL) ROW(SRL) #undef ROW
+                default : return 0;
         }
     });
 }

@@ -39,11 +39,11 @@ enum COUNT_CLASS : uint8_t {
     CN_MULS,
     CN_DIVS,
     CN_VECTOR,
-    CN_ARITH,   // additions, logic, shifts
+    CN_ARITH, // additions, logic, shifts
     CN_COMPARE,
     CN_CONVERT,
-    CN_FLOAT,   // arithmetic on floats, also counted in its own class
-    CN_BYTES,   // bytes moved by loads, stores and copies
+    CN_FLOAT, // arithmetic on floats, also counted in its own class
+    CN_BYTES, // bytes moved by loads, stores and copies
     N_COUNT_CLASSES
 };
 extern const char *const count_class_names[N_COUNT_CLASSES];
@@ -54,7 +54,21 @@ struct UNIT {
 };
 
 // Scalar kinds, by which handlers are chosen.
-enum SK : uint8_t { SK_i8, SK_u8, SK_i16, SK_u16, SK_i32, SK_u32, SK_i64, SK_u64, SK_f32, SK_f64, SK_void, SK_wide, SK_record };
+enum SK : uint8_t {
+    SK_i8,
+    SK_u8,
+    SK_i16,
+    SK_u16,
+    SK_i32,
+    SK_u32,
+    SK_i64,
+    SK_u64,
+    SK_f32,
+    SK_f64,
+    SK_void,
+    SK_wide,
+    SK_record
+};
 SK scalar_kind(const TYPE *t);
 unsigned sk_bytes(SK k);
 
@@ -62,18 +76,27 @@ struct XN {
     EVAL fn = nullptr;
     EVAL_WIDE wide = nullptr;
     XN *a = nullptr, *b = nullptr, *c = nullptr;
-    int64_t imm = 0;       // constant, offset, address, size
-    uint32_t imm2 = 0;     // bit-field: width; others
-    uint8_t shift = 0;     // bit-field: bit in its first byte
-    SK kind = SK_void;     // of the value
-    SK from = SK_void;     // of the operand
+    int64_t imm = 0;   // constant, offset, address, size
+    uint32_t imm2 = 0; // bit-field: width; others
+    uint8_t shift = 0; // bit-field: bit in its first byte
+    SK kind = SK_void; // of the value
+    SK from = SK_void; // of the operand
     bool is_volatile = false;
     UNIT *unit = nullptr, *unit2 = nullptr; // of conditional arms
-    const void *extra = nullptr; // call, vector description
-    const MNODE *node = nullptr; // for messages
+    const void *extra = nullptr;            // call, vector description
+    const MNODE *node = nullptr;            // for messages
 };
 
-enum STEP_KIND : uint8_t { ST_EXPR, ST_CBRANCH, ST_BRANCH, ST_SWITCH, ST_RETURN, ST_RETURN_WIDE, ST_END, ST_NOP };
+enum STEP_KIND : uint8_t {
+    ST_EXPR,
+    ST_CBRANCH,
+    ST_BRANCH,
+    ST_SWITCH,
+    ST_RETURN,
+    ST_RETURN_WIDE,
+    ST_END,
+    ST_NOP
+};
 
 struct XSWITCH {
     std::unordered_map<int64_t, uint32_t> cases;
@@ -86,7 +109,7 @@ struct STEP {
     XN *tree = nullptr;
     uint32_t target = 0; // of branches
     UNIT unit;
-    uint64_t taken = 0;  // CBRANCH: jumped
+    uint64_t taken = 0; // CBRANCH: jumped
     XSWITCH *table = nullptr;
     const PSN *psn = nullptr;
     uint32_t line_of_record = 0; // index in the function's records
@@ -117,8 +140,9 @@ struct XFUNC {
     std::vector<XPARM> parms;
     bool variadic = false;
     SK result = SK_void;
-    uint32_t frame_bytes = 0;  // of the whole frame, a multiple of 16
-    uint32_t checked_from = 0; // offset of the objects with addresses; the shadow image covers [checked_from, frame_bytes)
+    uint32_t frame_bytes = 0; // of the whole frame, a multiple of 16
+    uint32_t checked_from =
+        0; // offset of the objects with addresses; the shadow image covers [checked_from, frame_bytes)
     std::vector<uint8_t> shadow_image;
     std::vector<UNIT *> arms;
     std::vector<XLOOP> loops;
@@ -144,7 +168,7 @@ struct FRAME {
 
 // One argument as the caller evaluated it.
 struct ARG {
-    uint64_t value;  // scalar value, or guest address of a record or wide value
+    uint64_t value; // scalar value, or guest address of a record or wide value
     const TYPE *type;
     SK kind;
 };
@@ -194,8 +218,8 @@ struct LONG_JUMP {
 
 struct PROGRAM {
     std::vector<std::unique_ptr<MODEL>> models;
-    std::vector<XFUNC *> functions;                  // by (address - CODE_BASE) / CODE_STEP
-    std::unordered_map<std::string, XFUNC *> by_name; // linkable ones
+    std::vector<XFUNC *> functions;                    // by (address - CODE_BASE) / CODE_STEP
+    std::unordered_map<std::string, XFUNC *> by_name;  // linkable ones
     std::unordered_map<std::string, uint32_t> objects; // linkable objects: address
     std::unordered_map<const MSYM *, uint32_t> object_of;
     std::unordered_map<const MSYM *, XFUNC *> function_of;
@@ -206,13 +230,15 @@ extern PROGRAM program;
 extern FRAME *current_frame;
 
 // --- compile.cpp ---
-void link_program();               // objects, functions, initialisers
-void compile_function(XFUNC *);    // on first call
+void link_program();                              // objects, functions, initialisers
+void compile_function(XFUNC *);                   // on first call
 XFUNC *library_function(const std::string &name); // null: not in the library
 // --- run.cpp ---
 uint64_t call_function(XFUNC *, const ARG *args, unsigned n, FRAME *caller, const XCALL *call, WIDE *wide);
-uint64_t call_address(uint32_t address, const ARG *args, unsigned n, FRAME *caller, const XCALL *call, WIDE *wide);
-uint64_t call_guest(uint32_t address, std::initializer_list<uint64_t> args); // integer arguments, from the library
+uint64_t call_address(uint32_t address, const ARG *args, unsigned n, FRAME *caller, const XCALL *call,
+                      WIDE *wide);
+uint64_t call_guest(uint32_t address,
+                    std::initializer_list<uint64_t> args); // integer arguments, from the library
 // Reports and ends the run with status 120. The message tells function and position.
 [[noreturn]] void fault(const char *format, ...) __attribute__((format(printf, 1, 2)));
 void check_access(uint32_t a, uint64_t n, bool is_write);

@@ -19,62 +19,102 @@ struct ROW {
     INTRINSIC fn;
 };
 
-uint64_t signed_min(const uint64_t *a, const TYPE *const *, const TYPE *) { return uint64_t(std::min(int64_t(a[0]), int64_t(a[1]))); }
-uint64_t signed_max(const uint64_t *a, const TYPE *const *, const TYPE *) { return uint64_t(std::max(int64_t(a[0]), int64_t(a[1]))); }
+uint64_t signed_min(const uint64_t *a, const TYPE *const *, const TYPE *) {
+    return uint64_t(std::min(int64_t(a[0]), int64_t(a[1])));
+}
+uint64_t signed_max(const uint64_t *a, const TYPE *const *, const TYPE *) {
+    return uint64_t(std::max(int64_t(a[0]), int64_t(a[1])));
+}
 uint64_t unsigned_min(const uint64_t *a, const TYPE *const *, const TYPE *) { return std::min(a[0], a[1]); }
 uint64_t unsigned_max(const uint64_t *a, const TYPE *const *, const TYPE *) { return std::max(a[0], a[1]); }
-uint64_t dmin(const uint64_t *a, const TYPE *const *, const TYPE *) { return as_f64(a[0]) < as_f64(a[1]) ? a[0] : a[1]; }
-uint64_t dmax(const uint64_t *a, const TYPE *const *, const TYPE *) { return as_f64(a[0]) > as_f64(a[1]) ? a[0] : a[1]; }
-uint64_t fmin2(const uint64_t *a, const TYPE *const *, const TYPE *) { return as_f32(a[0]) < as_f32(a[1]) ? a[0] : a[1]; }
-uint64_t fmax2(const uint64_t *a, const TYPE *const *, const TYPE *) { return as_f32(a[0]) > as_f32(a[1]) ? a[0] : a[1]; }
+uint64_t dmin(const uint64_t *a, const TYPE *const *, const TYPE *) {
+    return as_f64(a[0]) < as_f64(a[1]) ? a[0] : a[1];
+}
+uint64_t dmax(const uint64_t *a, const TYPE *const *, const TYPE *) {
+    return as_f64(a[0]) > as_f64(a[1]) ? a[0] : a[1];
+}
+uint64_t fmin2(const uint64_t *a, const TYPE *const *, const TYPE *) {
+    return as_f32(a[0]) < as_f32(a[1]) ? a[0] : a[1];
+}
+uint64_t fmax2(const uint64_t *a, const TYPE *const *, const TYPE *) {
+    return as_f32(a[0]) > as_f32(a[1]) ? a[0] : a[1];
+}
 uint64_t nothing(const uint64_t *, const TYPE *const *, const TYPE *) { return 0; }
 
-const ROW rows[] = {
-    {"MIN", signed_min},
-    {"LMIN", signed_min},
-    {"LLMIN", signed_min},
-    {"MINU", unsigned_min},
-    {"LMINU", unsigned_min},
-    {"LLMINU", unsigned_min},
-    {"MAX", signed_max},
-    {"LMAX", signed_max},
-    {"LLMAX", signed_max},
-    {"MAXU", unsigned_max},
-    {"LMAXU", unsigned_max},
-    {"LLMAXU", unsigned_max},
-    {"FMIN", fmin2},
-    {"FMAX", fmax2},
-    {"DMIN", dmin},
-    {"DMAX", dmax},
-    {"LDMIN", dmin},
-    {"LDMAX", dmax},
-    {"_smulbb", FN { return uint64_t(half(a[0], false) * half(a[1], false)); }},
-    {"_smulbt", FN { return uint64_t(half(a[0], false) * half(a[1], true)); }},
-    {"_smultb", FN { return uint64_t(half(a[0], true) * half(a[1], false)); }},
-    {"_smultt", FN { return uint64_t(half(a[0], true) * half(a[1], true)); }},
-    {"_smlabb", FN { return uint64_t(int64_t(int32_t(half(a[0], false) * half(a[1], false) + int64_t(a[2])))); }},
-    {"_smlabt", FN { return uint64_t(int64_t(int32_t(half(a[0], false) * half(a[1], true) + int64_t(a[2])))); }},
-    {"_smlatb", FN { return uint64_t(int64_t(int32_t(half(a[0], true) * half(a[1], false) + int64_t(a[2])))); }},
-    {"_smlatt", FN { return uint64_t(int64_t(int32_t(half(a[0], true) * half(a[1], true) + int64_t(a[2])))); }},
-    {"_smull", FN { return uint64_t(int64_t(int32_t(a[0])) * int32_t(a[1])); }},
-    {"_umull", FN { return uint64_t(uint32_t(a[0])) * uint32_t(a[1]); }},
-    {"_sadd", FN { return uint64_t(sat(int64_t(int32_t(a[0])) + int32_t(a[1]), 32)); }},
-    {"_ssub", FN { return uint64_t(sat(int64_t(int32_t(a[0])) - int32_t(a[1]), 32)); }},
-    {"ETSI_ADD", FN { return uint64_t(sat(int16_t(a[0]) + int16_t(a[1]), 16)); }},
-    {"ETSI_SUB", FN { return uint64_t(sat(int16_t(a[0]) - int16_t(a[1]), 16)); }},
-    {"ETSI_ABS_S", FN { return uint64_t(sat(std::abs(int64_t(int16_t(a[0]))), 16)); }},
-    {"ETSI_L_ABS", FN { return uint64_t(sat(std::abs(int64_t(int32_t(a[0]))), 32)); }},
-    {"ETSI_L_ADD", FN { return uint64_t(sat(int64_t(int32_t(a[0])) + int32_t(a[1]), 32)); }},
-    {"ETSI_L_SUB", FN { return uint64_t(sat(int64_t(int32_t(a[0])) - int32_t(a[1]), 32)); }},
-    {"ETSI_MULT", FN { return uint64_t(sat(int64_t(int16_t(a[0])) * int16_t(a[1]) >> 15, 16)); }},
-    {"ETSI_L_MULT", FN { return uint64_t(sat(int64_t(int16_t(a[0])) * int16_t(a[1]) * 2, 32)); }},
-    {"ETSI_NEGATE", FN { return uint64_t(sat(-int64_t(int16_t(a[0])), 16)); }},
-    {"ETSI_L_NEGATE", FN { return uint64_t(sat(-int64_t(int32_t(a[0])), 32)); }},
-    {"BARRIER", nothing},
-    {"_dmb", nothing},
-    {"_dsb", nothing},
-    {"_isb", nothing},
-};
+const ROW rows[] = {{"MIN", signed_min}, {"LMIN", signed_min}, {"LLMIN", signed_min}, {"MINU", unsigned_min},
+                    {"LMINU", unsigned_min}, {"LLMINU", unsigned_min}, {"MAX", signed_max},
+                    {"LMAX", signed_max}, {"LLMAX", signed_max}, {"MAXU", unsigned_max},
+                    {"LMAXU", unsigned_max}, {"LLMAXU", unsigned_max}, {"FMIN", fmin2}, {"FMAX", fmax2},
+                    {"DMIN", dmin}, {"DMAX", dmax}, {"LDMIN", dmin}, {"LDMAX", dmax},
+                    {"_smulbb", FN{return uint64_t(half(a[0], false) * half(a[1], false));
+} // namespace
+}
+, {"_smulbt", FN{return uint64_t(half(a[0], false) * half(a[1], true));
+}
+}
+, {"_smultb", FN{return uint64_t(half(a[0], true) * half(a[1], false));
+}
+}
+, {"_smultt", FN{return uint64_t(half(a[0], true) * half(a[1], true));
+}
+}
+, {"_smlabb", FN{return uint64_t(int64_t(int32_t(half(a[0], false) * half(a[1], false) + int64_t(a[2]))));
+}
+}
+, {"_smlabt", FN{return uint64_t(int64_t(int32_t(half(a[0], false) * half(a[1], true) + int64_t(a[2]))));
+}
+}
+, {"_smlatb", FN{return uint64_t(int64_t(int32_t(half(a[0], true) * half(a[1], false) + int64_t(a[2]))));
+}
+}
+, {"_smlatt", FN{return uint64_t(int64_t(int32_t(half(a[0], true) * half(a[1], true) + int64_t(a[2]))));
+}
+}
+, {"_smull", FN{return uint64_t(int64_t(int32_t(a[0])) * int32_t(a[1]));
+}
+}
+, {"_umull", FN{return uint64_t(uint32_t(a[0])) * uint32_t(a[1]);
+}
+}
+, {"_sadd", FN{return uint64_t(sat(int64_t(int32_t(a[0])) + int32_t(a[1]), 32));
+}
+}
+, {"_ssub", FN{return uint64_t(sat(int64_t(int32_t(a[0])) - int32_t(a[1]), 32));
+}
+}
+, {"ETSI_ADD", FN{return uint64_t(sat(int16_t(a[0]) + int16_t(a[1]), 16));
+}
+}
+, {"ETSI_SUB", FN{return uint64_t(sat(int16_t(a[0]) - int16_t(a[1]), 16));
+}
+}
+, {"ETSI_ABS_S", FN{return uint64_t(sat(std::abs(int64_t(int16_t(a[0]))), 16));
+}
+}
+, {"ETSI_L_ABS", FN{return uint64_t(sat(std::abs(int64_t(int32_t(a[0]))), 32));
+}
+}
+, {"ETSI_L_ADD", FN{return uint64_t(sat(int64_t(int32_t(a[0])) + int32_t(a[1]), 32));
+}
+}
+, {"ETSI_L_SUB", FN{return uint64_t(sat(int64_t(int32_t(a[0])) - int32_t(a[1]), 32));
+}
+}
+, {"ETSI_MULT", FN{return uint64_t(sat(int64_t(int16_t(a[0])) * int16_t(a[1]) >> 15, 16));
+}
+}
+, {"ETSI_L_MULT", FN{return uint64_t(sat(int64_t(int16_t(a[0])) * int16_t(a[1]) * 2, 32));
+}
+}
+, {"ETSI_NEGATE", FN{return uint64_t(sat(-int64_t(int16_t(a[0])), 16));
+}
+}
+, {"ETSI_L_NEGATE", FN{return uint64_t(sat(-int64_t(int32_t(a[0])), 32));
+}
+}
+, {"BARRIER", nothing}, {"_dmb", nothing}, {"_dsb", nothing}, {"_isb", nothing},
+}
+;
 
 } // namespace
 

@@ -9,7 +9,8 @@ MEMORY mem;
 namespace {
 
 uint8_t *map_lazily(uint64_t bytes) {
-    void *p = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    void *p =
+        mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (p == MAP_FAILED) {
         fputs("qlrun: cannot reserve address space\n", stderr);
         exit(125);

@@ -52,10 +52,10 @@ struct MEMORY {
     void unpoison(uint32_t a, uint32_t n);
     void poison(uint32_t a, uint32_t n, uint8_t why); // whole granules
 
-    uint32_t add_global(uint32_t bytes, uint32_t align); // bytes; zeroed
+    uint32_t add_global(uint32_t bytes, uint32_t align);     // bytes; zeroed
     uint32_t heap_alloc(uint32_t bytes, uint32_t align = 8); // 0 when exhausted
-    bool heap_free(uint32_t a);                          // false: not the start of a live block
-    uint32_t heap_size(uint32_t a) const;                // of a live block; ~0 when it is none
+    bool heap_free(uint32_t a);                              // false: not the start of a live block
+    uint32_t heap_size(uint32_t a) const;                    // of a live block; ~0 when it is none
     uint64_t heap_live() const { return live_bytes; }
 
     // Uninitialised reads: a bit for each byte that was written, only with track_init.

@@ -49,7 +49,10 @@ CPX cpx_get(const WIDE &w, const SHAPE &s) {
 }
 void cpx_set(WIDE &w, const SHAPE &s, CPX c) {
     auto one = [&](unsigned i, double d) {
-        lane_set(w, s, i, s.lane == SK_f32 ? from_f32(float(d)) : s.lane == SK_f64 ? from_f64(d) : convert_value(s.lane, SK_f64, from_f64(d)));
+        lane_set(w, s, i,
+                 s.lane == SK_f32   ? from_f32(float(d))
+                 : s.lane == SK_f64 ? from_f64(d)
+                                    : convert_value(s.lane, SK_f64, from_f64(d)));
     };
     one(0, c.first), one(1, c.second);
 }
@@ -76,7 +79,8 @@ void wide_binary(const XN *n, FRAME *f, WIDE *out) {
     if (s.complex) {
         cpx_set(r, s, cpx_op(info->op, cpx_get(a, s), cpx_get(b, s)));
     } else
-        for (unsigned i = 0; i < s.lanes; i++) lane_set(r, s, i, apply_binary(info->op, s.lane, lane_get(a, s, i), lane_get(b, s, i)));
+        for (unsigned i = 0; i < s.lanes; i++)
+            lane_set(r, s, i, apply_binary(info->op, s.lane, lane_get(a, s, i), lane_get(b, s, i)));
     *out = r;
 }
 
@@ -85,7 +89,8 @@ void wide_shift(const XN *n, FRAME *f, WIDE *out) { // by a scalar count
     WIDE a, r;
     n->a->wide(n->a, f, &a);
     uint64_t count = n->b->fn(n->b, f);
-    for (unsigned i = 0; i < info->to.lanes; i++) lane_set(r, info->to, i, apply_binary(info->op, info->to.lane, lane_get(a, info->to, i), count));
+    for (unsigned i = 0; i < info->to.lanes; i++)
+        lane_set(r, info->to, i, apply_binary(info->op, info->to.lane, lane_get(a, info->to, i), count));
     *out = r;
 }
 
@@ -129,7 +134,8 @@ void wide_pack(const XN *n, FRAME *f, WIDE *out) {
     auto *info = static_cast<const WIDE_INFO *>(n->extra);
     WIDE r;
     unsigned i = 0;
-    for (const XN *part = n->a; part && i < info->to.lanes; part = part->c, i++) lane_set(r, info->to, i, part->a->fn(part->a, f));
+    for (const XN *part = n->a; part && i < info->to.lanes; part = part->c, i++)
+        lane_set(r, info->to, i, part->a->fn(part->a, f));
     *out = r;
 }
 void wide_splat(const XN *n, FRAME *f, WIDE *out) {
@@ -143,7 +149,8 @@ void wide_convert(const XN *n, FRAME *f, WIDE *out) {
     auto *info = static_cast<const WIDE_INFO *>(n->extra);
     WIDE a, r;
     n->a->wide(n->a, f, &a);
-    for (unsigned i = 0; i < info->to.lanes; i++) lane_set(r, info->to, i, convert_value(info->to.lane, info->from.lane, lane_get(a, info->from, i)));
+    for (unsigned i = 0; i < info->to.lanes; i++)
+        lane_set(r, info->to, i, convert_value(info->to.lane, info->from.lane, lane_get(a, info->from, i)));
     *out = r;
 }
 void wide_same(const XN *n, FRAME *f, WIDE *out) { n->a->wide(n->a, f, out); }
@@ -169,7 +176,8 @@ XN *compile_wide(COMPILER &c, MNODE *t) {
             XN *link = new_xn();
             XN *v = c.value(p);
             link->a = new_xn();
-            link->a->a = v, link->a->kind = info->to.lane, link->a->fn = eval_convert(info->to.lane, v->kind, false);
+            link->a->a = v, link->a->kind = info->to.lane,
+            link->a->fn = eval_convert(info->to.lane, v->kind, false);
             link->c = chain;
             chain = link;
         }

@@ -1,0 +1,189 @@
+// math.h and complex.h: the host's functions, at the precision of the argument.
+#include <cmath>
+#include <complex>
+
+#include "tools/exec/library.h"
+
+namespace {
+
+#define FN [](CALL_CONTEXT & c) -> uint64_t
+#define ONE(f)                                                                                               \
+    {#f, FN{return from_f64(std::f(c.f64(0)));                                                               \
+    }                                                                                                        \
+    }                                                                                                        \
+    , {#f "l", FN{return from_f64(std::f(c.f64(0)));                                                         \
+    }                                                                                                        \
+    }                                                                                                        \
+    , {                                                                                                      \
+#f "f", FN { return from_f32(std::f(c.f32(0))); }                                                    \
+    }
+#define TWO(f)                                                                                               \
+    {#f, FN{return from_f64(std::f(c.f64(0), c.f64(1)));                                                     \
+    }                                                                                                        \
+    }                                                                                                        \
+    , {#f "l", FN{return from_f64(std::f(c.f64(0), c.f64(1)));                                               \
+    }                                                                                                        \
+    }                                                                                                        \
+    , {                                                                                                      \
+#f "f", FN { return from_f32(std::f(c.f32(0), c.f32(1))); }                                          \
+    }
+
+uint64_t sx(int v) { return uint64_t(int64_t(v)); }
+
+uint64_t do_modf(CALL_CONTEXT &c) {
+    double whole, part = std::modf(c.f64(0), &whole);
+    put_u64(c.u32(1), from_f64(whole));
+    return from_f64(part);
+}
+uint64_t do_modff(CALL_CONTEXT &c) {
+    float whole, part = std::modf(c.f32(0), &whole);
+    put_u32(c.u32(1), uint32_t(from_f32(whole)));
+    return from_f32(part);
+}
+uint64_t do_frexp(CALL_CONTEXT &c) {
+    int e;
+    double m = std::frexp(c.f64(0), &e);
+    put_u32(c.u32(1), uint32_t(e));
+    return from_f64(m);
+}
+uint64_t do_frexpf(CALL_CONTEXT &c) {
+    int e;
+    float m = std::frexp(c.f32(0), &e);
+    put_u32(c.u32(1), uint32_t(e));
+    return from_f32(m);
+}
+uint64_t clamp_long(double v) {
+    return uint64_t(int64_t(v != v              ? 0
+                            : v < -2147483648.0 ? INT32_MIN
+                            : v > 2147483647.0  ? INT32_MAX
+                                                : int32_t(v)));
+}
+bool is_single(CALL_CONTEXT &c) { return c.n && c.args[0].kind == SK_f32; }
+double any(CALL_CONTEXT &c) { return c.f64(0); }
+int sign_bit(CALL_CONTEXT &c) {
+    return is_single(c) ? int(uint32_t(c.args[0].value) >> 31) : int(c.args[0].value >> 63);
+}
+
+// A complex argument lies in guest memory as two parts; the result goes back through the caller's frame.
+std::complex<double> get_complex(CALL_CONTEXT &c, unsigned i) {
+    uint32_t a = c.u32(i);
+    if (c.args[i].type->size == 64) return {as_f32(get_u32(a)), as_f32(get_u32(a + 4))};
+    return {as_f64(get_u64(a)), as_f64(get_u64(a + 8))};
+}
+uint64_t put_complex(CALL_CONTEXT &c, std::complex<double> z) {
+    WIDE w;
+    if (c.call && c.call->result_type && c.call->result_type->size == 64) {
+        w.lo = from_f32(float(z.real())) | from_f32(float(z.imag())) << 32;
+    } else w.lo = from_f64(z.real()), w.hi = from_f64(z.imag());
+    c.frame->wide_result = w;
+    return 0;
+}
+#define CPX(f)                                                                                               \
+    {"c" #f, FN{return put_complex(c, std::f(get_complex(c, 0)));                                            \
+    }                                                                                                        \
+    }                                                                                                        \
+    , {                                                                                                      \
+        "c" #f "f", FN { return put_complex(c, std::f(get_complex(c, 0))); }                                 \
+    }
+
+} // namespace
+
+// clang-format off
+const LIBRARY_ROW library_math[] = {
+    ONE(acos),
+    ONE(asin),
+    ONE(atan),
+    ONE(cosh),
+    ONE(cos),
+    ONE(exp),
+    ONE(exp2),
+    ONE(expm1),
+    ONE(fabs),
+    ONE(floor),
+    ONE(ceil),
+    ONE(log),
+    ONE(log10),
+    ONE(log2),
+    ONE(log1p),
+    ONE(sin),
+    ONE(sinh),
+    ONE(sqrt),
+    ONE(tan),
+    ONE(tanh),
+    ONE(cbrt),
+    ONE(trunc),
+    ONE(round),
+    ONE(rint),
+    ONE(nearbyint),
+    ONE(acosh),
+    ONE(asinh),
+    ONE(atanh),
+    ONE(erf),
+    ONE(erfc),
+    ONE(tgamma),
+    ONE(lgamma),
+    ONE(logb),
+    TWO(atan2),
+    TWO(fmod),
+    TWO(pow),
+    TWO(hypot),
+    TWO(copysign),
+    TWO(fdim),
+    TWO(fmax),
+    TWO(fmin),
+    TWO(nextafter),
+    TWO(remainder),
+    {"ldexp", FN { return from_f64(std::ldexp(c.f64(0), c.i32(1))); }},
+    {"ldexpf", FN { return from_f32(std::ldexp(c.f32(0), c.i32(1))); }},
+    {"scalbn", FN { return from_f64(std::scalbn(c.f64(0), c.i32(1))); }},
+    {"scalbnf", FN { return from_f32(std::scalbn(c.f32(0), c.i32(1))); }},
+    {"fma", FN { return from_f64(std::fma(c.f64(0), c.f64(1), c.f64(2))); }},
+    {"fmaf", FN { return from_f32(std::fma(c.f32(0), c.f32(1), c.f32(2))); }},
+    {"modf", do_modf},
+    {"modff", do_modff},
+    {"frexp", do_frexp},
+    {"frexpf", do_frexpf},
+    {"ilogb", FN { return sx(std::ilogb(c.f64(0))); }},
+    {"lround", FN { return clamp_long(std::round(c.f64(0))); }},
+    {"lroundf", FN { return clamp_long(std::round(c.f64(0))); }},
+    {"lrint", FN { return clamp_long(std::rint(c.f64(0))); }},
+    {"lrintf", FN { return clamp_long(std::rint(c.f64(0))); }},
+    {"llround", FN { return uint64_t(std::llround(c.f64(0))); }},
+    {"llrint", FN { return uint64_t(std::llrint(c.f64(0))); }},
+    {"nan", FN { (void)c; return from_f64(std::nan("")); }},
+    {"nanf", FN { (void)c; return from_f32(std::nanf("")); }},
+    {"isnan", FN { return sx(std::isnan(any(c))); }},
+    {"__isnan", FN { return sx(std::isnan(any(c))); }},
+    {"__isnanf", FN { return sx(std::isnan(any(c))); }},
+    {"isinf", FN { return sx(std::isinf(any(c)) ? (any(c) < 0 ? -1 : 1) : 0); }},
+    {"__isinf", FN { return sx(std::isinf(any(c)) ? (any(c) < 0 ? -1 : 1) : 0); }},
+    {"__isinff", FN { return sx(std::isinf(any(c)) ? (any(c) < 0 ? -1 : 1) : 0); }},
+    {"finite", FN { return sx(std::isfinite(any(c))); }},
+    {"__finite", FN { return sx(std::isfinite(any(c))); }},
+    {"__finitef", FN { return sx(std::isfinite(any(c))); }},
+    {"__builtin_isinf", FN { return sx(std::isinf(any(c))); }},
+    {"__builtin_isinf_sign", FN { return sx(std::isinf(any(c)) ? (any(c) < 0 ? -1 : 1) : 0); }},
+    {"__builtin_isfinite", FN { return sx(std::isfinite(any(c))); }},
+    {"__builtin_isnormal", FN { return sx(is_single(c) ? std::isnormal(c.f32(0)) : std::isnormal(any(c))); }},
+    {"__builtin_signbit", FN { return sx(sign_bit(c)); }},
+    {"__builtin_signbitf", FN { return sx(sign_bit(c)); }},
+    {"__builtin_signbitl", FN { return sx(sign_bit(c)); }},
+    {"__signbit", FN { return sx(sign_bit(c)); }},
+    {"__signbitf", FN { return sx(sign_bit(c)); }},
+    {"__fpclassify", FN { return sx(std::fpclassify(any(c))); }},
+    {"__fpclassifyf", FN { return sx(std::fpclassify(c.f32(0))); }},
+    CPX(exp), CPX(log), CPX(sqrt), CPX(sin), CPX(cos), CPX(tan), CPX(sinh), CPX(cosh), CPX(tanh),
+    {"cabs", FN { return from_f64(std::abs(get_complex(c, 0))); }},
+    {"cabsf", FN { return from_f32(float(std::abs(get_complex(c, 0)))); }},
+    {"carg", FN { return from_f64(std::arg(get_complex(c, 0))); }},
+    {"cargf", FN { return from_f32(float(std::arg(get_complex(c, 0)))); }},
+    {"creal", FN { return from_f64(get_complex(c, 0).real()); }},
+    {"crealf", FN { return from_f32(float(get_complex(c, 0).real())); }},
+    {"cimag", FN { return from_f64(get_complex(c, 0).imag()); }},
+    {"cimagf", FN { return from_f32(float(get_complex(c, 0).imag())); }},
+    {"conj", FN { return put_complex(c, std::conj(get_complex(c, 0))); }},
+    {"conjf", FN { return put_complex(c, std::conj(get_complex(c, 0))); }},
+    {"cpow", FN { return put_complex(c, std::pow(get_complex(c, 0), get_complex(c, 1))); }},
+    {nullptr, nullptr},
+};
+// clang-format on

@@ -1,0 +1,151 @@
+// time.h, signal.h, locale.h, unistd.h and what else the headers call.
+#include <csignal>
+#include <ctime>
+#include <unistd.h>
+
+#include "tools/exec/library.h"
+
+uint32_t library_file_object(const std::string &name);
+
+uint32_t library_object(const std::string &name, uint32_t bytes) {
+    if (uint32_t a = library_file_object(name)) return a;
+    if (name == "environ" || name == "__environ" || name == "optarg" || name == "daylight" ||
+        name == "timezone" || name == "signgam" || name == "opterr" || name == "optind" || name == "optopt")
+        return mem.add_global(bytes ? bytes : 4, 4);
+    return 0;
+}
+
+namespace {
+
+#define FN [](CALL_CONTEXT & c) -> uint64_t
+
+uint64_t sx(int v) { return uint64_t(int64_t(v)); }
+
+// The guest's struct tm: nine ints, then offset and zone.
+uint64_t put_tm(uint32_t a, const struct tm &t) {
+    int v[11] = {t.tm_sec,  t.tm_min,  t.tm_hour,  t.tm_mday, t.tm_mon, t.tm_year,
+                 t.tm_wday, t.tm_yday, t.tm_isdst, 0,         0};
+    for (uint32_t i = 0; i < 11; i++) put_u32(a + i * 4, uint32_t(v[i]));
+    return a;
+}
+struct tm get_tm(uint32_t a) {
+    struct tm t = {};
+    int *to[] = {&t.tm_sec,  &t.tm_min,  &t.tm_hour, &t.tm_mday, &t.tm_mon,
+                 &t.tm_year, &t.tm_wday, &t.tm_yday, &t.tm_isdst};
+    for (uint32_t i = 0; i < 9; i++) *to[i] = int(get_u32(a + i * 4));
+    return t;
+}
+uint32_t static_tm() {
+    static uint32_t a = mem.add_global(44, 4);
+    return a;
+}
+// Times are UTC: a run is the same everywhere.
+uint64_t split_time(CALL_CONTEXT &c, uint32_t to) {
+    time_t t = int32_t(get_u32(c.u32(0)));
+    struct tm out;
+    gmtime_r(&t, &out);
+    return put_tm(to, out);
+}
+uint64_t do_time(CALL_CONTEXT &c) {
+    time_t t = time(nullptr);
+    if (c.u32(0)) put_u32(c.u32(0), uint32_t(t));
+    return sx(int(t));
+}
+uint64_t do_mktime(CALL_CONTEXT &c) {
+    struct tm t = get_tm(c.u32(0));
+    time_t v = timegm(&t);
+    put_tm(c.u32(0), t);
+    return sx(int(v));
+}
+uint64_t do_strftime(CALL_CONTEXT &c) {
+    struct tm t = get_tm(c.u32(3));
+    char buf[1024];
+    size_t n = strftime(buf, sizeof buf, guest_string(c.u32(2)).c_str(), &t);
+    if (n >= c.u32(1)) return 0;
+    put_string(c.u32(0), buf, n + 1);
+    return n;
+}
+uint64_t do_gettimeofday(CALL_CONTEXT &c) {
+    put_u32(c.u32(0), uint32_t(time(nullptr)));
+    put_u32(c.u32(0) + 4, 0);
+    return 0;
+}
+uint64_t do_clock_gettime(CALL_CONTEXT &c) {
+    struct timespec ts;
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    put_u32(c.u32(1), uint32_t(ts.tv_sec));
+    put_u32(c.u32(1) + 4, uint32_t(ts.tv_nsec));
+    return 0;
+}
+std::unordered_map<int, uint32_t> handlers;
+uint64_t do_signal(CALL_CONTEXT &c) {
+    uint32_t old = handlers[c.i32(0)];
+    handlers[c.i32(0)] = c.u32(1);
+    return old;
+}
+uint64_t do_raise(CALL_CONTEXT &c) {
+    uint32_t h = handlers[c.i32(0)];
+    if (h == 1) return 0;
+    if (h) {
+        handlers[c.i32(0)] = 0;
+        call_guest(h, {uint64_t(c.u32(0))});
+        return 0;
+    }
+    fflush(nullptr);
+    throw EXIT_PROGRAM{128 + c.i32(0)};
+}
+uint64_t do_write(CALL_CONTEXT &c) {
+    fflush(nullptr);
+    return sx(int(write(c.i32(0), guest_bytes(c.u32(1), c.u32(2), false), c.u32(2))));
+}
+uint64_t do_read(CALL_CONTEXT &c) {
+    return sx(int(read(c.i32(0), guest_bytes(c.u32(1), c.u32(2), true), c.u32(2))));
+}
+uint64_t empty_text(CALL_CONTEXT &) {
+    static uint32_t a = mem.add_global(2, 1);
+    mem.base[a] = 'C';
+    return a;
+}
+
+} // namespace
+
+const LIBRARY_ROW library_misc[] = {{"time", do_time}, {"clock", FN{(void)c;
+return uint64_t(clock());
+}
+}
+, {"difftime", FN{return from_f64(double(c.i32(0)) - c.i32(1));
+}
+}
+, {"gmtime", FN{return split_time(c, static_tm());
+}
+}
+, {"localtime", FN{return split_time(c, static_tm());
+}
+}
+, {"gmtime_r", FN{return split_time(c, c.u32(1));
+}
+}
+, {"localtime_r", FN{return split_time(c, c.u32(1));
+}
+}
+, {"mktime", do_mktime}, {"strftime", do_strftime}, {"gettimeofday", do_gettimeofday},
+    {"clock_gettime", do_clock_gettime}, {"signal", do_signal}, {"raise", do_raise},
+    {"setlocale", empty_text}, {"write", do_write}, {"read", do_read},
+    {"close", FN{return sx(close(c.i32(0)));
+}
+}
+, {"getpid", FN{(void)c;
+return 1;
+}
+}
+, {"sleep", FN{(void)c;
+return 0;
+}
+}
+, {"usleep", FN{(void)c;
+return 0;
+}
+}
+, {nullptr, nullptr},
+}
+;

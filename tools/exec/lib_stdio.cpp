@@ -1,0 +1,593 @@
+// stdio: streams on host files, the printf and scanf families.
+#include <cctype>
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
+
+#include "tools/exec/library.h"
+
+namespace {
+
+// A guest FILE is an address of 4 bytes that no program looks into.
+std::unordered_map<uint32_t, FILE *> files;
+uint32_t standard[3];
+
+uint32_t enter_file(FILE *f) {
+    if (!f) {
+        set_errno(errno);
+        return 0;
+    }
+    uint32_t a = mem.heap_alloc(4);
+    files[a] = f;
+    return a;
+}
+
+uint32_t standard_file(int i) {
+    if (!standard[i]) {
+        standard[i] = mem.add_global(4, 4);
+        files[standard[i]] = i == 0 ? stdin : i == 1 ? stdout : stderr;
+    }
+    return standard[i];
+}
+
+#define FN [](CALL_CONTEXT & c) -> uint64_t
+
+uint64_t sx(int v) { return uint64_t(int64_t(v)); }
+
+uint64_t print_to(FILE *f, const std::string &s) {
+    size_t n = fwrite(s.data(), 1, s.size(), f);
+    return n == s.size() ? sx(int(n)) : sx(-1);
+}
+uint64_t print_into(uint32_t to, uint32_t room, bool bounded, const std::string &s) {
+    if (!bounded) put_string(to, s.c_str(), s.size() + 1);
+    else if (room) {
+        size_t n = std::min<size_t>(s.size(), room - 1);
+        put_string(to, s.data(), n);
+        *guest_bytes(to + uint32_t(n), 1, true) = 0;
+    }
+    return sx(int(s.size()));
+}
+
+} // namespace
+
+FILE *guest_file(uint32_t handle) {
+    auto it = files.find(handle);
+    if (it == files.end()) fault("0x%08x is no open stream", handle);
+    return it->second;
+}
+
+// --- printf ---
+
+std::string format_guest(uint32_t format, VARARGS args) {
+    std::string f = guest_string(format), out;
+    for (size_t i = 0; i < f.size(); i++) {
+        if (f[i] != '%') {
+            out += f[i];
+            continue;
+        }
+        std::string spec = "%";
+        i++;
+        while (i < f.size() && strchr("-+ #0'", f[i])) spec += f[i++];
+        auto number = [&] {
+            if (i < f.size() && f[i] == '*') {
+                spec += std::to_string(int32_t(args.u32()));
+                i++;
+            } else
+                while (i < f.size() && isdigit(static_cast<unsigned char>(f[i]))) spec += f[i++];
+        };
+        number();
+        if (i < f.size() && f[i] == '.') {
+            spec += f[i++];
+            number();
+        }
+        std::string length;
+        while (i < f.size() && strchr("hlLqjzt", f[i])) length += f[i++];
+        char conv = i < f.size() ? f[i] : 0;
+        char buf[512];
+        auto text = [&](auto... v) {
+            int n = snprintf(buf, sizeof buf, spec.c_str(), v...);
+            if (n >= int(sizeof buf)) {
+                std::string big(size_t(n) + 1, 0);
+                snprintf(big.data(), big.size(), spec.c_str(), v...);
+                big.resize(size_t(n));
+                out += big;
+            } else out += buf;
+        };
+        bool wide = length == "ll" || length == "L" || length == "q" || length == "j";
+        switch (conv) {
+        case 'd':
+        case 'i':
+            if (wide) spec += "lld", text(static_cast<long long>(args.u64()));
+            else {
+                int32_t v = int32_t(args.u32());
+                if (length == "h") v = int16_t(v);
+                if (length == "hh") v = int8_t(v);
+                spec += 'd', text(v);
+            }
+            break;
+        case 'u':
+        case 'x':
+        case 'X':
+        case 'o':
+            if (wide) spec += "ll", spec += conv, text(static_cast<unsigned long long>(args.u64()));
+            else {
+                uint32_t v = args.u32();
+                if (length == "h") v = uint16_t(v);
+                if (length == "hh") v = uint8_t(v);
+                spec += conv, text(v);
+            }
+            break;
+        case 'c': spec += 'c', text(int(args.u32())); break;
+        case 'p': {
+            uint32_t v = args.u32();
+            if (v) spec += 's', snprintf(buf, sizeof buf, "0x%x", v), out += buf;
+            else out += "(nil)";
+            break;
+        }
+        case 's': {
+            uint32_t a = args.u32();
+            size_t dot = spec.find('.');
+            std::string s;
+            if (!a) s = "(null)";
+            else if (dot != std::string::npos && spec[dot + 1] != '-') {
+                uint32_t limit = uint32_t(atoi(spec.c_str() + dot + 1)), n = 0;
+                while (n < limit && *guest_bytes(a + n, 1, false)) n++;
+                s.assign(reinterpret_cast<char *>(mem.base + a), n);
+            } else s = guest_string(a);
+            spec += 's', text(s.c_str());
+            break;
+        }
+        case 'f':
+        case 'F':
+        case 'e':
+        case 'E':
+        case 'g':
+        case 'G':
+        case 'a':
+        case 'A': spec += conv, text(args.f64()); break;
+        case 'n': put_u32(args.u32(), uint32_t(out.size())); break;
+        case '%': out += '%'; break;
+        default: fault("printf conversion %%%c is not known", conv);
+        }
+    }
+    return out;
+}
+
+// --- scanf ---
+
+namespace {
+
+// Characters from a stream or a guest string, with one pushed back.
+struct SCAN_SOURCE {
+    FILE *file = nullptr;
+    std::string text;
+    size_t at = 0;
+    int count = 0;
+    int get() {
+        int ch = file ? getc(file) : at < text.size() ? static_cast<unsigned char>(text[at]) : EOF;
+        if (ch != EOF) at++, count++;
+        return ch;
+    }
+    void unget(int ch) {
+        if (ch == EOF) return;
+        at--, count--;
+        if (file) ungetc(ch, file);
+    }
+};
+
+void store_int(uint32_t a, const std::string &length, uint64_t v) {
+    if (length == "hh") *guest_bytes(a, 1, true) = char(v);
+    else if (length == "h") {
+        check_access(a, 2, true);
+        store_scalar_checked(SK_u16, a, v);
+    } else if (length == "ll" || length == "L" || length == "q" || length == "j") put_u64(a, v);
+    else put_u32(a, uint32_t(v));
+}
+
+// Longest prefix of an integer or float as the conversions accept it.
+std::string scan_number(SCAN_SOURCE &in, int width, int base, bool flt) {
+    std::string s;
+    int ch;
+    bool digits = false, point = false, exponent = false, hex = base == 16;
+    auto room = [&] { return int(s.size()) < width; };
+    while (room() && (ch = in.get()) != EOF) {
+        char lower = char(tolower(ch));
+        bool take = false;
+        if ((ch == '+' || ch == '-') && (s.empty() || (exponent && strchr("ep", tolower(s.back())))))
+            take = true;
+        else if (isdigit(ch) && (flt || base == 0 || base == 16 || ch - '0' < base)) take = digits = true;
+        else if (lower == 'x' && (base == 0 || base == 16 || flt) && (s == "0" || s == "-0" || s == "+0"))
+            take = hex = true;
+        else if (hex && isxdigit(ch)) take = digits = true;
+        else if (flt && ch == '.' && !point && !exponent) take = point = true;
+        else if (flt && !exponent && digits && (hex ? lower == 'p' : lower == 'e')) take = exponent = true;
+        else if (flt && !digits && strchr("infaty", lower)) take = true;
+        if (!take) {
+            in.unget(ch);
+            break;
+        }
+        s += char(ch);
+    }
+    return s;
+}
+
+int scan_guest(SCAN_SOURCE &in, uint32_t format, VARARGS args) {
+    std::string f = guest_string(format);
+    int done = 0;
+    auto skip_space = [&] {
+        int ch;
+        while ((ch = in.get()) != EOF && isspace(ch)) {}
+        in.unget(ch);
+        return ch;
+    };
+    for (size_t i = 0; i < f.size(); i++) {
+        if (isspace(static_cast<unsigned char>(f[i]))) {
+            skip_space();
+            continue;
+        }
+        if (f[i] != '%') {
+            int ch = in.get();
+            if (ch != static_cast<unsigned char>(f[i])) {
+                in.unget(ch);
+                return ch == EOF && !done ? -1 : done;
+            }
+            continue;
+        }
+        i++;
+        bool suppress = i < f.size() && f[i] == '*';
+        if (suppress) i++;
+        int width = 0;
+        while (i < f.size() && isdigit(static_cast<unsigned char>(f[i]))) width = width * 10 + (f[i++] - '0');
+        std::string length;
+        while (i < f.size() && strchr("hlLqjzt", f[i])) length += f[i++];
+        char conv = i < f.size() ? f[i] : 0;
+        if (conv != 'c' && conv != '[' && conv != 'n' && conv != '%')
+            if (skip_space() == EOF) return done ? done : -1;
+        int limit = width ? width : 1 << 20;
+        switch (conv) {
+        case 'd':
+        case 'u':
+        case 'i':
+        case 'x':
+        case 'X':
+        case 'o': {
+            int base = conv == 'i' ? 0 : conv == 'o' ? 8 : conv == 'd' || conv == 'u' ? 10 : 16;
+            std::string s = scan_number(in, limit, base, false);
+            char *end;
+            errno = 0;
+            uint64_t v = conv == 'd' || conv == 'i' ? uint64_t(strtoll(s.c_str(), &end, base))
+                                                    : strtoull(s.c_str(), &end, base);
+            if (end == s.c_str()) return done;
+            if (!suppress) store_int(args.u32(), length, v), done++;
+            break;
+        }
+        case 'f':
+        case 'e':
+        case 'g':
+        case 'a':
+        case 'E':
+        case 'G': {
+            std::string s = scan_number(in, limit, 10, true);
+            char *end;
+            double v = strtod(s.c_str(), &end);
+            if (end == s.c_str()) return done;
+            if (!suppress) {
+                uint32_t a = args.u32();
+                if (length.empty()) put_u32(a, uint32_t(from_f32(strtof(s.c_str(), nullptr))));
+                else put_u64(a, from_f64(v));
+                done++;
+            }
+            break;
+        }
+        case 's': {
+            std::string s;
+            int ch = EOF;
+            while (int(s.size()) < limit && (ch = in.get()) != EOF && !isspace(ch)) s += char(ch);
+            if (int(s.size()) < limit) in.unget(ch);
+            if (!suppress) put_string(args.u32(), s.c_str(), s.size() + 1), done++;
+            break;
+        }
+        case 'c': {
+            int n = width ? width : 1;
+            std::string s;
+            while (n-- > 0) {
+                int ch = in.get();
+                if (ch == EOF) return done ? done : -1;
+                s += char(ch);
+            }
+            if (!suppress) put_string(args.u32(), s.data(), s.size()), done++;
+            break;
+        }
+        case '[': {
+            i++;
+            bool negate = i < f.size() && f[i] == '^';
+            if (negate) i++;
+            bool in_set[256] = {};
+            bool first = true;
+            while (i < f.size() && (f[i] != ']' || first)) {
+                if (i + 2 < f.size() && f[i + 1] == '-' && f[i + 2] != ']') {
+                    for (int ch = static_cast<unsigned char>(f[i]);
+                         ch <= static_cast<unsigned char>(f[i + 2]); ch++)
+                        in_set[ch] = true;
+                    i += 3;
+                } else in_set[static_cast<unsigned char>(f[i++])] = true;
+                first = false;
+            }
+            std::string s;
+            int ch = EOF;
+            while (int(s.size()) < limit && (ch = in.get()) != EOF && in_set[ch] != negate) s += char(ch);
+            if (int(s.size()) < limit) in.unget(ch);
+            if (s.empty()) return done ? done : ch == EOF ? -1 : 0;
+            if (!suppress) put_string(args.u32(), s.c_str(), s.size() + 1), done++;
+            break;
+        }
+        case 'n':
+            if (!suppress) put_u32(args.u32(), uint32_t(in.count));
+            break;
+        case '%': {
+            skip_space();
+            int ch = in.get();
+            if (ch != '%') return done;
+            break;
+        }
+        default: fault("scanf conversion %%%c is not known", conv);
+        }
+    }
+    return done;
+}
+
+uint64_t scan_file(FILE *f, uint32_t format, VARARGS v) {
+    SCAN_SOURCE in;
+    in.file = f;
+    return sx(scan_guest(in, format, v));
+}
+uint64_t scan_text(uint32_t from, uint32_t format, VARARGS v) {
+    SCAN_SOURCE in;
+    in.text = guest_string(from);
+    return sx(scan_guest(in, format, v));
+}
+
+uint64_t do_fgets(CALL_CONTEXT &c) {
+    FILE *f = guest_file(c.u32(2));
+    int n = c.i32(1);
+    std::string s;
+    int ch = 0;
+    while (int(s.size()) < n - 1 && (ch = getc(f)) != EOF) {
+        s += char(ch);
+        if (ch == '\n') break;
+    }
+    if (s.empty()) return 0;
+    put_string(c.u32(0), s.c_str(), s.size() + 1);
+    return c.u32(0);
+}
+
+uint64_t do_getline(CALL_CONTEXT &c) {
+    FILE *f = guest_file(c.u32(2));
+    std::string s;
+    int ch;
+    while ((ch = getc(f)) != EOF) {
+        s += char(ch);
+        if (ch == '\n') break;
+    }
+    if (s.empty()) return sx(-1);
+    uint32_t a = get_u32(c.u32(0)), room = get_u32(c.u32(1));
+    if (!a || room < s.size() + 1) {
+        if (a) mem.heap_free(a);
+        a = mem.heap_alloc(uint32_t(s.size()) + 1);
+        put_u32(c.u32(0), a);
+        put_u32(c.u32(1), uint32_t(s.size()) + 1);
+    }
+    put_string(a, s.c_str(), s.size() + 1);
+    return s.size();
+}
+
+uint64_t do_asprintf(uint32_t to, const std::string &s) {
+    uint32_t a = mem.heap_alloc(uint32_t(s.size()) + 1);
+    put_string(a, s.c_str(), s.size() + 1);
+    put_u32(to, a);
+    return s.size();
+}
+
+} // namespace
+
+uint32_t library_file_object(const std::string &name) {
+    for (int i = 0; i < 3; i++) {
+        const char *names[] = {"stdin", "stdout", "stderr"};
+        if (name == names[i]) {
+            uint32_t a = mem.add_global(4, 4);
+            store_scalar_checked(SK_u32, a, standard_file(i));
+            return a;
+        }
+    }
+    return 0;
+}
+
+const LIBRARY_ROW library_stdio[] = {
+    {"printf", FN{return print_to(stdout, format_guest(c.u32(0), varargs_of(c, 1)));
+}
+}
+, {"fprintf", FN{return print_to(guest_file(c.u32(0)), format_guest(c.u32(1), varargs_of(c, 2)));
+}
+}
+, {"sprintf", FN{return print_into(c.u32(0), 0, false, format_guest(c.u32(1), varargs_of(c, 2)));
+}
+}
+, {"snprintf", FN{return print_into(c.u32(0), c.u32(1), true, format_guest(c.u32(2), varargs_of(c, 3)));
+}
+}
+, {"vprintf", FN{return print_to(
+                  stdout, format_guest(c.u32(0), varargs_at(c.args[1].kind == SK_record ? get_u32(c.u32(1))
+                                                                                        : c.u32(1))));
+}
+}
+, {"vfprintf",
+   FN{return print_to(
+       guest_file(c.u32(0)),
+       format_guest(c.u32(1), varargs_at(c.args[2].kind == SK_record ? get_u32(c.u32(2)) : c.u32(2))));
+}
+}
+, {"vsprintf",
+   FN{return print_into(
+       c.u32(0), 0, false,
+       format_guest(c.u32(1), varargs_at(c.args[2].kind == SK_record ? get_u32(c.u32(2)) : c.u32(2))));
+}
+}
+, {"vsnprintf",
+   FN{return print_into(
+       c.u32(0), c.u32(1), true,
+       format_guest(c.u32(2), varargs_at(c.args[3].kind == SK_record ? get_u32(c.u32(3)) : c.u32(3))));
+}
+}
+, {"asprintf", FN{return do_asprintf(c.u32(0), format_guest(c.u32(1), varargs_of(c, 2)));
+}
+}
+, {"vasprintf", FN{return do_asprintf(c.u32(0), format_guest(c.u32(1), varargs_at(get_u32(c.u32(2)))));
+}
+}
+, {"scanf", FN{return scan_file(stdin, c.u32(0), varargs_of(c, 1));
+}
+}
+, {"fscanf", FN{return scan_file(guest_file(c.u32(0)), c.u32(1), varargs_of(c, 2));
+}
+}
+, {"sscanf", FN{return scan_text(c.u32(0), c.u32(1), varargs_of(c, 2));
+}
+}
+, {"vsscanf", FN{return scan_text(c.u32(0), c.u32(1), varargs_at(get_u32(c.u32(2))));
+}
+}
+, {"__isoc99_scanf", FN{return scan_file(stdin, c.u32(0), varargs_of(c, 1));
+}
+}
+, {"__isoc99_fscanf", FN{return scan_file(guest_file(c.u32(0)), c.u32(1), varargs_of(c, 2));
+}
+}
+, {"__isoc99_sscanf", FN{return scan_text(c.u32(0), c.u32(1), varargs_of(c, 2));
+}
+}
+, {"__isoc99_vsscanf", FN{return scan_text(c.u32(0), c.u32(1), varargs_at(get_u32(c.u32(2))));
+}
+}
+, {"puts", FN{return print_to(stdout, guest_string(c.u32(0)) + "\n");
+}
+}
+, {"fputs", FN{return print_to(guest_file(c.u32(1)), guest_string(c.u32(0)));
+}
+}
+, {"putchar", FN{return sx(putchar(c.i32(0)));
+}
+}
+, {"fputc", FN{return sx(fputc(c.i32(0), guest_file(c.u32(1))));
+}
+}
+, {"putc", FN{return sx(fputc(c.i32(0), guest_file(c.u32(1))));
+}
+}
+, {"_IO_putc", FN{return sx(fputc(c.i32(0), guest_file(c.u32(1))));
+}
+}
+, {"getchar", FN{(void)c;
+return sx(getchar());
+}
+}
+, {"fgetc", FN{return sx(fgetc(guest_file(c.u32(0))));
+}
+}
+, {"getc", FN{return sx(fgetc(guest_file(c.u32(0))));
+}
+}
+, {"_IO_getc", FN{return sx(fgetc(guest_file(c.u32(0))));
+}
+}
+, {"ungetc", FN{return sx(ungetc(c.i32(0), guest_file(c.u32(1))));
+}
+}
+, {"fgets", do_fgets}, {"getline", do_getline},
+    {"fopen", FN{return enter_file(fopen(guest_string(c.u32(0)).c_str(), guest_string(c.u32(1)).c_str()));
+}
+}
+, {"fopen64", FN{return enter_file(fopen(guest_string(c.u32(0)).c_str(), guest_string(c.u32(1)).c_str()));
+}
+}
+, {"tmpfile", FN{(void)c;
+return enter_file(tmpfile());
+}
+}
+, {"fclose", FN{uint32_t h = c.u32(0);
+FILE *f = guest_file(h);
+files.erase(h);
+mem.heap_free(h);
+return sx(fclose(f));
+}
+}
+, {"fflush", FN{return sx(fflush(c.u32(0) ? guest_file(c.u32(0)) : nullptr));
+}
+}
+, {"fread", FN{uint64_t n = uint64_t(c.u32(1)) * c.u32(2);
+FILE *f = guest_file(c.u32(3));
+return n ? fread(guest_bytes(c.u32(0), n, true), c.u32(1), c.u32(2), f) : 0;
+}
+}
+, {"fwrite", FN{uint64_t n = uint64_t(c.u32(1)) * c.u32(2);
+FILE *f = guest_file(c.u32(3));
+return n ? fwrite(guest_bytes(c.u32(0), n, false), c.u32(1), c.u32(2), f) : 0;
+}
+}
+, {"fseek", FN{return sx(fseek(guest_file(c.u32(0)), c.i32(1), c.i32(2)));
+}
+}
+, {"fseeko", FN{return sx(fseek(guest_file(c.u32(0)), c.i32(1), c.i32(2)));
+}
+}
+, {"ftell", FN{return sx(int(ftell(guest_file(c.u32(0)))));
+}
+}
+, {"ftello", FN{return sx(int(ftell(guest_file(c.u32(0)))));
+}
+}
+, {"rewind", FN{rewind(guest_file(c.u32(0)));
+return 0;
+}
+}
+, {"feof", FN{return sx(feof(guest_file(c.u32(0))));
+}
+}
+, {"ferror", FN{return sx(ferror(guest_file(c.u32(0))));
+}
+}
+, {"clearerr", FN{clearerr(guest_file(c.u32(0)));
+return 0;
+}
+}
+, {"fileno", FN{return sx(fileno(guest_file(c.u32(0))));
+}
+}
+, {"isatty", FN{(void)c;
+return 0;
+}
+}
+, {"setvbuf", FN{(void)c;
+return 0;
+}
+}
+, {"setbuf", FN{(void)c;
+return 0;
+}
+}
+, {"remove", FN{return sx(remove(guest_string(c.u32(0)).c_str()));
+}
+}
+, {"unlink", FN{return sx(remove(guest_string(c.u32(0)).c_str()));
+}
+}
+, {"rename", FN{return sx(rename(guest_string(c.u32(0)).c_str(), guest_string(c.u32(1)).c_str()));
+}
+}
+, {"perror", FN{fprintf(stderr, "%s: %s\n", guest_string(c.u32(0)).c_str(),
+                        strerror(int(load_scalar_checked(SK_i32, guest_errno_address()))));
+return 0;
+}
+}
+, {nullptr, nullptr},
+}
+;

@@ -1,0 +1,45 @@
+// The C library of the program that runs: functions by name, on the guest's memory. Rows are grouped in files by the
+// header that declares them; library.cpp joins the tables.
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+#include "tools/exec/interp.h"
+#include "tools/exec/records.h"
+
+struct LIBRARY_ROW {
+    const char *name;
+    uint64_t (*fn)(CALL_CONTEXT &);
+};
+extern const LIBRARY_ROW library_stdio[], library_string[], library_stdlib[], library_math[],
+    library_misc[]; // end with a null name
+
+// --- guest memory, checked ---
+char *guest_bytes(uint32_t a, uint64_t n, bool write); // host address; faults outside an object
+std::string guest_string(uint32_t a);                  // through its NUL
+uint32_t guest_strlen(uint32_t a);
+void put_string(uint32_t a, const char *text, size_t n); // n bytes, checked
+void put_u32(uint32_t a, uint32_t v);
+void put_u64(uint32_t a, uint64_t v);
+uint32_t get_u32(uint32_t a);
+uint64_t get_u64(uint32_t a);
+void set_errno(int e);
+
+// Arguments of a variadic function: those of the call from the n-th on, or those behind a guest va_list.
+struct VARARGS {
+    CALL_CONTEXT *call = nullptr;
+    unsigned next = 0;
+    uint32_t at = 0; // va_list: guest address of the next argument
+    uint32_t u32();
+    uint64_t u64();
+    double f64();
+};
+VARARGS varargs_of(CALL_CONTEXT &c, unsigned from);
+VARARGS varargs_at(uint32_t va_list_value); // the pointer that a va_list holds
+
+std::string format_guest(uint32_t format, VARARGS args);
+FILE *guest_file(uint32_t handle);
+void store_scalar_checked(SK k, uint32_t a, uint64_t v); // the address was checked
+uint64_t load_scalar_checked(SK k, uint32_t a);
+uint32_t guest_errno_address();
