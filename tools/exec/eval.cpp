@@ -436,13 +436,14 @@ EVAL eval_compare(int op, SK k) {
     return by_kind(k, [=](auto t) -> EVAL {
         using T = decltype(t);
         switch (op) {
-#define ROW(OP)                                                                                              \
-    case OP: return compare<OP, T>;
-            ROW(EQ)
-            ROW(NEQ) ROW(LE) ROW(LT) ROW(GE) ROW(GT) ROW(ULE) ROW(ULT) ROW(UGE) ROW(UGT) ROW(FEQ) ROW(FNEQ)
-                ROW(FLE) ROW(FLT) ROW(FGE) ROW(FGT) ROW(FEQN) ROW(FNEQN) ROW(FLEN) ROW(FLTN) ROW(FGEN)
-                    ROW(FGTN) ROW(FORD) ROW(FUNO) #undef ROW
-                        default : return nullptr;
+            // clang-format off
+#define ROW(OP) case OP: return compare<OP, T>;
+            ROW(EQ) ROW(NEQ) ROW(LE) ROW(LT) ROW(GE) ROW(GT) ROW(ULE) ROW(ULT) ROW(UGE) ROW(UGT) ROW(FEQ) ROW(FNEQ)
+            ROW(FLE) ROW(FLT) ROW(FGE) ROW(FGT) ROW(FEQN) ROW(FNEQN) ROW(FLEN) ROW(FLTN) ROW(FGEN) ROW(FGTN) ROW(FORD)
+            ROW(FUNO)
+#undef ROW
+                // clang-format on
+                default : return nullptr;
         }
     });
 }
@@ -477,10 +478,11 @@ uint64_t apply_binary(int op, SK k, uint64_t a, uint64_t b) {
     return by_kind(k, [=](auto t) -> uint64_t {
         using T = decltype(t);
         switch (op) {
-#define ROW(OP)                                                                                              \
-    case OP: return apply<OP, T>(a, b);
-            ROW(PLUS)
-            ROW(MINUS) ROW(MULT) ROW(DIV) ROW(MOD) ROW(ANDB) ROW(ORB) ROW(XORB) ROW(SLL) ROW(SRL) #undef ROW
+            // clang-format off
+#define ROW(OP) case OP: return apply<OP, T>(a, b);
+            ROW(PLUS) ROW(MINUS) ROW(MULT) ROW(DIV) ROW(MOD) ROW(ANDB) ROW(ORB) ROW(XORB) ROW(SLL) ROW(SRL)
+#undef ROW
+                // clang-format on
                 default : return 0;
         }
     });
