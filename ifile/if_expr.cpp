@@ -308,6 +308,7 @@ void IF_EXPR_WRITER::if_write_expr_icon(BASE_NODE *n) {
 
 void IF_EXPR_WRITER::if_write_expr_field(BASE_NODE *n) {
     const fkMDATA *member = n->field_mval();
+    QL_ASSERT(n->field_csu() && n->field_csu()->is_csu());
     f.i_write_i8(n->field_kind());
     f.i_write_uint(member ? member->index : 0);
     f.i_write_typeref(n->field_csu());

@@ -2,7 +2,6 @@
 #include "ifile/if_file.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <memory>
 
@@ -32,11 +31,11 @@ bool I_FILE::load_image() {
     long from = ftell(file_), size = 0;
     if (from >= 0 && !fseek(file_, 0, SEEK_END)) {
         size = std::max(ftell(file_) - from, 0L);
-        if (fseek(file_, from, SEEK_SET)) return false;
+        if (fseek(file_, from, SEEK_SET) || size_t(size) > LARGEST_FILE) return false;
     }
     clearerr(file_);
     // One byte for the NUL, one that shows that the end was reached.
-    image_.resize(std::min(size_t(size), size_t{LARGEST_FILE}) + 2);
+    image_.resize(size_t(size) + 2);
     size_t used = 0;
     while (size_t got = fread(image_.data() + used, 1, image_.size() - 1 - used, file_)) {
         used += got;

@@ -33,6 +33,7 @@
 #include <deque>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "ifile/if_faces.h"
@@ -362,6 +363,7 @@ class I_FILE {
     uint32_t read_long_uint();
     int32_t read_long_sint();
     [[noreturn]] void bad_file_v(uint32_t offset, const char *format, va_list args) const;
+    void finish_record(char *end);
     void hand_over(); // pending bytes to the stream
     [[noreturn]] static void write_fault(const char *format, ...) __attribute__((format(printf, 1, 2)));
     // if_sym.cpp
@@ -408,7 +410,7 @@ class I_FILE {
     bool types_in_stream_ = false;                        // a type record of the main stream came last
     bool function_has_eht_ = false;                       // of the current function
     uint32_t next_vector_ = 0;                            // the same: vector ids count up
-    std::unordered_map<uint32_t, uint32_t> loops_;        // the same: loop number -> parent
+    std::unordered_set<uint32_t> loops_;                  // the same: loop numbers
     std::unordered_map<uint32_t, uint32_t> bodies_;       // function's index -> offset of its I_BF
     std::unordered_map<uint32_t, uint32_t> initialisers_; // symbol's index -> offset of its initialiser
     int root_op_ = 0;                                     // file opcode of the tree read last

@@ -135,7 +135,7 @@ void I_FILE::enter_function(PHASE phase) {
     block_locals_ended_.clear();
     function_has_eht_ = false;
     next_vector_ = 0;
-    loops_.clear();
+    if (!loops_.empty()) loops_ = {}; // clearing would walk the buckets of the largest function so far
 }
 
 void I_FILE::leave_function() {
@@ -245,7 +245,7 @@ void I_FILE::if_read_loop() {
     i_end_record();
     if (parent != number && !loops_.count(parent))
         bad_file("loop %u lies in loop %u, which is not there", number, parent);
-    if (!loops_.try_emplace(number, parent).second) bad_file("loop %u twice", number);
+    if (!loops_.insert(number).second) bad_file("loop %u twice", number);
     client_->cl_loop_def(number, parent, min, max, factor, flags);
 }
 

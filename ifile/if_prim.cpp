@@ -205,15 +205,20 @@ void I_FILE::hand_over() {
     pending_.clear();
 }
 
+// The pending bytes have grown up to `end`.
+void I_FILE::finish_record(char *end) {
+    written_ += size_t(end - pending_.pos);
+    pending_.pos = end;
+    if (written_ > UINT32_MAX) write_failed_ = true; // offsets have 32 bits
+    if (pending_.size() >= HAND_OVER) hand_over();
+}
+
 void I_FILE::i_write_raw(const void *bytes, unsigned n) {
     QL_ASSERT(writable_);
     if (!n) return;
     pending_.need(n);
     memcpy(pending_.pos, bytes, n);
-    pending_.pos += n;
-    written_ += n;
-    if (written_ > UINT32_MAX) write_failed_ = true; // offsets have 32 bits
-    if (pending_.size() >= HAND_OVER) hand_over();
+    finish_record(pending_.pos + n);
 }
 
 void I_FILE::i_write_eof() {
@@ -222,17 +227,19 @@ void I_FILE::i_write_eof() {
 }
 
 void I_FILE::i_flush(int tag) {
+    QL_ASSERT(writable_);
     size_t length = buffer_.size();
     if (length > UINT32_MAX) {
         write_failed_ = true;
         length = 0;
     }
-    // The length's bytes are built behind the payload.
-    i_write_uint(uint32_t(length));
-    size_t bytes = buffer_.size() - length;
-    char head[1 + MAX_LEB_BYTES] = {char(tag)};
-    memcpy(head + 1, buffer_.start + length, bytes);
-    i_write_raw(head, unsigned(1 + bytes));
-    i_write_raw(buffer_.start, unsigned(length));
+    pending_.need(1 + MAX_LEB_BYTES + length);
+    char *p = pending_.pos;
+    *p++ = char(tag);
+    uint32_t rest = uint32_t(length);
+    for (; rest >= 0x80; rest >>= 7) *p++ = char(rest | 0x80);
+    *p++ = char(rest);
+    if (length) memcpy(p, buffer_.start, length);
+    finish_record(p + length);
     buffer_.clear();
 }

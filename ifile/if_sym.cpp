@@ -2,7 +2,6 @@
 #include "ifile/if_file.h"
 
 #include <algorithm>
-#include <cstring>
 #include <memory>
 
 #include "support/fatal.h"

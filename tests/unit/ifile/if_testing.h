@@ -130,7 +130,7 @@ inline std::string show(BASE_NODE *tree) { // recurses: not for deep trees
 }
 
 // Logs one line for each callback, and keeps what is needed to write the same file again.
-struct T_CLIENT final : IF_CLIENT {
+struct T_CLIENT : IF_CLIENT {
     using STEP = std::function<void(I_FILE &)>;
     std::string log;
     bool quiet = false; // trees are not logged
