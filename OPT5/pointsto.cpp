@@ -2,3 +2,5 @@
 
 // No pass keeps such vectors yet.
 void clear_PT_vectors() {}
+
+void propagate_PT_info() {}

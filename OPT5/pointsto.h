@@ -6,3 +6,6 @@
 
 // Drops the vectors of the current function, if there are any.
 void clear_PT_vectors();
+
+// Propagates points-to facts through the current function. Not active yet: leaves the function as it is.
+void propagate_PT_info();
