@@ -178,6 +178,7 @@ void TYPE::dump(FILE *out) const {
         std::string before, after;
         m->type->print_parts(before, after);
         fprintf(out, "    %2u off:%3llu ", m->index, static_cast<unsigned long long>(m->offset));
+        if (m->fti) fprintf(out, "fti:%x ", m->fti);
         if (m->bitfld) fprintf(out, "bitfld(%2d) ", int(m->bitsize));
         fprintf(out, "%s%s%s\n", before.c_str(), m->name, after.c_str());
     }

@@ -283,3 +283,17 @@ TEST_F(types_asked, texts) {
     for (const ROW &row : rows) EXPECT_EQ(row.t->printstr(), row.text);
     EXPECT_EQ(qualifier_words(255), "const volatile packed near far ioport restrict onchip ");
 }
+
+TEST_F(types_asked, dumps_name_members_with_their_places) {
+    TYPE *r = p.mk_struct("r", 64, 32, false);
+    r->add_mdata("next", p.mk_ptr(r), 0)->fti = 10;
+    r->add_bitfield("bits", i, 35, 4);
+    p.type_frozen(r);
+    char text[400] = "";
+    FILE *out = fmemopen(text, sizeof text, "w");
+    r->dump(out);
+    fclose(out);
+    EXPECT_NE(strstr(text, "struct r  size 64 align 32"), nullptr) << text;
+    EXPECT_NE(strstr(text, " 1 off:  0 fti:a struct r *next\n"), nullptr) << text;
+    EXPECT_NE(strstr(text, " 2 off: 35 bitfld( 4) int bits\n"), nullptr) << text;
+}
