@@ -776,7 +776,6 @@ LIST *promote_toplevel_COMMAOPs_in_list(LIST *list) {
         first->tree = comma->left;
         first->next = stmt;
         *slot = comma->right;
-        comma->left = comma->right = nullptr;
         erase_node(comma);
         *link = first;
     }

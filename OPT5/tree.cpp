@@ -8,6 +8,7 @@
 #include <unordered_set>
 
 #include "OPT5/cfg.h"
+#include "OPT5/flags.h"
 #include "OPT5/fold.h"
 #include "OPT5/funinfo.h"
 #include "OPT5/ptenv.h"
@@ -25,8 +26,6 @@
 #define ASAN_POISON_MEMORY_REGION(address, size) ((void)(address), (void)(size))
 #define ASAN_UNPOISON_MEMORY_REGION(address, size) ((void)(address), (void)(size))
 #endif
-
-extern bool chars_alias_other_types; // of flags
 
 // ---------------------------------------------------------------------------------------------------------
 // memory
