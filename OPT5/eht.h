@@ -16,8 +16,6 @@
 // entries that the calls of `statements` (a function's list, any order) and of cleanup trees name. Gives what is
 // wrong with it, "" when nothing is.
 std::string enter_eht(const EHT_ENTRY *entries, unsigned n, LIST *statements);
-// The first call of the list with an entry id above the table; 0 if there is none.
-unsigned call_outside_eht(LIST *statements, unsigned eht_size);
 // Whether a cleanup tree of the current function names the symbol.
 bool sym_appears_in_EHT(SYMTAB *symbol);
 // Drops the entries of the current function that no call needs, and renumbers the rest from 1 without gaps.
@@ -25,6 +23,7 @@ void prune_eht();
 // Each label of a catch entry that equals the value of a case takes the number of the case's label, with `negate`
 // its negative. `cases` is a COMMA chain of CASE and DEFAULT.
 void update_eht_labels(NODE *cases, bool negate);
+void update_eht_labels(const std::vector<NODE *> &chains, bool negate); // of several switches at once
 // Writes the table, if there is one. Labels still in the input's numbers are an internal fault.
 void write_eht();
 // To the debug stream.

@@ -15,7 +15,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "OPT5/fwd.h"
 
@@ -26,12 +25,15 @@ enum TREE_USE {
     TREE_INITIALISER, // an element of a static initialiser
 };
 
-// What is wrong with a tree in file form, as text without newline; empty when nothing is. With `labels`, the
-// numbers of all labels that it refers to are appended.
-std::string check_statement_tree(const NODE *tree, TREE_USE use, std::vector<int> *labels = nullptr);
+// What is wrong with a tree in file form, as text without newline; empty when nothing is. `calls_name_eht`, if
+// given, is set when some call names an entry of the exception table.
+std::string check_statement_tree(const NODE *tree, TREE_USE use, bool *calls_name_eht = nullptr);
 
 // The internal form of a checked statement of the current function; the root may change. The nodes are reused.
 NODE *expr_cleanup(NODE *tree);
+
+// The integer type that stands for an enum type, as qualified as that.
+TYPE *integer_for_enum(TYPE *type);
 
 // A copy of an initialiser element in internal form, as far as initialisers need it: PMCONV becomes MULT.
 NODE *copy_initialiser_value(const NODE *tree);
