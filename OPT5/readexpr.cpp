@@ -104,7 +104,6 @@ enum TYPE_RULE : uint8_t {
     T_ARRAY,
     T_COMPLEX,
     T_VALUE, // neither void nor a function
-    T_FUNC,
 };
 
 struct WANT_ROW {

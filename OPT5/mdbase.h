@@ -1,0 +1,12 @@
+// The rule base: what the machine description declares.
+//
+// No description is compiled in yet, so nothing is declared.
+#pragma once
+
+// What a declaration says about a built-in that has no descriptor of its own.
+struct BUILTIN_DECLARATION {
+    bool is_barrier = false; // orders memory accesses
+};
+
+// The declaration of a built-in by its name, or null.
+const BUILTIN_DECLARATION *find_builtin_declaration(const char *name);
