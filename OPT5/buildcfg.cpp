@@ -205,10 +205,19 @@ void add_edges_of_transfer(BBLK *bb) {
     bb->succs = list_branch_targets(t, nullptr);
 }
 
+// Of the two targets of an IF, that of a true test becomes the last, and so comes next in the order. A branch in a
+// file falls through when its test is true: the order that is written is the order that is read back.
+void put_true_target_last(BBLK *bb) {
+    LIST *last = last_statement(bb);
+    if (!last || last->tree->op != IF || bb->succs->next->next) return;
+    if (bb->succs->block == last->tree->right->left->label->block) bb->succs = rev_edge_list(bb->succs);
+}
+
 // A depth-first walk treats a block's successors from the first to the last, and what it sees last comes first in
 // the order. So exits go last: they are then next to the block that leaves.
 void reorder_succs(BBLK *bb) {
     if (!bb->succs || !bb->succs->next) return;
+    put_true_target_last(bb);
     EDGE *one = nullptr, **one_end = &one, *more = nullptr, **more_end = &more, *none = nullptr;
     for (EDGE *e = bb->succs, *next; e; e = next) {
         next = e->next;

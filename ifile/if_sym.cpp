@@ -170,10 +170,11 @@ void I_FILE::if_read_symbol_def() {
 }
 
 void I_FILE::if_write_symbol(I_SYMTAB *symbol) {
-    int pragmas = 0;
-    for (const PRAGMA *p = symbol->sym_pragma(); p; p = p->next) pragmas++;
-    if (pragmas > LARGEST_PRAGMA_COUNT)
-        write_fault(">> Symbol %s has %d pragmas, more than %d\n", symbol->sym_name(), pragmas,
+    // The chain has the newest first, the file the oldest: a reader, who puts each in front, ends with the same chain.
+    std::vector<const PRAGMA *> pragmas;
+    for (const PRAGMA *p = symbol->sym_pragma(); p; p = p->next) pragmas.push_back(p);
+    if (pragmas.size() > size_t(LARGEST_PRAGMA_COUNT))
+        write_fault(">> Symbol %s has %zu pragmas, more than %d\n", symbol->sym_name(), pragmas.size(),
                     LARGEST_PRAGMA_COUNT);
     i_write_string(symbol->sym_name(), 0);
     i_write_uint(symbol->sym_size());
@@ -183,13 +184,13 @@ void I_FILE::if_write_symbol(I_SYMTAB *symbol) {
     i_write_typeref(symbol->sym_type());
     i_write_typeref(symbol->sym_cpp_type());
     i_write_uint(symbol->sym_align());
-    i_write_i8(pragmas);
+    i_write_i8(int(pragmas.size()));
     i_write_uint(symbol->sym_location());
     i_write_uint(symbol->sym_option_set());
     i_write_psn(symbol->sym_psn());
     i_write_i8(symbol->policy);
     i_flush(IF_SYMBOL);
-    for (const PRAGMA *p = symbol->sym_pragma(); p; p = p->next) if_write_pragma(p);
+    for (size_t i = pragmas.size(); i--;) if_write_pragma(pragmas[i]);
 }
 
 void I_FILE::if_write_all_globals() {

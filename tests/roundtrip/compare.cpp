@@ -2,12 +2,14 @@
 // come back has come back.
 //
 //   compare [--loose] INPUT OUTPUT
+//   compare --dump FILE
 //
 // Each file is reduced to lines of text: globals, initialisers, and for each function its symbols and its steps.
 // Differences that reading and writing make on purpose are taken out on the way (numbers of labels, inner blocks,
 // wide and narrow constants, conversions of arguments, enum types in trees, marks of dependences and profiles, names
 // of unknown built-ins). The bodies are compared by walking both from their entry at once, along every branch: what
 // is executed must be the same, however the blocks are laid out. --loose asks only for the same calls of probe().
+// --dump prints what a file was reduced to.
 //
 // Exit status 0: nothing is missing; 1: the first difference is printed.
 #include <algorithm>
@@ -43,6 +45,7 @@ struct FUNCTION_LOG {
 struct FILE_LOG {
     std::vector<std::string> lines; // producer, options, globals, initialisers, records outside functions
     std::map<std::string, FUNCTION_LOG> functions;
+    std::set<std::string> builtins; // called by MCALL and UMCALL
 };
 
 // --- text of types, positions, symbols ---
@@ -202,7 +205,7 @@ void condition(const MNODE *n, STEP &step) {
 
 int label_number(const MNODE *n) { return int(skip_marks(n)->value); }
 
-void count_probes(const MNODE *tree, FUNCTION_LOG &log) {
+void note_calls(const MNODE *tree, FUNCTION_LOG &log, std::set<std::string> &builtins) {
     std::vector<const MNODE *> todo{tree};
     while (!todo.empty()) {
         const MNODE *n = todo.back();
@@ -210,6 +213,7 @@ void count_probes(const MNODE *tree, FUNCTION_LOG &log) {
         bool direct = n->op == CALL && n->left->op == UAND && n->left->left->op == NAME;
         if (direct && n->left->left->sym->name == "_probe" && skip_marks(n->right)->op == ICON)
             log.probes[int(skip_marks(n->right)->value)]++;
+        if (n->op == MCALL || n->op == UMCALL) builtins.insert(n->text);
         if (n->left) todo.push_back(n->left);
         if (n->right) todo.push_back(n->right);
     }
@@ -255,7 +259,7 @@ std::string eht_text(const EHT_ENTRY &e) {
     return s;
 }
 
-FUNCTION_LOG log_function(const MFUNC &f) {
+FUNCTION_LOG log_function(const MFUNC &f, std::set<std::string> &builtins) {
     FUNCTION_LOG log;
     int level = 1;
     auto plain = [&](const std::string &text) { log.steps.emplace_back().text = text; };
@@ -278,7 +282,7 @@ FUNCTION_LOG log_function(const MFUNC &f) {
             STEP s = step_of(r.tree);
             if (s.kind != STEP_BRANCH) s.text += position(r.psn);
             log.steps.push_back(s);
-            count_probes(r.tree, log);
+            note_calls(r.tree, log, builtins);
             break;
         }
         case IF_LABEL: {
@@ -322,7 +326,7 @@ FILE_LOG log_file(const char *path) {
     log.lines.insert(log.lines.end(), inits.begin(), inits.end());
     for (const MITEM &item : m->items) {
         const MRECORD &r = item.record;
-        if (item.func) log.functions[item.func->symbol->name] = log_function(*item.func);
+        if (item.func) log.functions[item.func->symbol->name] = log_function(*item.func, log.builtins);
         else if (r.tag == IF_ASSEMBLY) log.lines.push_back("asm " + r.text + position(r.psn));
         else if (r.tag == IF_COMMENT && r.text[0] != ';') log.lines.push_back("comment " + r.text);
         else if (r.tag == IF_PRAGMA) log.lines.push_back("pragma " + pragma_text(r.pragma));
@@ -409,15 +413,43 @@ void compare_functions(const std::string &name, const FUNCTION_LOG &a, const FUN
     same_execution(name, a, b);
 }
 
+void dump(const FILE_LOG &log) {
+    for (const std::string &line : log.lines) printf("%s\n", line.c_str());
+    for (auto &[name, f] : log.functions) {
+        printf("\n%s: %s\n", name.c_str(), f.header.c_str());
+        for (const std::string &p : f.parameters) printf("  parameter %s\n", p.c_str());
+        for (auto &[local, text] : f.locals) printf("  local %s\n", text.c_str());
+        for (const std::string &e : f.eht) printf("  exception %s\n", e.c_str());
+        std::map<size_t, int> labels;
+        for (auto &[number, at] : f.label_at) labels[at] = number;
+        static const char *const kinds[] = {"", "label", "branch", "unless", "switch", "return"};
+        for (size_t i = 0; i < f.steps.size(); i++) {
+            const STEP &s = f.steps[i];
+            printf("  %zu: %s %s%s -> %d\n", i, kinds[s.kind], s.negated ? "not " : "", s.text.c_str(),
+                   s.kind == STEP_LABEL ? labels[i] : s.label);
+        }
+    }
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
+    if (argc == 3 && !strcmp(argv[1], "--dump")) {
+        dump(log_file(argv[2]));
+        return 0;
+    }
     bool loose = argc > 1 && !strcmp(argv[1], "--loose");
     if (argc != 3 + loose) {
-        fprintf(stderr, "usage: compare [--loose] INPUT OUTPUT\n");
+        fprintf(stderr, "usage: compare [--loose] INPUT OUTPUT\n       compare --dump FILE\n");
         return 2;
     }
     FILE_LOG a = log_file(argv[1 + loose]), b = log_file(argv[2 + loose]);
+    // Built-ins that nobody knows have become functions.
+    std::erase_if(b.lines, [&](const std::string &line) {
+        for (const std::string &name : a.builtins)
+            if (line.starts_with("global _" + name + " ")) return true;
+        return false;
+    });
     same_list("file", a.lines, b.lines);
     for (auto &[name, f] : a.functions) {
         auto found = b.functions.find(name);

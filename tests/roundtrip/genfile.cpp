@@ -176,7 +176,7 @@ struct FUNCTION {
     MFUNC *f;
     MSYM *symbol;
     TYPE *returns;
-    std::vector<std::vector<MSYM *>> locals; // by open block; scalars that can be written
+    std::deque<std::vector<MSYM *>> locals; // by open block; scalars that can be written
     MSYM *rec_local = nullptr, *rec_other = nullptr, *array_local = nullptr, *array_other = nullptr;
     MSYM *vec = nullptr, *vec2 = nullptr, *cx = nullptr, *ptr = nullptr, *rptr = nullptr, *fptr = nullptr;
     int next_label = 1, budget, eh = 0;
@@ -294,19 +294,21 @@ struct FUNCTION {
         return chain;
     }
     MNODE *probe() { return call(pr.probe, m.icon(++pr.next_probe, pr.sint)); }
+    // Of something that no one knows at compile time: tests of constants would not survive.
     MNODE *comparison(int depth) {
         static const int ints[] = {EQ, NEQ, LE, LT, GE, GT}, unsigneds[] = {EQ, NEQ, ULE, ULT, UGE, UGT};
         static const int floats[] = {FEQ, FLE, FLT, FGE, FGT, FNEQN, FORD, FUNO, EQ, LE, NEQ};
         switch (pr.pick(4)) {
         case 0: {
             TYPE *t = pr.chance(50) ? pr.flt : pr.dbl;
-            return m.node(floats[pr.pick(11)], pr.sint, floating(t, depth - 1), floating(t, depth - 1));
+            return m.node(floats[pr.pick(11)], pr.sint, convert(name(pr.scalars[10]), t),
+                          floating(t, depth - 1));
         }
-        case 1: return m.node(pr.chance(50) ? EQ : NEQ, pr.sint, pointer(depth - 1), pointer(depth - 1));
+        case 1: return m.node(pr.chance(50) ? EQ : NEQ, pr.sint, name(ptr), pointer(depth - 1));
         default: {
             TYPE *t = any_int();
-            return m.node((t->is_signed() ? ints : unsigneds)[pr.pick(6)], pr.sint, integer(t, depth - 1),
-                          integer(t, depth - 1));
+            return m.node((t->is_signed() ? ints : unsigneds)[pr.pick(6)], pr.sint,
+                          value_of(lvalue(depth - 1), t), integer(t, depth - 1));
         }
         }
     }
@@ -382,7 +384,8 @@ struct FUNCTION {
     void loop(int depth);
     void switch_on(int depth);
     void block(int depth);
-    void begin(int parameters);
+    void leave();
+    void begin();
     void end();
 };
 
@@ -440,7 +443,10 @@ void FUNCTION::simple() {
         MNODE *z = m.node(COMPLEX, pr.cplx, floating(pr.flt, 1), floating(pr.flt, 1));
         return statement(assign(name(cx), z));
     }
-    case 18: return statement(m.node(NASSERT, pr.sint, comparison(1)));
+    case 18: {
+        MNODE *known = m.node(NEQ, pr.sint, name(pr.one_of(locals[0])), constant(pr.sint));
+        return statement(m.node(NASSERT, pr.sint, known));
+    }
     case 19: return statement(m.node(VPACKM, pr.int4v, integer(pr.sint, 1)));
     case 20: {
         MNODE *to = m.node(PCONV, pr.m.package->void_ptr_type(), pointer(0));
@@ -481,7 +487,6 @@ void FUNCTION::loop(int depth) {
     if (!at_end) statement(m.node(CBRANCH, pr.voidt, condition(2), ref(exit)));
     if (!pr.opt.plain && pr.chance(20)) pragma(PRAG_UNROLL, {"2"});
     body(depth + 1);
-    if (!reachable) label(next_label++);
     statement(probe());
     if (at_end) statement(m.node(CBRANCH, pr.voidt, condition(2), ref(exit)));
     branch(top);
@@ -499,7 +504,7 @@ void FUNCTION::switch_on(int depth) {
         chain = chain ? m.node(COMMA, pr.voidt, chain, c) : c;
     }
     if (has_default) chain = m.node(COMMA, pr.voidt, chain, m.node(DEFAULT, pr.voidt, ref(other)));
-    MNODE *sw = m.node(SWITCH, pr.voidt, integer(pr.sint, 2), chain);
+    MNODE *sw = m.node(SWITCH, pr.voidt, value_of(lvalue(2), pr.sint), chain);
     sw->value = n;
     statement(sw);
     if (!has_default) branch(end);
@@ -528,15 +533,25 @@ void FUNCTION::block(int depth) {
     statement(assign(name(scope[0]), m.icon(0, pr.sint)));
     statement(assign(name(fixed), integer(pr.sint, 1)));
     body(depth + 1);
-    if (!reachable) label(next_label++);
     statement(assign(name(scope[0]), name(fixed)));
     control(I_EB);
     locals.pop_back();
 }
 
+// A goto to the end of the function, guarded, so that what follows stays reachable.
+void FUNCTION::leave() {
+    int far = next_label++, next = next_label++;
+    waiting.push_back(far);
+    statement(m.node(CBRANCH, pr.voidt, condition(1), ref(next)));
+    statement(probe());
+    branch(far);
+    label(next);
+    statement(probe());
+}
+
 void FUNCTION::body(int depth) {
     int steps = 1 + int(pr.pick(4));
-    for (int i = 0; i < steps && reachable && budget > 0; i++) {
+    for (int i = 0; i < steps && budget > 0; i++) {
         unsigned kind = depth < 4 ? pr.pick(12) : 11;
         switch (kind) {
         case 0:
@@ -545,18 +560,14 @@ void FUNCTION::body(int depth) {
         case 3: switch_on(depth); break;
         case 4: block(depth); break;
         case 5:
-            if (depth > 0 && pr.chance(30)) {
-                waiting.push_back(next_label);
-                branch(next_label++);
-                return;
-            }
+            if (depth > 0 && pr.chance(30)) leave();
             break;
         default: simple();
         }
     }
 }
 
-void FUNCTION::begin(int parameters) {
+void FUNCTION::begin() {
     MRECORD &r = record(I_BF);
     r.sym = symbol, r.psn = m.psn("main.c", 1 + pr.pick(5000), 1);
     std::vector<MSYM *> params;
@@ -565,7 +576,6 @@ void FUNCTION::begin(int parameters) {
         static const int classes[] = {9, 17, 9};
         params.push_back(declare("p" + std::to_string(n), p->type, classes[n % 3]));
     }
-    (void)parameters;
     control(I_EA);
     std::vector<MSYM *> &scope = locals.emplace_back();
     MNODE *prolog = nullptr;
@@ -592,37 +602,28 @@ void FUNCTION::begin(int parameters) {
 void FUNCTION::end() {
     for (int l : waiting) label(l);
     MNODE *self = name(symbol);
-    if (!reachable) label(next_label++);
     if (returns->is_void()) statement(m.node(URETURN, pr.voidt, self));
     else statement(m.node(RETURN, returns, self, value(returns, 2)));
     control(I_EF);
 }
 
 void make_function(PROGRAM &pr, int number) {
-    TYPE_PKG *p = pr.m.package;
-    TYPE *types[] = {p->mk_func(pr.sint, {pr.sint, pr.int_p}), p->mk_func(pr.voidt, std::vector<TYPE *>()),
-                     p->mk_func(pr.llong, {pr.llong, pr.schar, pr.rec}),
-                     p->mk_func(pr.dbl, {pr.dbl, pr.color})};
     MSYM *s = pr.defined[size_t(number)];
     FUNCTION f(pr, s, pr.opt.statements);
-    f.begin(0);
+    f.begin();
     if (number % 7 == 3) { // a first BRANCH to what follows
         f.branch(f.next_label);
         f.label(f.next_label++);
     }
-    while (f.budget > 0) {
-        if (!f.reachable) f.label(f.next_label++);
-        f.body(0);
-    }
+    while (f.budget > 0) { f.body(0); }
     f.end();
-    (void)types;
 }
 
 // Expressions that lean to one side, and blocks in blocks.
 void make_deep_function(PROGRAM &pr, MSYM *s, int levels) {
     FUNCTION f(pr, s, 1);
     MODEL &m = pr.m;
-    f.begin(0);
+    f.begin();
     MNODE *left = m.icon(1, pr.sint), *right = m.icon(2, pr.sint);
     for (int i = 0; i < levels; i++) {
         left = m.node(PLUS, pr.sint, left, m.icon(i, pr.sint));
