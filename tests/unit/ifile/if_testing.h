@@ -19,7 +19,7 @@ struct T_SYM final : I_SYMTAB {
     int sclass = 2, cqual = 0, level = 0;
     TYPE *type = nullptr, *cpp_type = nullptr;
     const PSN *psn = nullptr;
-    PRAGMA *pragmas = nullptr; // in file order
+    PRAGMA *pragmas = nullptr; // newest first
 
     const char *sym_name() const override { return name.c_str(); }
     uint32_t sym_size() const override { return size; }
@@ -174,10 +174,9 @@ struct T_CLIENT : IF_CLIENT {
         return &s;
     }
     void add_pragma(T_SYM *s, int number, std::vector<std::string> args) {
-        PRAGMA **end = &s->pragmas;
-        while (*end) end = &(*end)->next;
-        *end = &pragmas.emplace_back();
-        (*end)->number = uint8_t(number), (*end)->args = std::move(args);
+        PRAGMA &p = pragmas.emplace_back();
+        p.number = uint8_t(number), p.args = std::move(args), p.next = s->pragmas;
+        s->pragmas = &p;
     }
     // Writes what was read, but for closing.
     void replay(I_FILE &to) {
@@ -233,7 +232,9 @@ struct T_CLIENT : IF_CLIENT {
                format(" size %u value %u class %d cqual %x type ", s->size, s->value, s->sclass, s->cqual) +
                show(s->type) + " cpp " + show(s->cpp_type) +
                format(" align %u option set %u policy %d", s->align, s->option_set, s->policy) + show(s->psn);
-        for (PRAGMA *p = s->pragmas; p; p = p->next) log += " pragma " + show(*p);
+        std::string attributes; // in file order
+        for (PRAGMA *p = s->pragmas; p; p = p->next) attributes = " pragma " + show(*p) + attributes;
+        log += attributes;
         log += "\n";
         if (!in_function) return globals.push_back([s](I_FILE &f) { f.if_enter_global(s); });
         stream.push_back([s](I_FILE &f) {
