@@ -66,9 +66,10 @@ int sign_bit(CALL_CONTEXT &c) {
 
 // A complex argument lies in guest memory as two parts; the result goes back through the caller's frame.
 std::complex<double> get_complex(CALL_CONTEXT &c, unsigned i) {
-    uint32_t a = c.u32(i);
-    if (c.args[i].type->size == 64) return {as_f32(get_u32(a)), as_f32(get_u32(a + 4))};
-    return {as_f64(get_u64(a)), as_f64(get_u64(a + 8))};
+    uint32_t a = c.u32(i); // the caller's copy, outside every object
+    if (c.args[i].type->size == 64)
+        return {as_f32(load_scalar_checked(SK_u32, a)), as_f32(load_scalar_checked(SK_u32, a + 4))};
+    return {as_f64(load_scalar_checked(SK_u64, a)), as_f64(load_scalar_checked(SK_u64, a + 8))};
 }
 uint64_t put_complex(CALL_CONTEXT &c, std::complex<double> z) {
     WIDE w;

@@ -148,8 +148,10 @@ struct MODEL_CLIENT final : IF_CLIENT {
         return &s;
     }
     void cl_pragma(I_SYMTAB *symbol, PRAGMA *pragma) override {
-        if (symbol) m.add_pragma(static_cast<MSYM *>(symbol), pragma);
-        else record(IF_PRAGMA).pragma = pragma;
+        std::unique_ptr<PRAGMA> owner(pragma);
+        PRAGMA *kept = m.pragma(pragma->number, pragma->args);
+        if (symbol) m.add_pragma(static_cast<MSYM *>(symbol), kept);
+        else record(IF_PRAGMA).pragma = kept;
     }
     void cl_symbol_init(I_SYMTAB *symbol, std::vector<BASE_NODE *> &trees) override {
         MRECORD &r = m.inits.emplace_back();

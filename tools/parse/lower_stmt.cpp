@@ -129,8 +129,11 @@ void LOWER::effect(const Expr *e) {
     }
     MNODE *t = is_record(e->getType()) ? record_value(e) : rvalue(e);
     // A record value in an address form: what is left are the effects of computing the address.
-    if (t && t->op == UMULT && t->left && t->left->op == COMMAOP && !t->type->is_volatile())
-        t = t->left->left;
+    if (t && t->op == UMULT && t->left && t->left->op == COMMAOP && !t->type->is_volatile()) {
+        MNODE *effects = nullptr, *at = t->left;
+        for (; at->op == COMMAOP; at = at->right) effects = effects ? comma_op(effects, at->left) : at->left;
+        if (is_simple(at)) t = effects;
+    }
     if (t && (t->op == ICON || (t->op == NAME && !t->type->is_volatile()))) return; // nothing happens
     emit(t);
 }
