@@ -146,7 +146,7 @@ TEST(if_roundtrip, all_records_come_back) {
         "cqual e001 type ",
         "symbol g#1@0 size 32 value 5 class 3 cqual 0 type int cpp - align 32 option set 1 policy 2 at "
         "b.h:300:4 "
-        "pragma 2 '' 'text' pragma 1 '8'\n",
+        "pragma 1 '8' pragma 2 '' 'text'\n",
         "preprocess_statics\nsource main.c\nasm  nop\npragma 35 'id'\nmbank 1 2 3 4 4294967295\nbegin_func "
         "f#0@0 at "
         "a.c:1:2\nloop 1 in 1: 1..1 by 1 flags fe\nloop 2 in 1: 3..4294967295 by 1 flags 2\nvector 0 flags 3 "
