@@ -21,8 +21,15 @@ namespace {
 const register_option list_switch("debug:list_passes");
 const register_option skip_switch("debug:skip_pass");
 
+const register_option times_switch("debug:pass_times");
+
 // What passes that ran inside the running one have taken so far.
 double nested_seconds;
+
+// Asking for the time costs more than a small function's pass, so it is done for those who want to know.
+bool passes_are_timed() { return print_debug || times_switch; }
+
+double now() { return static_cast<double>(clock()) / CLOCKS_PER_SEC; }
 
 void dump_flow_graph() {
     if (print_debug && currfuninfo && currfuninfo->bb_list) prbbinfix();
@@ -53,11 +60,11 @@ void pass::run() {
     dprintf("\n\n\t\t\t---------- ENTERING step %u '%s' ----------\n", serial_number, name.c_str());
     dump_flow_graph();
 
-    double outer_nested = nested_seconds;
+    bool timed = passes_are_timed();
+    double outer_nested = nested_seconds, start = timed ? now() : 0;
     nested_seconds = 0;
-    clock_t start = clock();
     if (action_ && pass_gate_holds(gate_)) action_();
-    double elapsed = static_cast<double>(clock() - start) / CLOCKS_PER_SEC;
+    double elapsed = timed ? now() - start : 0;
     seconds += elapsed - nested_seconds;
     nested_seconds = outer_nested + elapsed;
     ++runs;
@@ -145,7 +152,7 @@ void list_passes(FILE *stream) {
 }
 
 void report_pass_times() {
-    if (!print_debug) return;
+    if (!passes_are_timed()) return;
     std::vector<const pass *> ran;
     double total = 0;
     for (const pass *each : global_pass_manager) {
@@ -155,9 +162,10 @@ void report_pass_times() {
     }
     std::stable_sort(ran.begin(), ran.end(),
                      [](const pass *a, const pass *b) { return a->seconds > b->seconds; });
-    dprintf("\n\n== PASS TIMES (%.3f sec, exclusive) ==\n", total);
+    FILE *stream = times_switch || !fdebug ? stderr : fdebug;
+    fprintf(stream, "\n\n== PASS TIMES (%.3f sec, exclusive) ==\n", total);
     for (const pass *each : ran)
-        dprintf("%9.3f sec %5.1f%% %6u runs  %2u: %s\n", each->seconds,
+        fprintf(stream, "%9.3f sec %5.1f%% %6u runs  %2u: %s\n", each->seconds,
                 total > 0 ? 100 * each->seconds / total : 0.0, each->runs, each->serial_number,
                 each->name.c_str());
 }

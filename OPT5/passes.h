@@ -14,7 +14,8 @@
 // refused. "debug:skip_pass=N" leaves out pass N, which must be positive; "debug:validate" checks the structure of
 // the program after every pass and names the pass that broke it.
 //
-// Every pass is timed. The times are exclusive: a pass that runs another inside itself is not charged for it.
+// In debug, and with "debug:pass_times", every pass is timed. The times are exclusive: a pass that runs another inside
+// itself is not charged for it.
 #pragma once
 
 #include <cstdio>
@@ -59,7 +60,7 @@ struct pass : serial_object<pass, pass_manager> {
 
     const std::string name;
 
-    // the clock() time of all runs, without that of passes run inside, and their number
+    // all runs: processor time, without that of passes run inside, and number
     double seconds = 0;
     unsigned runs = 0;
 
@@ -89,7 +90,7 @@ void setup_passes(bool allow_forced);
 // One line for each pass of the active list.
 void list_passes(FILE *stream);
 
-// In debug, a table of the passes that took time, the slowest first.
+// The table of times, the slowest pass first: in debug to the debug file, with "debug:pass_times" to standard error.
 void report_pass_times();
 
 // The positions of a forced order, TEXT being "random" or numbers between commas or blanks; what follows the first
