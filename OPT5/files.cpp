@@ -45,12 +45,12 @@ void discard_output() {
 }
 
 void close_and_discard() {
+    discard_output();
     if (i_file) {
         I_FILE *file = i_file;
         i_file = nullptr;
         file->if_close(true, false);
     }
-    discard_output();
 }
 
 } // namespace
@@ -61,9 +61,8 @@ void discard_output_on_exit() {
 }
 
 void close_files() {
-    // From here on the output counts as complete, unless closing it fails.
-    if (i_file) i_file->if_close(true, false);
-    i_file = nullptr;
+    // The output first: names and positions in it are the input's. From here on it counts as complete, unless closing
+    // it fails.
     I_FILE *output = o_file;
     o_file = nullptr;
     if (output && output->if_close(true, false)) {
@@ -71,6 +70,8 @@ void close_files() {
                 o_file_name);
         exit(1);
     }
+    if (i_file) i_file->if_close(true, false);
+    i_file = nullptr;
     register_fatal_closer(nullptr);
 
     if (print_debug && fdebug) {
