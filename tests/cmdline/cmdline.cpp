@@ -178,10 +178,9 @@ TEST_F(cmdline, output_is_named_after_the_input) {
     // The command line is noted ahead of the functions.
     ASSERT_FALSE(model->items.empty());
     EXPECT_EQ(model->items[0].record.text, ";\tqlopt in.if ");
-    for (const MITEM &item : model->items) {
-        // Names of source files outlive the input.
-        if (item.func) EXPECT_STREQ(item.func->records[0].psn->file, "f.c");
-    }
+    // Names of source files outlive the input.
+    for (const MITEM &item : model->items)
+        EXPECT_STREQ(item.func ? item.func->records[0].psn->file : "f.c", "f.c");
     // An optimized file can be optimized again.
     EXPECT_EQ(run({"in.opt", "third"}).status, 0);
 }
