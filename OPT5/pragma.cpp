@@ -7,6 +7,7 @@
 #include "OPT5/files.h"
 #include "OPT5/flags.h"
 #include "OPT5/funinfo.h"
+#include "OPT5/read.h"
 #include "OPT5/scopes.h"
 #include "OPT5/synonym.h"
 #include "OPT5/tree.h"
@@ -232,7 +233,8 @@ void process_function_pragma(SYMTAB *s, const PRAGMA *p) {
 } // namespace
 
 void opt_process_pragma(SYMTAB *s, PRAGMA *p) {
-    QL_ASSERT(p->number != PRAG_OPT_OVERRIDE); // the parser acts on it and keeps it
+    // The parser acts on it and keeps it.
+    if (p->number == PRAG_OPT_OVERRIDE) refuse_input("a pragma that only the parser understands");
     if (!s) {
         process_statement_pragma(p);
     } else if (s->is_function()) {

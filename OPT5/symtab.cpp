@@ -13,7 +13,7 @@
 #include "OPT5/pragma.h"
 #include "OPT5/scopes.h"
 #include "OPT5/target.h"
-#include "OPT5/tree.h"
+#include "OPT5/treewalk.h"
 #include "ifile/if_file.h"
 #include "support/dbgout.h"
 #include "support/fatal.h"
@@ -558,4 +558,27 @@ void erase_symbol(SYMTAB *s) {
     if (errno_symbol == s) errno_symbol = nullptr;
     if (!keys_of_original.empty()) forget_keys(keys_of_original, s);
     delete s;
+}
+
+std::unordered_set<const SYMTAB *> symbols_in_exception_table(const FUNINFO *f) {
+    std::unordered_set<const SYMTAB *> found;
+    for (unsigned i = 0; i < f->eht_size; i++)
+        for_each_node(static_cast<NODE *>(f->eht[i].cleanup), [&found](NODE *n) {
+            if (n->op == NAME && n->u.sym) found.insert(n->u.sym);
+        });
+    return found;
+}
+
+namespace {
+std::vector<void (*)(SYMTAB *, SYMTAB *, uint64_t)> replacement_listeners;
+}
+
+void register_replaced_symbol_listener(void (*listener)(SYMTAB *, SYMTAB *, uint64_t)) {
+    if (std::find(replacement_listeners.begin(), replacement_listeners.end(), listener) ==
+        replacement_listeners.end())
+        replacement_listeners.push_back(listener);
+}
+
+void announce_replaced_symbol(SYMTAB *gone, SYMTAB *object, uint64_t bit_offset) {
+    for (auto listener : replacement_listeners) listener(gone, object, bit_offset);
 }

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "OPT5/fwd.h"
@@ -200,6 +201,14 @@ SYMLIST *copy_symlist(const SYMLIST *);
 SYMALIST *copy_symalist(const SYMALIST *); // the trees are shared
 // Frees a symbol with its name, pragmas and initialiser. It must stand in no chain.
 void erase_symbol(SYMTAB *);
+
+// The symbols that cleanup trees of the function's exception table name. Such a variable keeps its place and type.
+std::unordered_set<const SYMTAB *> symbols_in_exception_table(const FUNINFO *);
+
+// A local symbol lost all its uses in the statements: it is now part of another one, at that bit offset, or (object
+// null) was taken apart. Maps from symbols to pointees and values register to hear of it.
+void announce_replaced_symbol(SYMTAB *gone, SYMTAB *object, uint64_t bit_offset);
+void register_replaced_symbol_listener(void (*)(SYMTAB *gone, SYMTAB *object, uint64_t bit_offset));
 
 template <class F> SYMTAB *unlink_symbols_if(SYMTAB *chain, F leaves) {
     SYMTAB *head = nullptr, **tail = &head;

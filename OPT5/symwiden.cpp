@@ -4,7 +4,6 @@
 
 #include "OPT5/bbutils.h"
 #include "OPT5/cfg.h"
-#include "OPT5/eht.h"
 #include "OPT5/flags.h"
 #include "OPT5/funinfo.h"
 #include "OPT5/symtab.h"
@@ -129,13 +128,13 @@ bool may_be_widened(SYMTAB *s) {
     const TYPE *type = s->type;
     return s->level == 2 && s->sclass == SC_AUTO && !s->is_aliased() && type->is_integral() &&
            !type->is_bool() && type->size < 32 && !type->is_volatile() && !find_widened_symbol_entry(s) &&
-           !map_sym_to_parm(s) && !sym_appears_in_EHT(s);
+           !map_sym_to_parm(s);
 }
 
 // The candidates of which every use is a read or a plain assignment. An argument prolog keeps its shape.
 std::vector<SYMTAB *> symbols_to_widen() {
     std::vector<SYMTAB *> found;
-    SYMBOL_SET met, refused;
+    SYMBOL_SET met, refused = symbols_in_exception_table(currfuninfo);
     for_each_statement([&](LIST *l) {
         for_each_node(l->tree, [&](NODE *n) {
             bool changes_in_place =
