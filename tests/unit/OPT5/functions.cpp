@@ -2,7 +2,10 @@
 #include "tests/unit/OPT5/program.h"
 
 #include "OPT5/fileopt.h"
+#include "OPT5/cfg.h"
 #include "OPT5/pragma.h"
+#include "OPT5/restrict.h"
+#include "OPT5/symwiden.h"
 
 namespace {
 
@@ -226,4 +229,47 @@ TEST_F(functions_known, pragmas_of_data_and_of_statements) {
     erase_tree(copy);
     erase_tree_list(f->statements);
     f->statements = nullptr;
+}
+
+TEST_F(functions_known, the_end_of_a_body_leaves_nothing_but_the_record) {
+    SYMTAB *other = global("other", function_type(v));
+    FUNINFO *integrated_in = make_FUNINFO(other);
+    size_t nodes = nodes_in_use();
+    static int erasers_run;
+    erasers_run = 0;
+    register_body_eraser([](FUNINFO *) { erasers_run++; });
+    for (int n = 0; n < 200; n++) {
+        begin_function(("f" + std::to_string(n)).c_str());
+        SYMTAB *p = symbol("p", tp->mk_ptr(i), SC_REG_PARM, 1), *q = local("p", tp->mk_ptr(i));
+        SYMTAB *t = sym_temp('T', -1, i, nullptr), *dropped = local("dropped", i);
+        add_pragma(dropped, PRAG_UNUSED, {"x"});
+        for (int k = 0; k < 20; k++) LS_open(nullptr, nullptr, 0);
+        find_or_make_PTR_entry(q);
+        make_widened_symbol_entry(t, c);
+        intern_symbol(t, integrated_in);
+        f->eht_size = 2;
+        f->eht = new EHT_ENTRY[2];
+        f->eht[1].cleanup = mk_UAND(name(dropped));
+        f->statements = mkelist(name(t), nullptr, nullptr);
+        BBLK *first = mkbblock(mkelist(mk_ASG(name(q), name(p)), nullptr, nullptr), nullptr, f);
+        first->dflink = mkbblock(mkelist(call(address(other)), nullptr, nullptr), first, f);
+        first->succs = mkedge(first->dflink, nullptr);
+        first->dflink->preds = mkedge(first, nullptr);
+        first->labels = mklabel(0, nullptr, first);
+        f->bb_list = first;
+        f->first_statement = copy_tree(first->statements->tree);
+        sym_split(f);
+        f->nonscalars = unlink_symbol(dropped, f->nonscalars);
+        erase_all();
+        EXPECT_TRUE(f->body_erased);
+        EXPECT_EQ(f->bb_list, nullptr);
+        EXPECT_TRUE(f->blocks.empty() && f->owned_symbols.empty());
+        EXPECT_EQ(f->scopes, nullptr);
+        EXPECT_EQ(make_FUNINFO(currfunc), f);
+    }
+    EXPECT_EQ(nodes_in_use(), nodes);
+    EXPECT_EQ(erasers_run, 200);
+    currfuninfo = integrated_in;
+    EXPECT_EQ(integrated_in->owned_symbols.size(), 200u);
+    erase_all();
 }
