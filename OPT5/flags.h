@@ -18,7 +18,7 @@
 #include "OPT5/fwd.h"
 #include "options/optobj.h"
 
-// ---- option objects; all live for the whole run
+// ---- option objects; they live for the whole run and belong to OPT5/startup
 
 extern option_obj *cmdline_options;               // the command line alone
 extern option_obj *file_options;                  // all_option_sets[0]

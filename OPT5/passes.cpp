@@ -48,6 +48,13 @@ bool pass_gate_holds(unsigned gate) {
     return true;
 }
 
+pass_manager::~pass_manager() { delete_passes(); }
+
+void pass_manager::delete_passes() {
+    for (size_t i = 0; i < size(); ++i) delete (*this)[i]; // each takes itself out of its slot
+    clear();
+}
+
 pass::pass(std::string name, void (*action)(), unsigned gate)
     : serial_object(&global_pass_manager), name(std::move(name)), action_(action), gate_(gate) {}
 
@@ -131,8 +138,7 @@ static void force_order(const char *text, const char *origin) {
 }
 
 void setup_passes(bool allow_forced) {
-    for (pass *old : std::vector<pass *>(global_pass_manager)) delete old;
-    global_pass_manager.clear();
+    global_pass_manager.delete_passes();
     normal_order_passes.clear();
     add_pipeline_passes(normal_order_passes);
 

@@ -26,7 +26,11 @@
 
 struct pass;
 
-struct pass_manager : std::vector<pass *> {};
+// Owns its passes.
+struct pass_manager : std::vector<pass *> {
+    ~pass_manager();
+    void delete_passes();
+};
 
 // What must hold for a pass to do something; the bits of a row must all hold. The levels and goals are those of
 // the current function.

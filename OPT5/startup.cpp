@@ -5,7 +5,9 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "OPT5/files.h"
 #include "OPT5/flags.h"
@@ -26,6 +28,13 @@
 namespace {
 
 constexpr char BUILD[] = "1.0";
+
+std::vector<std::unique_ptr<option_obj>> option_objects; // all of the run
+
+option_obj *new_option_obj() {
+    option_objects.push_back(std::make_unique<option_obj>());
+    return option_objects.back().get();
+}
 
 const char *program_name;
 int saved_argc;
@@ -96,7 +105,7 @@ void handle_listing_options() {
 
 // The number of positional arguments.
 int parse_command_line(int argc, char **argv) {
-    cmdline_options = new option_obj;
+    cmdline_options = new_option_obj();
     program_name = argc > 0 ? argv[0] : nullptr;
     option_obj::set_executable_name(program_name);
     option_obj::set_next_arg(next_arg);
@@ -156,7 +165,7 @@ void add_file_options(option_obj *options, const OPTION_SET &set) {
 
 void build_option_sets() {
     if (icode_optionlist.empty()) {
-        all_option_sets.push_back(new option_obj);
+        all_option_sets.push_back(new_option_obj());
         lay_command_line_over(all_option_sets[0]);
     }
     all_option_sets.resize(std::max<size_t>(icode_optionlist.size(), 1));
@@ -164,7 +173,7 @@ void build_option_sets() {
         if (!option_set_exists(set->id) || all_option_sets[set->id])
             refuse_input("option set %u is %s", set->id,
                          option_set_exists(set->id) ? "there twice" : "out of range");
-        option_obj *options = all_option_sets[set->id] = new option_obj;
+        option_obj *options = all_option_sets[set->id] = new_option_obj();
         if (!cmdline_options->testopt(OO_IGNORE_FILE_OPTIONS)) add_file_options(options, *set);
         lay_command_line_over(options);
     }
