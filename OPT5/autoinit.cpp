@@ -152,3 +152,5 @@ NODE *lookup_autoinit(NODE *lvalue) {
         return nullptr;
     return lookup_autoinit(base->u.sym, offset.to_uint64(), lvalue->type);
 }
+
+void convert_sti_to_cinit() {}

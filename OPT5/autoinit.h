@@ -23,3 +23,6 @@ NODE *lookup_autoinit(SYMTAB *, uint64_t offset, TYPE *type);
 NODE *lookup_autoinit(NODE *lvalue);
 // The value of an array's element; null for an index at or past the element count.
 NODE *lookup_array_autoinit(SYMTAB *, uint64_t index);
+
+// Makes static data of what a C++ file's initialising function assigns. Not active yet: leaves the function as it is.
+void convert_sti_to_cinit();

@@ -4,11 +4,12 @@
 
 #include "OPT5/aliasinit.h"
 #include "OPT5/assertions.h"
+#include "OPT5/autoinit.h"
 #include "OPT5/beta.h"
+#include "OPT5/buildcfg.h"
 #include "OPT5/callgraph.h"
 #include "OPT5/cdilp.h"
 #include "OPT5/cdvector.h"
-#include "OPT5/buildcfg.h"
 #include "OPT5/cfg.h"
 #include "OPT5/cluster.h"
 #include "OPT5/combasg.h"
@@ -49,7 +50,9 @@
 #include "OPT5/sblk.h"
 #include "OPT5/scopes.h"
 #include "OPT5/simpcfg.h"
+#include "OPT5/stackshare.h"
 #include "OPT5/subrange.h"
+#include "OPT5/symexplode.h"
 #include "OPT5/symrename.h"
 #include "OPT5/symtab.h"
 #include "OPT5/triples.h"
@@ -245,14 +248,14 @@ const pass_row head_rows[] = {
     /*  9 */ {"pass 2 header",                      BARRIER,  ALWAYS,              pass_2_header},
     /* 10 */ {"set call-graph order",               BARRIER,  ALWAYS,              set_call_graph_order},
     /* 11 */ {"pass 2 inits",                       FUNCTION, ALWAYS,              pass_2_inits},
-    /* 12 */ {"stack sharing",                      FUNCTION, ALWAYS,              nullptr},
+    /* 12 */ {"stack sharing",                      FUNCTION, ALWAYS,              share_stack_space},
     /* 13 */ {"CPS",                                FUNCTION, LEVEL_2 | GOAL_5,    straighten_unless_disabled},
     /* 14 */ {"early LIR",                          FUNCTION, ALWAYS,              early_LIR},
     /* 15 */ {"early fast_CP(4,1)",                 FUNCTION, ALWAYS,              fast_CP_4_1},
     /* 16 */ {"MVP global assertions",              FUNCTION, ALWAYS,              MVP_global_assertions},
     /* 17 */ {"intraprocedural MVP",                FUNCTION, LEVEL_2,             intraprocedural_MVP},
     /* 18 */ {"value propagation for SIMD",         FUNCTION, LEVEL_2 | VECTORIZE, value_propagation_for_SIMD},
-    /* 19 */ {"explode auto structs",               FUNCTION, LEVEL_2,             nullptr},
+    /* 19 */ {"explode auto structs",               FUNCTION, LEVEL_2,             explode_auto_struct_vars},
     /* 20 */ {"non-DD clone SSA NASSERTs",          FUNCTION, LEVEL_2,             non_DD_clone_SSA_NASSERTs},
     /* 21 */ {"non-DD SSA CP",                      FUNCTION, LEVEL_2,             non_DD_SSA_CP},
     /* 22 */ {"non-DD SSA EDA",                     FUNCTION, LEVEL_2,             non_DD_SSA_EDA},
@@ -274,11 +277,11 @@ const pass_row tail_rows[] = {
     /* 67 */ {"merge symbols",                      FUNCTION, LEVEL_2 | BLOCKS_2,  merge_symbols},
     /* 68 */ {"DD restructuring",                   FUNCTION, LEVEL_2 | BLOCKS_2 | NEON, DD_restructuring},
     /* 69 */ {"expand cluster refs",                FUNCTION, ALWAYS,              expand_clusters_if_any},
-    /* 70 */ {"CSU returning temp",                 FUNCTION, ALWAYS,              nullptr},
+    /* 70 */ {"CSU returning temp",                 FUNCTION, ALWAYS,              subst_csu_returning_temp_for_local_var},
     /* 71 */ {"superblocks",                        FUNCTION, LEVEL_1,             optimize_superblocks_in_cfg},
     /* 72 */ {"subrange",                           FUNCTION, LEVEL_1,             subrange},
     /* 73 */ {"lcp",                                FUNCTION, LEVEL_1,             late_copyprop},
-    /* 74 */ {"sti-to-cinit",                       FUNCTION, LEVEL_2,             nullptr},
+    /* 74 */ {"sti-to-cinit",                       FUNCTION, LEVEL_2,             convert_sti_to_cinit},
     /* 75 */ {"lcse",                               FUNCTION, LEVEL_1,             lcse},
     /* 76 */ {"propagate increments",               FUNCTION, LEVEL_1,             propagate_increments},
     /* 77 */ {"late LIR",                           FUNCTION, ALWAYS,              late_LIR},
