@@ -92,42 +92,36 @@ void wrexpr(LIST *statement) {
 
 namespace {
 
-// Writes the blocks of the current function. Label counts are taken afresh at the start and hold what is still to be
-// written from then on. Trees that drop out are kept to the end: releasing them would touch the counts.
+// Writes the blocks of the current function. First every block takes the shape that it has in a file, so that it is
+// known which branches are left; then the labels are numbered; then all goes out.
 struct BLOCK_WRITER {
-    const PSN *no_psn = nullptr;
-    std::vector<NODE *> dropped;
+    std::vector<BBLK *> blocks; // those with statements, in order
+    std::vector<NODE *>
+        handler_chains;          // cases of exception switches, whose labels the exception table takes over
+    std::vector<NODE *> dropped; // trees that are no part of the function any more, to be released
     const struct LOOP *loop = nullptr; // that the block before lies in
 
     void write();
-    void count_labels();
     void drop_endless_tails();
-    void update_catch_labels();
-    void write_profile_entry();
-    void write_inloop(const BBLK *bb);
-    void write_statements(BBLK *bb);
+    void lower_block(BBLK *bb, BBLK *next);
     void lower_EH_SWITCH(LIST *s);
     void lower_ENDLOOP(LIST *s);
     void lower_IF(LIST *s, const BBLK *next);
-    void drop_statements(LIST *s);
+    int number_labels();
+    void write_profile_entry(int label);
+    void write_inloop(const BBLK *bb);
     void insert_branch(LIST *behind, NODE *labelref);
+    // Drops the statements behind `s`, null: all of the block.
+    void drop_behind(BBLK *bb, LIST *s);
 };
-
-BBLK *next_written_block(const BBLK *bb) {
-    BBLK *next = bb->dflink;
-    while (next && !next->statements) next = next->dflink;
-    return next;
-}
 
 BBLK *branch_target(const NODE *branch) { return branch->left->label->block; }
 
-// Numbers the labels that are referred to, in flow order.
-void BLOCK_WRITER::count_labels() {
-    count_label_references();
-    int number = 0;
-    for (BBLK *bb = currfuninfo->bb_list; bb; bb = bb->dflink)
-        for (LBL *label = bb->labels; label; label = label->next)
-            if (label->refcount > 0) label->number = ++number;
+void BLOCK_WRITER::drop_behind(BBLK *bb, LIST *s) {
+    LIST *&first = s ? s->next : bb->statements;
+    for (LIST *d = first; d; d = d->next) dropped.push_back(d->tree);
+    erase_tree_list_only(first);
+    first = nullptr;
 }
 
 bool is_call_without_return(const NODE *tree) {
@@ -148,22 +142,8 @@ void BLOCK_WRITER::drop_endless_tails() {
         while (call && call->next && call->next->next) call = call->next;
         if (!call || !call->next || call->next->tree->op != BRANCH || !is_call_without_return(call->tree))
             continue;
-        drop_statements(call->next);
-        call->next = nullptr;
-        drop_statements(first);
-        bb->statements = nullptr;
-    }
-}
-
-void BLOCK_WRITER::drop_statements(LIST *s) {
-    for (LIST *next; s; s = next) {
-        next = s->next;
-        for_each_node(s->tree, [](NODE *n) {
-            if (n->op == LABEL && n->label && n->label->refcount > 0) n->label->refcount--;
-        });
-        dropped.push_back(s->tree);
-        s->next = nullptr;
-        erase_tree_list_only(s);
+        drop_behind(pred, call);
+        drop_behind(bb, nullptr);
     }
 }
 
@@ -174,26 +154,14 @@ void BLOCK_WRITER::insert_branch(LIST *behind, NODE *labelref) {
 
 // --- transfers ---
 
-void BLOCK_WRITER::update_catch_labels() {
-    if (!currfuninfo->eht) return;
-    std::vector<NODE *> chains;
-    for (BBLK *bb = currfuninfo->bb_list; bb; bb = bb->dflink) {
-        for (LIST *s = bb->statements; s; s = s->next) {
-            if (!tree_is_EH_SWITCH(s->tree)) continue;
-            const NODE *cases = s->tree->right;
-            if (cases->op != COMMA || cases->right->op != DEFAULT) abort_optimizer();
-            chains.push_back(cases->left);
-        }
-    }
-    update_eht_labels(chains, true);
-}
-
 // SWITCH(magic(call), COMMA(cases, DEFAULT L))      ->  call, BRANCH L
 // SWITCH(x = magic(call), COMMA(cases, DEFAULT L))  ->  x = call, BRANCH L
 // The cases live on as labels of the exception table.
 void BLOCK_WRITER::lower_EH_SWITCH(LIST *s) {
     NODE *sw = s->tree, *statement;
-    NODE *otherwise = sw->right->right; // DEFAULT
+    if (sw->right->op != COMMA || sw->right->right->op != DEFAULT) abort_optimizer();
+    handler_chains.push_back(sw->right->left);
+    NODE *otherwise = sw->right->right;
     insert_branch(s, otherwise->left);
     otherwise->left = nullptr;
     if (is_magic_EH_MCALL_ASG(sw->left)) {
@@ -284,41 +252,57 @@ bool is_never_executed(const NODE *tree) {
     return tree->op == UMCALL && !strcmp(tree->u.icall, "_never_executed");
 }
 
-void BLOCK_WRITER::write_statements(BBLK *bb) {
-    const BBLK *next = next_written_block(bb);
-    for (LIST *s = bb->statements; s; s = s->next) {
-        NODE *tree = s->tree;
-        if (tree->op == SWITCH && tree_is_EH_SWITCH(tree)) lower_EH_SWITCH(s);
-        else if (tree->op == IF && tree->left->op == ENDLOOP) lower_ENDLOOP(s);
-        else if (tree->op == IF) lower_IF(s, next);
-        tree = s->tree;
-        if (is_never_executed(tree)) {
-            drop_statements(s->next);
-            s->next = nullptr;
-        }
+void BLOCK_WRITER::lower_block(BBLK *bb, BBLK *next) {
+    for (LIST *s = bb->statements, *before = nullptr; s; before = s, s = s->next) {
+        if (s->tree->op == SWITCH && tree_is_EH_SWITCH(s->tree)) lower_EH_SWITCH(s);
+        else if (s->tree->op == IF && s->tree->left->op == ENDLOOP) lower_ENDLOOP(s);
+        else if (s->tree->op == IF) lower_IF(s, next);
+
+        const NODE *tree = s->tree;
+        if (is_never_executed(tree)) drop_behind(bb, s);
         bool returns = tree->op == RETURN || tree->op == URETURN;
-        if (returns && next && trees_are_congruent_se_ok(tree, next->statements->tree)) return;
-        if (tree->op == BRANCH && branch_target(tree) == next) {
-            if (tree->left->label->refcount > 0) tree->left->label->refcount--;
+        bool falls_through = returns ? next && trees_are_congruent_se_ok(tree, next->statements->tree)
+                                     : tree->op == BRANCH && branch_target(tree) == next;
+        if (falls_through) {
+            drop_behind(bb, before);
             return;
         }
-        wrexpr(s);
     }
 }
 
+// Counts the labels that are referred to and numbers them in the order of the blocks. Gives the last number.
+int BLOCK_WRITER::number_labels() {
+    for (BBLK *bb : blocks)
+        for (LBL *label = bb->labels; label; label = label->next) label->refcount = 0;
+    auto count = [](NODE *n) {
+        if (n->op == LABEL) n->label->refcount++;
+    };
+    for (BBLK *bb : blocks) {
+        for (LIST *s = bb->statements; s; s = s->next) {
+            int op = s->tree->op;
+            if (op == BRANCH || op == CBRANCH || op == ENDLOOP)
+                for_each_node(op == BRANCH ? s->tree->left : s->tree->right, count);
+            else if (op == SWITCH) for_each_node(s->tree->right, count);
+        }
+    }
+    for (NODE *chain : handler_chains) for_each_node(chain, count);
+
+    int number = 0;
+    for (BBLK *bb : blocks)
+        for (LBL *label = bb->labels; label; label = label->next)
+            if (label->refcount > 0) label->number = ++number;
+    return number;
+}
+
 // The count of a function's entries goes with a branch to what follows.
-void BLOCK_WRITER::write_profile_entry() {
+void BLOCK_WRITER::write_profile_entry(int label) {
     if (currfuninfo->profile_mode != 2 || currfuninfo->profile_count == ~0u) return;
     if (symbol_has_pragma(currfunc, PRAG_FUNC_NUM_CALLED)) return;
-    int largest = 0;
-    for (BBLK *bb = currfuninfo->bb_list; bb; bb = bb->dflink)
-        for (LBL *label = bb->labels; label; label = label->next)
-            if (label->refcount > 0) largest = std::max(largest, label->number);
-    NODE *branch = maketree(BRANCH, mk_LABELREF(largest + 1, 0), nullptr, tp->void_type(), nullptr);
+    NODE *branch = maketree(BRANCH, mk_LABELREF(label, 0), nullptr, tp->void_type(), nullptr);
     branch->set_edge_profile_value(currfuninfo->profile_count);
     o_file->if_write_expr(nullptr, nullptr);
     erase_tree(wrtree(branch));
-    o_file->if_write_label(largest + 1);
+    o_file->if_write_label(label);
 }
 
 void BLOCK_WRITER::write_inloop(const BBLK *bb) {
@@ -331,15 +315,18 @@ void BLOCK_WRITER::write_inloop(const BBLK *bb) {
 }
 
 void BLOCK_WRITER::write() {
-    count_labels();
     drop_endless_tails();
-    update_catch_labels();
-    write_profile_entry();
-    for (BBLK *bb = currfuninfo->bb_list; bb; bb = bb->dflink) {
-        if (!bb->statements) continue;
+    for (BBLK *bb = currfuninfo->bb_list; bb; bb = bb->dflink)
+        if (bb->statements) blocks.push_back(bb);
+    for (size_t i = 0; i < blocks.size(); i++)
+        lower_block(blocks[i], i + 1 < blocks.size() ? blocks[i + 1] : nullptr);
+    int last_label = number_labels();
+    update_eht_labels(handler_chains, true);
+    write_profile_entry(last_label + 1);
+    for (BBLK *bb : blocks) {
         write_inloop(bb);
         wrbdlr(bb->labels);
-        write_statements(bb);
+        for (LIST *s = bb->statements; s; s = s->next) wrexpr(s);
     }
     for (NODE *tree : dropped) erase_tree(tree);
 }

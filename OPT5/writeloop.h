@@ -19,7 +19,7 @@ struct LOOP_RECORD {
     uint64_t trip_min = 1;
     uint64_t trip_max = ~uint64_t{0};
     int64_t trip_factor = 1;
-    std::vector<LOOP_RECORD> subloops;
+    std::vector<LOOP_RECORD> subloops = {};
 };
 // The loop, then its subloops.
 void write_loop_icode(const LOOP_RECORD &loop);
@@ -34,7 +34,7 @@ struct DD_ELEMENT {
 struct DD_VECTOR {
     unsigned spec = 0;
     bool not_all_same = false;
-    std::vector<DD_ELEMENT> elements;
+    std::vector<DD_ELEMENT> elements = {};
     bool operator==(const DD_VECTOR &) const = default;
 };
 // A dependence between two references, named by their DDNODE numbers.
