@@ -19,3 +19,5 @@ NODE *coerce_to_type(TYPE *type, NODE *tree) {
     if (!type->is_scalar() || !from->is_scalar()) return tree;
     return maketree(type->is_ptr() ? PCONV : SCONV, tree, nullptr, type, tree->scope);
 }
+
+NODE *push_down_pointer_cast(TYPE *type, NODE *pointer) { return coerce_to_type(type, pointer); }

@@ -110,7 +110,7 @@ bool payloads_match(const NODE *a, const NODE *b) {
     case ICALL:
     case UICALL:
     case MCALL:
-    case UMCALL: return texts_match(a->u.icall, b->u.icall);
+    case UMCALL: return texts_match(a->u.icall, b->u.icall) && a->affine_iv == b->affine_iv;
     case ASM: return a->u.lval == b->u.lval && texts_match(a->text, b->text);
     case PPRAGMA: return pragmas_match(a->pragma, b->pragma);
     case SSA_USE:

@@ -544,6 +544,8 @@ NODE *copy_tree_0(const NODE *tree, FUNINFO *destination) {
         NODE *c = copy_node(n, true);
         if (destination && (c->op == NAME || c->op == STASG) && c->u.sym)
             c->u.sym = intern_symbol(c->u.sym, destination);
+        if (destination && c->op == UICALL && c->affine_iv)
+            c->affine_iv = intern_symbol(c->affine_iv, destination);
         return c;
     });
 }

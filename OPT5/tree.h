@@ -78,9 +78,10 @@ struct NODE final : BASE_NODE {
     TYPE *otype = nullptr; // the type at creation, kept when `type` is normalised
     union {
         void *payload = nullptr;
-        fkMDATA *member; // of a FIELD, may be null
-        LBL *label;      // of a LABEL or LABELDEF
-        PRAGMA *pragma;  // of a PPRAGMA; owned
+        fkMDATA *member;   // of a FIELD, may be null
+        LBL *label;        // of a LABEL or LABELDEF
+        PRAGMA *pragma;    // of a PPRAGMA; owned
+        SYMTAB *affine_iv; // of a UICALL of SYM_IS_AFFINE_IV
     };
     char *text = nullptr;            // SCON bytes, ASM text, cached FCON text; owned, from malloc
     DDREC *dval = nullptr;           // owned

@@ -1,5 +1,7 @@
 #include "OPT5/typefacts.h"
 
+#include "OPT5/fold.h"
+#include "OPT5/symbolic.h"
 #include "OPT5/symtab.h"
 #include "OPT5/tree.h"
 
@@ -31,4 +33,10 @@ bool lvalue_is_immutable(const NODE *lvalue) {
         }
         if (!n) return false;
     }
+}
+
+bool value_fits_in_type(NODE *tree, TYPE *type, struct LOOP *loop) {
+    if (!tree->type->is_integral() && !tree->type->is_enum()) return false;
+    INT65 low = calculate_minval_for_tree(tree, loop), high = calculate_maxval_for_tree(tree, loop);
+    return truncate_to_type(low, type) == low && truncate_to_type(high, type) == high;
 }
