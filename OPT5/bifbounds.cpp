@@ -142,13 +142,15 @@ constexpr OPERATION_ROW operations[] = {
 };
 // clang-format on
 
-OPERATION find_operation(const char *name) {
+// By the generic name, where there is one.
+OPERATION find_operation(const BIF *bif) {
     static const auto table = [] {
         std::unordered_map<const char *, OPERATION> by_name; // interned
         for (const OPERATION_ROW &row : operations) by_name.emplace(intern_name(row.name), row.range);
         return by_name;
     }();
-    auto found = table.find(name);
+    bool is_instance = bif->generic_link && !(bif->flags2 & BIF_IS_GENERIC);
+    auto found = table.find(is_instance ? bif->generic_link->name : bif->name);
     return found == table.end() ? nullptr : found->second;
 }
 
@@ -161,7 +163,7 @@ RANGE range_by_descriptor(const BIF *bif, const RANGE *o) {
     // A magnitude without place in the type is saturated or wraps, by the operation; only the former is known.
     if (bif->flags2 & BIF_IS_PROPER_ABSVAL && takes_one) {
         RANGE r = magnitude(o[0]);
-        bool saturates = bif->flags2 & BIF_IS_GENERIC;
+        bool saturates = bif->flags2 & BIF_IS_GENERIC || bif->generic_link;
         return type.contains(r) ? r : saturates ? saturated(r, int(bif->result_type->size)) : type;
     }
     if (bif->flags2 & BIF_IS_PROPER_MINVAL && takes_two)
@@ -169,7 +171,7 @@ RANGE range_by_descriptor(const BIF *bif, const RANGE *o) {
     if (bif->flags3 & BIF_IS_PROPER_MAXVAL && takes_two)
         return {std::max(o[0].low, o[1].low), std::max(o[0].high, o[1].high)};
     if (bif->flags2 & BIF_RETURNS_1_OR_0) return {INT65(0), INT65(1)};
-    if (OPERATION operation = find_operation(bif->name)) return operation(o);
+    if (OPERATION operation = find_operation(bif)) return operation(o);
     RANGE r = type;
     if (bif->flags1 & BIF_MINVAL_IS_KNOWN) r.low = std::max(r.low, bif->minval);
     if (bif->flags1 & BIF_MAXVAL_IS_KNOWN) r.high = std::min(r.high, bif->maxval);

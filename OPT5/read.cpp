@@ -15,6 +15,7 @@
 #include "OPT5/files.h"
 #include "OPT5/flags.h"
 #include "OPT5/funinfo.h"
+#include "OPT5/icalls.h"
 #include "OPT5/pragma.h"
 #include "OPT5/readexpr.h"
 #include "OPT5/restrict.h"
@@ -451,7 +452,7 @@ struct OPT_CLIENT final : IF_CLIENT {
         currfuninfo->local_index = newest ? unsigned(newest->index) + 1 : 1;
         for (LIST *s = currfuninfo->statements; s; s = s->next) {
             if (currfuninfo->has_cregister_names) make_intrinsics_ordered(s->tree);
-            s->tree = simp_tree(s->tree, nullptr);
+            s->tree = simp_tree(rewrite_tree(s->tree, fix_BIF_types), nullptr);
         }
         build_function();
         currfuninfo->per_call.assign(unique_call_index + 1, 0);

@@ -5,6 +5,7 @@
 #include <new>
 #include <unordered_map>
 
+#include "OPT5/bif.h"
 #include "OPT5/casts.h"
 #include "OPT5/cdmatch.h"
 #include "OPT5/cfg.h"
@@ -294,6 +295,7 @@ void init_tables() {
     init_types();
     init_symbols();
     init_fileopts();
+    init_BIF_descriptors();
     setup_passes(true);
 }
 
