@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "OPT5/cfg.h"
+#include "OPT5/dominator.h"
 #include "OPT5/funinfo.h"
 #include "OPT5/restrict.h"
 #include "OPT5/scopes.h"
@@ -44,8 +45,11 @@ void erase_all() {
     f->bb_list = f->uo_list = nullptr;
     f->bb_count = 0;
     erase_eht(f);
+    release_dead_labels(f); // the trees that named them are gone
+    delete f->dominator;
+    f->dominator = nullptr;
     delete f->scopes;
-    f->scopes = nullptr;
+    f->scopes = curr_scope = nullptr;
 
     f->symbols = f->temporaries = f->scalars = f->nonscalars = nullptr;
     f->const_pointer_parm = nullptr;

@@ -1,8 +1,8 @@
 // The end of a function's body.
 //
 // A file may hold a hundred thousand functions; each is released as soon as it is written. erase_all frees all that
-// the current function owns: statements, blocks, symbols, scopes, restrict records, exception table, the records of
-// widened symbols. What stays is the FUNINFO with what the whole program knows of the function, and what other
+// the current function owns: statements, blocks with labels and dominators, symbols, scopes, restrict records, exception
+// table, the records of widened symbols. What stays is the FUNINFO with what the whole program knows of the function, and what other
 // functions own, such as the copies of its symbols that were made for them. Linear in what is freed.
 //
 // Maps and graphs that only their owners know how to free (flow analyses, late forms) register an eraser.

@@ -9,6 +9,7 @@
 #include "OPT5/pragma.h"
 #include "OPT5/tree.h"
 #include "OPT5/typefacts.h"
+#include "support/bitvec.h"
 #include "support/dbgout.h"
 #include "support/fatal.h"
 
@@ -18,10 +19,13 @@ std::vector<SYMTAB *> functions;
 
 namespace {
 
-std::vector<FUNINFO *> all_records;
-std::unordered_map<const SYMTAB *, FUNINFO *> by_symbol;
-// The record that a bare name means: the first of that name, unless a definition came later.
-std::unordered_map<std::string_view, FUNINFO *> by_name; // keys lie in the records
+// The registers live until the process ends, whatever order static objects die in.
+std::vector<FUNINFO *> &all_records = *new std::vector<FUNINFO *>;
+std::unordered_map<const SYMTAB *, FUNINFO *> &by_symbol = *new std::unordered_map<const SYMTAB *, FUNINFO *>;
+// The record that a bare name means: the first of that name, unless a definition came later. Keys lie in the records.
+std::unordered_map<std::string_view, FUNINFO *> &by_name =
+    *new std::unordered_map<std::string_view, FUNINFO *>;
+
 } // namespace
 
 // --- library functions ---
@@ -134,8 +138,8 @@ FUNINFO *new_record(const char *name, SYMTAB *symbol, int known_system) {
     FUNINFO *f = new FUNINFO;
     f->name = name;
     if (!symbol) symbol = find_global_function(name);
-    f->symbol_is_a_stand_in = !symbol;
-    f->symbol = symbol ? symbol : make_stand_in(f->name);
+    if (!symbol) f->stand_in = make_stand_in(f->name);
+    f->symbol = symbol ? symbol : f->stand_in;
     if (symbol) by_symbol[symbol] = f;
     all_records.push_back(f);
     auto [entry, is_new] = by_name.try_emplace(f->name, f);
@@ -159,10 +163,9 @@ FUNINFO *make_FUNINFO(SYMTAB *s) {
     if (FUNINFO *known = find_FUNINFO(s)) return known;
     const char *name = skip_name_prefix(s->name);
     FUNINFO *f = record_of_name(name);
-    if (!f || !f->symbol_is_a_stand_in) return new_record(name, s, is_system_function(name));
+    if (!f || f->has_symbol_of_its_own()) return new_record(name, s, is_system_function(name));
     // Called before it was declared. The stand-in stays, since trees or lists may hold it.
     f->symbol = s;
-    f->symbol_is_a_stand_in = false;
     by_symbol[s] = f;
     if (func_is_nonconforming(s)) f->flags = 0;
     return f;
@@ -184,6 +187,22 @@ FUNINFO *find_FUNINFO(const char *name) {
 }
 
 const std::vector<FUNINFO *> &all_FUNINFOs() { return all_records; }
+
+void erase_all_FUNINFOs() {
+    by_symbol.clear();
+    by_name.clear();
+    for (FUNINFO *f : all_records) {
+        erase_symbol(f->stand_in);
+        while (FUNREF *r = f->callees) {
+            f->callees = r->next;
+            delete r;
+        }
+        erase_symlist(f->local_statics);
+        delete f->reach;
+        delete f;
+    }
+    all_records.clear();
+}
 
 // --- calls ---
 

@@ -64,9 +64,9 @@ struct FUNINFO {
     std::vector<LIR::inst *> lir_insts;
     std::vector<LIR::reg *> lir_regs;
 
-    SYMTAB *symbol = nullptr;          // never null once the record is made
-    bool symbol_is_a_stand_in = false; // a name without symbol yet: `symbol` is made up, in no chain
-    std::string name;                  // without prefix
+    SYMTAB *symbol = nullptr;   // never null once the record is made
+    SYMTAB *stand_in = nullptr; // made up for a name without symbol, in no chain; owned
+    std::string name;           // without prefix
 
     // whole-program facts
     FUNREF *callees = nullptr;
@@ -139,6 +139,7 @@ struct FUNINFO {
     std::vector<LIR::reg *> &serial_slots(LIR::reg *) { return lir_regs; }
 
     bool has_flag(uint32_t mask) const { return (flags & mask) != 0; }
+    bool has_symbol_of_its_own() const { return symbol && symbol != stand_in; }
 };
 
 extern SYMTAB *currfunc;                // function being processed, or null
@@ -154,6 +155,8 @@ FUNINFO *find_FUNINFO(const char *name); // makes one only for a system function
 FUNINFO *find_FUNINFO_for_call(NODE *);
 // All records, in order of creation.
 const std::vector<FUNINFO *> &all_FUNINFOs();
+// Empties the register and frees the records; bodies must be erased, symbols may be gone already.
+void erase_all_FUNINFOs();
 // Sets the flags that the name alone decides; known_system nonzero: treat as a system function.
 void init_FUNINFO_flags(FUNINFO *, int known_system);
 bool is_system_function(const char *name);

@@ -26,7 +26,8 @@ unsigned symbol_sequence = 0;
 namespace {
 
 // Globals by name; of one name the newest stands last.
-std::unordered_map<std::string, std::vector<SYMTAB *>> globals_by_name;
+using NAME_INDEX = std::unordered_map<std::string, std::vector<SYMTAB *>>;
+NAME_INDEX &globals_by_name = *new NAME_INDEX; // lives until the process ends
 
 void index_global(SYMTAB *s) { globals_by_name[s->name].push_back(s); }
 

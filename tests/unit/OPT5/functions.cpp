@@ -18,7 +18,7 @@ struct functions_known : program {
 
 TEST_F(functions_known, a_function_has_one_record_however_it_is_met) {
     FUNINFO *called_first = make_FUNINFO("late");
-    EXPECT_TRUE(called_first->symbol_is_a_stand_in);
+    EXPECT_FALSE(called_first->has_symbol_of_its_own());
     EXPECT_EQ(called_first->symbol->sclass, SC_EXTREF);
     SYMTAB *late = global("late", function_type(i));
     EXPECT_EQ(make_FUNINFO(late), called_first);
@@ -29,7 +29,7 @@ TEST_F(functions_known, a_function_has_one_record_however_it_is_met) {
     FUNINFO *f1 = make_FUNINFO(early);
     EXPECT_EQ(make_FUNINFO(early), f1);
     EXPECT_EQ(find_FUNINFO("early"), f1);
-    EXPECT_FALSE(f1->symbol_is_a_stand_in);
+    EXPECT_TRUE(f1->has_symbol_of_its_own());
 
     EXPECT_EQ(find_FUNINFO("nobody"), nullptr);
     EXPECT_NE(find_FUNINFO("strlen"), nullptr)

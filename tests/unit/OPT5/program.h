@@ -40,13 +40,27 @@ struct program : testing::Test {
         v = tp->void_type();
     }
     ~program() override {
+        std::vector<FUNINFO *> records = all_FUNINFOs();
+        for (FUNINFO *record : records) {
+            currfuninfo = record;
+            currfunc = record->symbol;
+            erase_all();
+        }
+        erase_globals();
+        erase_all_FUNINFOs();
         currfuninfo = nullptr;
         currfunc = nullptr;
         curr_scope = nullptr;
         file_options = nullptr;
         all_option_sets.clear();
-        init_symbols();
         tp = nullptr;
+    }
+    static void erase_globals() {
+        while (SYMTAB *s = global_symbols) {
+            global_symbols = s->next;
+            erase_symbol(s);
+        }
+        init_symbols();
     }
 
     // A record of what a file says; level 0 symbols are entered, others belong to the current function.

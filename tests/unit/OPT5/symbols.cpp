@@ -106,7 +106,7 @@ TEST_F(symbols, errno_is_the_first_int_of_that_name) {
     };
     for (const auto &row : rows) {
         TYPE_PKG::abi = row.abi;
-        init_symbols();
+        erase_globals();
         SYMTAB *s = global(row.name, row.type);
         EXPECT_EQ(errno_symbol, row.found ? s : nullptr) << row.abi << " " << row.name;
         SYMTAB *later = global(row.name, i);
@@ -131,6 +131,7 @@ TEST_F(symbols, a_reference_finds_the_newest_definition_of_a_fitting_type) {
     EXPECT_EQ(get_sym_def_for_decl(reference), reference);
     EXPECT_EQ(find_global_symbol("y"), definition);
     EXPECT_EQ(names(global_symbols), "x x y x");
+    global_symbols = unlink_symbol(hidden, global_symbols);
     erase_symbol(hidden);
     EXPECT_EQ(find_global_symbol("x"), other_type);
 }
@@ -291,6 +292,7 @@ TEST_F(symbols, a_copy_owns_what_it_has) {
     EXPECT_EQ(copy->init->trees.size(), 2u);
     EXPECT_NE(copy->init->trees[0], s->init->trees[0]);
     EXPECT_NE(copy->known_init, s->known_init);
+    global_symbols = unlink_symbol(s, global_symbols);
     erase_symbol(s);
     EXPECT_EQ(copy->init->trees[0]->u.lval, INT65(7));
     erase_symbol(copy);
