@@ -303,6 +303,7 @@ void link_ordered_blocks() {
         for (EDGE *e = bb->succs; e; e = e->next) e->block->preds = mkedge(bb, e->block->preds);
     }
     function->bb_list->rdflink = last;
+    function->blocks_are_numbered = true;
     // First labels are numbered as their blocks; further ones above them, so that no number stands for two.
     int number = int(function->bb_count);
     for (BBLK *bb = function->bb_list; bb; bb = bb->dflink) {

@@ -107,6 +107,7 @@ BBLK *insert_new_bb(int dfn, BBLK *after, LIST *statements) {
     else if (function->bb_list) function->bb_list->rdflink = bb;
     bb->dfn = dfn;
     bb->uon = -1;
+    function->blocks_are_numbered = false;
     bb->labels = mklabel(0, nullptr, bb);
     clear_PT_vectors();
     return bb;
@@ -127,6 +128,7 @@ void unlink_creation_order(BBLK *bb) {
 void delink_old_bb(BBLK *bb) {
     FUNINFO *function = bb->owner;
     mark_dominators_stale(function);
+    function->blocks_are_numbered = false;
     BBLK *last = function->bb_list->rdflink;
     if (bb == function->bb_list) {
         function->bb_list = bb->dflink;
@@ -208,6 +210,7 @@ void renumber_bblocks() {
     if (function->bb_list) function->bb_list->rdflink = last;
     order_changed |= function->bb_count != unsigned(count);
     function->bb_count = unsigned(count);
+    function->blocks_are_numbered = true;
     // What the dominators are indexed by has moved, even where no edge has.
     if (order_changed) mark_dominators_stale(function);
 

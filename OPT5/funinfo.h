@@ -92,12 +92,13 @@ struct FUNINFO {
     // the flow graph
     unsigned bb_count = 0;
     BBLK *bb_list = nullptr;
-    BBLK *uo_list = nullptr;         // head of the uolink chain
-    LIST *statements = nullptr;      // while reading, last statement first
-    int last_label = 0;              // last number that mklabel made up; counts down
-    LBL *dead_labels = nullptr;      // of erased blocks; see release_dead_labels
-    NODE *first_statement = nullptr; // copy of the tree that stood first when the graph was built; owned
-    Dominator *dominator = nullptr;  // owned
+    BBLK *uo_list = nullptr;          // head of the uolink chain
+    LIST *statements = nullptr;       // while reading, last statement first
+    bool blocks_are_numbered = false; // dfn and bb_count hold for the present flow order
+    int last_label = 0;               // last number that mklabel made up; counts down
+    LBL *dead_labels = nullptr;       // of erased blocks; see release_dead_labels
+    NODE *first_statement = nullptr;  // copy of the tree that stood first when the graph was built; owned
+    Dominator *dominator = nullptr;   // owned
 
     // symbols
     SYMTAB *symbols = nullptr;           // parameters and declared locals while reading, newest first

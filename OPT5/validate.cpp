@@ -1,0 +1,451 @@
+#include "OPT5/validate.h"
+
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <unordered_map>
+#include <vector>
+
+#include "OPT5/bbutils.h"
+#include "OPT5/cfg.h"
+#include "OPT5/dominator.h"
+#include "OPT5/funinfo.h"
+#include "OPT5/infix.h"
+#include "OPT5/scopes.h"
+#include "OPT5/symtab.h"
+#include "OPT5/tree.h"
+#include "OPT5/treecheck.h"
+#include "OPT5/treewalk.h"
+#include "support/dbgout.h"
+#include "support/fatal.h"
+
+namespace {
+
+// A set of pointers or pairs of small numbers, as keys that are never 0; open addressing.
+class KEY_SET {
+  public:
+    explicit KEY_SET(size_t expected = 64) {
+        size_t capacity = 64;
+        while (capacity < 2 * expected) capacity *= 2;
+        slots_.assign(capacity, 0);
+    }
+    // Whether the key is new.
+    bool add(uint64_t key) {
+        if (2 * ++size_ > slots_.size()) grow();
+        uint64_t &slot = find(key);
+        if (slot == key) {
+            size_--;
+            return false;
+        }
+        slot = key;
+        return true;
+    }
+    bool add(const void *p) { return add(uint64_t(reinterpret_cast<uintptr_t>(p))); }
+    bool has(uint64_t key) { return find(key) == key; }
+    bool has(const void *p) { return has(uint64_t(reinterpret_cast<uintptr_t>(p))); }
+    size_t size() const { return size_; }
+
+  private:
+    std::vector<uint64_t> slots_;
+    size_t size_ = 0;
+
+    uint64_t &find(uint64_t key) {
+        size_t mask = slots_.size() - 1, at = size_t(key * 0x9E3779B97F4A7C15u >> 20) & mask;
+        while (slots_[at] && slots_[at] != key) at = (at + 1) & mask;
+        return slots_[at];
+    }
+    void grow() {
+        std::vector<uint64_t> old(2 * slots_.size(), 0);
+        old.swap(slots_);
+        for (uint64_t key : old)
+            if (key) find(key) = key;
+    }
+};
+
+// One check of the current function. Each member gives whether all is well; the first fault is described in
+// `fault_` and ends the check.
+class CHECK {
+  public:
+    CHECK() : function_(currfuninfo) {}
+    bool graph() { return scan_blocks() && block_lists() && labels() && edges() && dominators(); }
+    bool contents() { return scopes() && symbols() && statements() && label_counts(); }
+    // For the second without the first.
+    bool scan() { return scan_blocks() && labels(); }
+    const std::string &fault() const { return fault_; }
+
+  private:
+    FUNINFO *function_;
+    std::string fault_;
+    KEY_SET blocks_, labels_, chained_, scopes_, nodes_;
+    std::vector<BBLK *> flow_;
+    std::vector<NODE *> refs_;
+    const BBLK *bb_ = nullptr;
+    const LIST *statement_ = nullptr;
+
+    bool fail(const char *format, ...) __attribute__((format(printf, 2, 3)));
+    bool scan_blocks();
+    bool block_lists();
+    bool labels();
+    bool edges();
+    bool edges_of(BBLK *bb, KEY_SET &pairs);
+    bool dominators();
+    bool scopes();
+    bool symbols();
+    bool symbol(const SYMTAB *s);
+    bool statements();
+    bool transfer(const LIST *s);
+    bool cases(const NODE *sw);
+    bool tree(const NODE *root);
+    bool node(const NODE *n);
+    bool name(const NODE *n);
+    bool label_counts();
+};
+
+bool CHECK::fail(const char *format, ...) {
+    char text[512];
+    va_list args;
+    va_start(args, format);
+    vsnprintf(text, sizeof text, format, args);
+    va_end(args);
+    fault_ = "function " + function_->name;
+    if (bb_) fault_ += ", BB" + std::to_string(bb_->dfn);
+    if (statement_) fault_ += ", \"" + stmt2infix(statement_->tree) + "\"";
+    fault_ += ": ";
+    fault_ += text;
+    return false;
+}
+
+// --- blocks ---
+
+std::string block_name(const BBLK *bb) { return "BB" + std::to_string(bb->dfn); }
+
+// The blocks in flow order, and their statements, once each; what follows may walk both without fear of rings.
+bool CHECK::scan_blocks() {
+    if (!function_->bb_list) return fail("currfuninfo->bb_list == NULL");
+    for (BBLK *bb = function_->bb_list; bb; bb = bb->dflink) {
+        if (!blocks_.add(bb)) return fail("%s has improper <dflink>", block_name(flow_.back()).c_str());
+        flow_.push_back(bb);
+    }
+    KEY_SET entries;
+    for (BBLK *bb : flow_) {
+        bb_ = bb;
+        if (!bb->statements) return fail("the block is empty");
+        for (const LIST *s = bb->statements; s; s = s->next) {
+            if (!entries.add(s))
+                return fail("the list of statements is a ring, or shared with another block");
+            if (!s->tree) return fail("a statement has no tree");
+            if (s->tree->op == ILLOP) return fail("a statement has been erased");
+        }
+    }
+    bb_ = nullptr;
+    return true;
+}
+
+bool CHECK::block_lists() {
+    BBLK *previous = flow_.back();
+    for (BBLK *bb : flow_) {
+        if (bb->rdflink != previous) return fail("%s has improper <rdflink>", block_name(bb).c_str());
+        previous = bb;
+    }
+    const BBLK *last = nullptr;
+    size_t created = 0;
+    for (BBLK *bb = function_->uo_list; bb; bb = bb->uolink) {
+        if (bb->uoprev != last) return fail("%s has improper <uoprev>", block_name(bb).c_str());
+        if (!blocks_.has(bb))
+            return fail("%s is in order of creation but not in flow order", block_name(bb).c_str());
+        last = bb;
+        created++; // ends: uoprev is one block, so that a ring fails above
+    }
+    if (created != flow_.size()) return fail("a block is in flow order but not in order of creation");
+    for (BBLK *bb : flow_) {
+        bb_ = bb;
+        if (bb->owner != function_) return fail("the block is owned by another function");
+        if (bb->serial_number >= function_->blocks.size() || function_->blocks[bb->serial_number] != bb)
+            return fail("the block is not in its slot %u", bb->serial_number);
+    }
+    bb_ = nullptr;
+    if (!function_->blocks_are_numbered) return true;
+    int number = 0;
+    for (BBLK *bb : flow_)
+        if (bb->dfn != ++number) return fail("%s should have the number %d", block_name(bb).c_str(), number);
+    if (function_->bb_count != flow_.size())
+        return fail("bb_count is %u for %zu blocks", function_->bb_count, flow_.size());
+    return true;
+}
+
+bool CHECK::labels() {
+    KEY_SET numbers(flow_.size());
+    for (BBLK *bb : flow_) {
+        bb_ = bb;
+        for (LBL *label = bb->labels; label; label = label->next) {
+            if (!labels_.add(label))
+                return fail("label %d is on two chains, or its chain is a ring", label->number);
+            if (label->block != bb) return fail("label %d of the block leads elsewhere", label->number);
+            if (!numbers.add(uint64_t(uint32_t(label->number)) + 1))
+                return fail("two labels have the number %d", label->number);
+        }
+    }
+    bb_ = nullptr;
+    return true;
+}
+
+// --- edges ---
+
+uint64_t pair_of(const BBLK *from, const BBLK *to) {
+    return (uint64_t(from->serial_number) << 32 | to->serial_number) + 1;
+}
+
+bool CHECK::edges_of(BBLK *bb, KEY_SET &pairs) {
+    KEY_SET targets(8), succs(8);
+    refs_.clear();
+    LIST *last = last_statement(bb);
+    if (last && last->tree) collect_labelrefs(last->tree, refs_);
+    for (NODE *ref : refs_) {
+        if (!ref->label) return fail("a LABEL has no label");
+        if (!labels_.has(ref->label)) return fail("a LABEL leads to no label of the function's blocks");
+        targets.add(ref->label->block);
+    }
+    for (EDGE *e = bb->succs; e; e = e->next) {
+        if (!blocks_.has(e->block)) return fail("a successor is no block of the function");
+        if (!succs.add(e->block)) return fail("%s is a successor twice", block_name(e->block).c_str());
+        if (!targets.has(e->block))
+            return fail("%s is a successor, but the transfer does not name it", block_name(e->block).c_str());
+        pairs.add(pair_of(bb, e->block));
+    }
+    if (succs.size() == targets.size()) return true;
+    for (NODE *ref : refs_)
+        if (!succs.has(ref->label->block))
+            return fail("the transfer names %s, which is no successor",
+                        block_name(ref->label->block).c_str());
+    return true;
+}
+
+bool CHECK::edges() {
+    KEY_SET pairs(4 * flow_.size()), backward(4 * flow_.size());
+    for (BBLK *bb : flow_) {
+        bb_ = bb;
+        if (!edges_of(bb, pairs)) return false;
+    }
+    for (BBLK *bb : flow_) {
+        bb_ = bb;
+        for (EDGE *e = bb->preds; e; e = e->next) {
+            if (!blocks_.has(e->block)) return fail("a predecessor is no block of the function");
+            if (!backward.add(pair_of(e->block, bb)))
+                return fail("%s is a predecessor twice", block_name(e->block).c_str());
+            if (!pairs.has(pair_of(e->block, bb)))
+                return fail("%s is a predecessor without being one's successor",
+                            block_name(e->block).c_str());
+        }
+    }
+    for (BBLK *bb : flow_) {
+        bb_ = bb;
+        for (EDGE *e = bb->succs; e; e = e->next)
+            if (!backward.has(pair_of(bb, e->block)))
+                return fail("%s does not know the block as predecessor", block_name(e->block).c_str());
+    }
+    bb_ = function_->bb_list;
+    if (bb_->preds) return fail("the entry has a predecessor");
+    bb_ = nullptr;
+    return true;
+}
+
+bool CHECK::dominators() {
+    const Dominator *d = function_->dominator;
+    if (!d || d->stale || d->bb_count != function_->bb_count) return true;
+    for (BBLK *bb : flow_)
+        if (bb->dfn < 1 || size_t(bb->dfn) >= d->block.size() || d->block[size_t(bb->dfn)] != bb)
+            return fail("%s has moved under the dominators", block_name(bb).c_str());
+    return true;
+}
+
+// --- scopes and symbols ---
+
+bool CHECK::scopes() {
+    std::vector<const LS *> todo;
+    if (function_->scopes) todo.push_back(function_->scopes);
+    while (!todo.empty()) {
+        const LS *scope = todo.back();
+        todo.pop_back();
+        if (!scopes_.add(scope)) return fail("scope #%d stands in the tree twice", scope->number);
+        const LS *last = nullptr;
+        for (const LS *child = scope->child; child; child = child->sibling) {
+            if (child->parent != scope) return fail("scope #%d has another parent", child->number);
+            todo.push_back(child);
+            last = child;
+        }
+        if (scope->last_child != last) return fail("scope #%d has another last child", scope->number);
+    }
+    return true;
+}
+
+bool class_is_known(int sclass) {
+    switch (sclass) {
+    case SC_AUTO:
+    case SC_EXTDEF:
+    case SC_STATIC:
+    case SC_REG_LOCAL:
+    case SC_EXTREF:
+    case SC_NOT_STACK:
+    case SC_PARM:
+    case SC_REG_PARM:
+    case SC_REG_LOCAL2:
+    case SC_SPECIAL_PARM: return true;
+    default: return false;
+    }
+}
+
+bool CHECK::symbol(const SYMTAB *s) {
+    if (!s->name) return fail("a symbol has no name");
+    if (!s->type || !s->otype) return fail("the symbol %s has no type", s->name);
+    if (!class_is_known(s->sclass)) return fail("the symbol %s has class %d", s->name, s->sclass);
+    if (!s->is_function() && s->size != s->type->size)
+        return fail("the symbol %s has %u bits, its type %llu", s->name, s->size,
+                    (unsigned long long)s->type->size);
+    if (s->level != 0 && s->scope && !scopes_.has(s->scope))
+        return fail("the symbol %s has a scope outside the function", s->name);
+    return true;
+}
+
+bool CHECK::symbols() {
+    for (const SYMTAB *chain :
+         {function_->symbols, function_->temporaries, function_->scalars, function_->nonscalars})
+        for (const SYMTAB *s = chain; s; s = s->next) {
+            if (!chained_.add(s))
+                return fail("the symbol %s is in two chains, or its chain is a ring", s->name);
+            if (s->level != 1 && s->level != 2)
+                return fail("the symbol %s in a chain of the function has level %d", s->name, s->level);
+            if (!symbol(s)) return false;
+        }
+    return true;
+}
+
+// --- statements ---
+
+bool op_is_transfer(int op) {
+    return op == BRANCH || op == IF || op == SWITCH || op == RETURN || op == URETURN;
+}
+
+bool CHECK::cases(const NODE *sw) {
+    const NODE *chain = sw->right;
+    const NODE *last = chain->op == COMMA ? chain->right : chain;
+    if (last->op != DEFAULT) return fail("the cases do not end in a DEFAULT");
+    for (chain = chain->op == COMMA ? chain->left : nullptr; chain;
+         chain = chain->op == COMMA ? chain->left : nullptr) {
+        const NODE *item = chain->op == COMMA ? chain->right : chain;
+        if (item->op != CASE) return fail("something stands among the cases that is none");
+    }
+    return true;
+}
+
+bool CHECK::transfer(const LIST *s) {
+    const NODE *t = s->tree;
+    if (t->op == LABELDEF || t->op == CBRANCH) return fail("a form of before the flow graph is left");
+    if (!s->next && !op_is_transfer(t->op)) return fail("the block does not end in a transfer");
+    if (s->next && op_is_transfer(t->op)) return fail("a transfer stands in the middle of a block");
+    if (t->op == SWITCH) return cases(t);
+    if (t->op == URETURN && (t->left->op != NAME || strcmp(t->left->u.sym->name, function_->symbol->name)))
+        return fail("a URETURN names something other than the function");
+    if (t->op == PCOMMA && (bb_ != function_->bb_list || !tree_is_extended_arg_prolog(t)))
+        return fail("a PCOMMA is no argument prolog");
+    return true;
+}
+
+bool CHECK::name(const NODE *n) {
+    const SYMTAB *s = n->u.sym;
+    if (s->level == 0) return true;
+    if (s->level < 0 || s->level > 2) return fail("the symbol %s has level %d", s->name, s->level);
+    if (chained_.has(s)) return true;
+    // What is no object of the frame stands in no chain.
+    if (s->sclass == SC_NOT_STACK || s->sclass == SC_STATIC || s->sclass == SC_EXTREF ||
+        s->sclass == SC_EXTDEF)
+        return symbol(s);
+    return fail("the symbol %s is in no chain of the function", s->name);
+}
+
+bool CHECK::node(const NODE *n) {
+    if (!nodes_.add(n)) return fail("a node has two parents");
+    if (n->scope && !scopes_.has(n->scope)) return fail("a node has a scope outside the function");
+    if (n->op == NAME) return name(n);
+    if ((n->op == CALL || n->op == UCALL) && n->i_eht_id && n->i_eht_id >= function_->eht_size)
+        return fail("a call names entry %u of an exception table of %u", n->i_eht_id, function_->eht_size);
+    return true;
+}
+
+bool CHECK::tree(const NODE *root) {
+    if (const char *error = tree_shape_error(root, true)) return fail("%s", error);
+    bool good = true, at_root = true;
+    for_each_node(root, [&](const NODE *n) {
+        good = node(n);
+        if (good && !at_root && op_is_transfer(n->op)) good = fail("a transfer stands inside a statement");
+        at_root = false;
+        return !good ? WALK_STOP : n->op == CSE_DUPE ? WALK_OVER : WALK_INTO;
+    });
+    return good;
+}
+
+bool CHECK::statements() {
+    for (BBLK *bb : flow_) {
+        bb_ = bb;
+        for (const LIST *s = bb->statements; s; s = s->next) {
+            statement_ = s;
+            if (!tree(s->tree) || !transfer(s)) return false;
+        }
+        statement_ = nullptr;
+    }
+    bb_ = nullptr;
+    return true;
+}
+
+bool CHECK::label_counts() {
+    std::unordered_map<const LBL *, unsigned> uses;
+    for (BBLK *bb : flow_) {
+        bb_ = bb;
+        refs_.clear();
+        collect_labelrefs(last_statement(bb)->tree, refs_);
+        for (NODE *ref : refs_) {
+            if (!ref->label || !labels_.has(ref->label))
+                return fail("a LABEL leads to no label of the function's blocks");
+            if (++uses[ref->label] > ref->label->refcount)
+                return fail("label %d has more references than its count of %u", ref->label->number,
+                            ref->label->refcount);
+        }
+    }
+    bb_ = nullptr;
+    return true;
+}
+
+void report_fault(const std::string &fault, const char *after) {
+    if (fault.empty()) return;
+    std::string text = " +++++ ";
+    if (after) text += std::string("after ") + after + ": ";
+    text += fault;
+    dprintf("%s\n", text.c_str());
+    fprintf(stderr, "%s\n", text.c_str());
+    abort_optimizer();
+}
+
+} // namespace
+
+std::string find_structure_fault() {
+    CHECK check;
+    if (check.graph()) check.contents();
+    return check.fault();
+}
+
+bool validate_function(const char *after) {
+    report_fault(find_structure_fault(), after);
+    return true;
+}
+
+void validate_cfg() {
+    CHECK check;
+    check.graph();
+    report_fault(check.fault(), nullptr);
+}
+
+void validate_stmts() {
+    CHECK check;
+    if (check.scan()) check.contents();
+    report_fault(check.fault(), nullptr);
+}
