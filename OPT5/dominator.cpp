@@ -114,10 +114,12 @@ void DOMINATOR_TREE::build(const std::vector<BBLK *> &roots, int above, std::vec
     best_.resize(n);
     for (size_t i = 0; i < n; i++) best_[i] = int(i);
     semi_ = best_;
-    for (BBLK *root : roots) semi_[size_t(number_[size_t(root->dfn)])] = 0;
+    std::vector<uint8_t> is_root(n, 0);
+    for (BBLK *root : roots) is_root[size_t(number_[size_t(root->dfn)])] = 1;
 
     for (int w = int(n) - 1; w > 0; w--) {
         int &semi = semi_[size_t(w)];
+        if (is_root[size_t(w)]) semi = 0; // an edge from the virtual block
         for (EDGE *e = previous_(order_[size_t(w)]); e && semi; e = e->next) {
             int v = number_[size_t(e->block->dfn)];
             if (v != UNREACHED) semi = std::min(semi, semi_[size_t(eval(v))]);

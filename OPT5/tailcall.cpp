@@ -1,5 +1,6 @@
 #include "OPT5/tailcall.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "OPT5/bbutils.h"
@@ -148,7 +149,10 @@ bool match_arguments(NODE *prolog, NODE *args, std::vector<PASSED> *passed) {
         if (!may_be_reassigned(p.target, plain)) return false;
         p.value = arg; // replaced by its own copy once all leaves match
         passed->push_back(p);
-        if (!more) return true;
+        if (!more) {
+            std::reverse(passed->begin(), passed->end());
+            return true;
+        }
         prolog = prolog->left;
         args = args->left;
     }
@@ -178,7 +182,8 @@ NODE *assignment(const PASSED &p, NODE *value) {
 }
 
 // All targets get their values as if at once. An assignment can go when no other value that is still to be taken
-// reads its target; when none can, the first value waits in a temporary, which frees what it reads.
+// reads its target. When none can, some of them form a ring; the value of one in it waits in a temporary, which frees
+// the target that it reads.
 NODE *parallel_assignment(std::vector<PASSED> passed) {
     NODE *result = nullptr;
     auto emit = [&](NODE *asg) { result = result ? mk_COMMAOP(result, asg) : asg; };
@@ -187,23 +192,33 @@ NODE *parallel_assignment(std::vector<PASSED> passed) {
         erase_tree(p.value);
         return true;
     });
+    auto wait_in_temporary = [&](PASSED &p) {
+        SYMTAB *temp = sym_temp('T', -1, p.target->type->stqs(), p.leaf->scope);
+        emit(mk_ASG(mk_NAME(temp, p.leaf->scope), p.value));
+        p.value = mk_NAME(temp, p.leaf->scope);
+    };
+    // Nothing says in which order arguments are evaluated; several with effects keep the usual one all the same.
+    auto has_effects = [](const PASSED &p) { return tree_has_side_effects(p.value); };
+    if (std::count_if(passed.begin(), passed.end(), has_effects) > 1)
+        for (PASSED &p : passed)
+            if (has_effects(p)) wait_in_temporary(p);
+    // A value other than the i-th that reads the i-th target; none: passed.size().
+    auto reader_of = [&](size_t i) {
+        size_t k = 0;
+        while (k < passed.size() && (k == i || !reads_symbol(passed[k].value, passed[i].target))) k++;
+        return k;
+    };
     while (!passed.empty()) {
         size_t i = 0;
-        for (; i < passed.size(); i++) {
-            bool read_by_other = false;
-            for (size_t k = 0; k < passed.size() && !read_by_other; k++)
-                read_by_other = k != i && reads_symbol(passed[k].value, passed[i].target);
-            if (!read_by_other) break;
-        }
-        if (i == passed.size()) {
-            PASSED &p = passed.front();
-            SYMTAB *temp = sym_temp('T', -1, p.target->type->stqs(), p.leaf->scope);
-            emit(mk_ASG(mk_NAME(temp, p.leaf->scope), p.value));
-            p.value = mk_NAME(temp, p.leaf->scope);
+        while (i < passed.size() && reader_of(i) < passed.size()) i++;
+        if (i < passed.size()) {
+            emit(assignment(passed[i], passed[i].value));
+            passed.erase(passed.begin() + long(i));
             continue;
         }
-        emit(assignment(passed[i], passed[i].value));
-        passed.erase(passed.begin() + long(i));
+        std::vector<uint8_t> seen(passed.size(), 0);
+        for (i = 0; !seen[i]; i = reader_of(i)) seen[i] = 1;
+        wait_in_temporary(passed[i]);
     }
     return result;
 }

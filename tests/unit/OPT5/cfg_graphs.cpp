@@ -126,14 +126,14 @@ void expect_trees_right(FUNINFO *f) {
         size_t here = place.size();
         ASSERT_TRUE(place.emplace(bb->dfn, here).second);
         int up = d.immediate_dominator(bb);
-        if (up > 0) ASSERT_TRUE(place.count(up));
+        if (up > 0) { ASSERT_TRUE(place.count(up)); }
     }
     place.clear();
     for (BBLK *bb : d.depth_first_postdoms()) {
         size_t here = place.size();
         ASSERT_TRUE(place.emplace(bb->dfn, here).second);
         int up = d.immediate_post_dominator(bb);
-        if (up <= int(f->bb_count)) ASSERT_TRUE(place.count(up));
+        if (up <= int(f->bb_count)) { ASSERT_TRUE(place.count(up)); }
     }
     ASSERT_EQ(place.size(), f->bb_count); // every block reaches some exit
     for (unsigned n = 1; n <= f->bb_count; n++)
@@ -261,9 +261,10 @@ TEST_F(cfg_graphs, split_critical_edges_leaves_none) {
         build();
         split_critical_edges(true);
         expect_sound("split");
-        for (BBLK *b = f->bb_list; b; b = b->dflink)
-            if (b->succs && b->succs->next)
-                for (EDGE *e = b->succs; e; e = e->next) EXPECT_EQ(e->block->preds->next, nullptr);
+        for (BBLK *b = f->bb_list; b; b = b->dflink) {
+            if (!b->succs || !b->succs->next) continue;
+            for (EDGE *e = b->succs; e; e = e->next) EXPECT_EQ(e->block->preds->next, nullptr);
+        }
     }
 }
 
@@ -313,10 +314,14 @@ TEST_F(cfg_graphs, a_default_anywhere_among_the_cases_is_the_default) {
         restart(0);
         SYMTAB *x = local("x");
         NODE *chain = nullptr;
-        int value = 1;
+        int value = 0;
         for (int k = 0; k <= 2; k++) {
-            NODE *item = k == place ? maketree(DEFAULT, L(3), nullptr, i, scope())
-                                    : maketree(CASE, I(value++), L(value), i, scope());
+            NODE *item = maketree(DEFAULT, L(3), nullptr, i, scope());
+            if (k != place) {
+                erase_tree(item);
+                value++;
+                item = maketree(CASE, I(value), L(value), i, scope());
+            }
             chain = chain ? maketree(COMMA, chain, item, i, scope()) : item;
         }
         add(maketree(SWITCH, N(x), chain, tp->void_type(), scope()));
@@ -413,10 +418,14 @@ TEST_F(cfg_graphs, edge_lists_are_sets_and_sort) {
     std::vector<BBLK *> all;
     for (BBLK *b = f->bb_list; b; b = b->dflink) all.push_back(b);
     EDGE *list = nullptr;
-    for (size_t k = 0; k < all.size(); k++) list = add_edge(all[(k * 7) % all.size()], list, double(all[(k * 7) % all.size()]->dfn));
+    for (size_t k = 0; k < all.size(); k++) { // from both ends inwards
+        BBLK *b = all[k % 2 ? k / 2 : all.size() - 1 - k / 2];
+        list = add_edge(b, list, b->dfn);
+    }
     int n = edge_length(list);
     dominators().dominates(1, 1);
-    EXPECT_EQ(add_edge(all[3], list, 5), list);
+    EDGE *same = add_edge(all[3], list, 5);
+    EXPECT_EQ(same, list);
     EXPECT_FALSE(f->dominator->stale); // nothing was added
     EXPECT_EQ(edge_length(list), n);
     for (EDGE *(*sort)(EDGE *) : {sort_edge_list, fast_sort_edge_list}) {

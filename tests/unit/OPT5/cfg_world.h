@@ -314,9 +314,9 @@ struct MACHINE {
         for (size_t pc = 0; pc < code.size(); pc++) {
             NODE *t = code[pc];
             if (--steps < 0) throw OUT_OF_STEPS();
-            if (t->op == RETURN) return eval(t->right);
             if (t->op == URETURN) return 0;
             try {
+                if (t->op == RETURN) return eval(t->right);
                 if (transfers(t)) {
                     if (NODE *ref = taken(t)) pc = labels.at(long(ref->u.lval.to_int64()));
                 } else if (t->op != LABELDEF) {
