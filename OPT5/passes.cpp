@@ -9,6 +9,7 @@
 #include "OPT5/funinfo.h"
 #include "OPT5/infix.h"
 #include "OPT5/pipeline.h"
+#include "OPT5/validate.h"
 #include "support/dbgout.h"
 #include "support/register_option.h"
 
@@ -20,6 +21,7 @@ namespace {
 
 const register_option list_switch("debug:list_passes");
 const register_option skip_switch("debug:skip_pass");
+const register_option validate_switch("debug:validate");
 
 const register_option times_switch("debug:pass_times");
 
@@ -76,6 +78,7 @@ void pass::run() {
     nested_seconds = outer_nested + elapsed;
     ++runs;
 
+    if (validate_switch && currfuninfo && currfuninfo->bb_list) validate_function(name.c_str());
     dprintf("(%.1f sec for pass.)\n", elapsed);
     dprintf("\n\n\n\t\t\t---------- EXITING step %u '%s' ----------\n", serial_number, name.c_str());
     dump_flow_graph();

@@ -26,9 +26,11 @@
 #include "OPT5/symtab.h"
 #include "OPT5/tree.h"
 #include "OPT5/treewalk.h"
+#include "OPT5/validate.h"
 #include "OPT5/write.h"
 #include "ifile/if_file.h"
 #include "support/fatal.h"
+#include "support/register_option.h"
 #include "typepkg/type_merge.h"
 
 std::vector<OPTION_SET *> icode_optionlist;
@@ -232,6 +234,7 @@ void build_function() {
     buildcfg();
     simpcfg(false, false);
     fast_CP(4, 1);
+    if (pass_debug("validate")) validate_function("reading");
 }
 
 // --- the client ---

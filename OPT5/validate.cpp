@@ -1,10 +1,10 @@
 #include "OPT5/validate.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <unordered_map>
 #include <vector>
 
 #include "OPT5/bbutils.h"
@@ -26,9 +26,8 @@ namespace {
 class KEY_SET {
   public:
     explicit KEY_SET(size_t expected = 64) {
-        size_t capacity = 64;
-        while (capacity < 2 * expected) capacity *= 2;
-        slots_.assign(capacity, 0);
+        while (size_t{1} << bits_ < 2 * expected) bits_++;
+        slots_.assign(size_t{1} << bits_, 0);
     }
     // Whether the key is new.
     bool add(uint64_t key) {
@@ -49,14 +48,16 @@ class KEY_SET {
   private:
     std::vector<uint64_t> slots_;
     size_t size_ = 0;
+    int bits_ = 6; // slots_.size() is two to this
 
     uint64_t &find(uint64_t key) {
-        size_t mask = slots_.size() - 1, at = size_t(key * 0x9E3779B97F4A7C15u >> 20) & mask;
+        // both halves of a pair must reach the top bits
+        size_t mask = slots_.size() - 1, at = size_t((key ^ key >> 32) * 0x9E3779B97F4A7C15u >> (64 - bits_));
         while (slots_[at] && slots_[at] != key) at = (at + 1) & mask;
         return slots_[at];
     }
     void grow() {
-        std::vector<uint64_t> old(2 * slots_.size(), 0);
+        std::vector<uint64_t> old(size_t{1} << ++bits_, 0);
         old.swap(slots_);
         for (uint64_t key : old)
             if (key) find(key) = key;
@@ -77,7 +78,7 @@ class CHECK {
   private:
     FUNINFO *function_;
     std::string fault_;
-    KEY_SET blocks_, labels_, chained_, scopes_, nodes_;
+    KEY_SET blocks_, labels_, wanted_, chained_, scopes_, nodes_;
     std::vector<BBLK *> flow_;
     std::vector<NODE *> refs_;
     const BBLK *bb_ = nullptr;
@@ -197,25 +198,26 @@ uint64_t pair_of(const BBLK *from, const BBLK *to) {
 }
 
 bool CHECK::edges_of(BBLK *bb, KEY_SET &pairs) {
-    KEY_SET targets(8), succs(8);
     refs_.clear();
     LIST *last = last_statement(bb);
     if (last && last->tree) collect_labelrefs(last->tree, refs_);
+    unsigned wanted = 0;
     for (NODE *ref : refs_) {
         if (!ref->label) return fail("a LABEL has no label");
         if (!labels_.has(ref->label)) return fail("a LABEL leads to no label of the function's blocks");
-        targets.add(ref->label->block);
+        wanted += wanted_.add(pair_of(bb, ref->label->block));
     }
-    for (EDGE *e = bb->succs; e; e = e->next) {
+    unsigned found = 0;
+    for (EDGE *e = bb->succs; e; e = e->next, found++) {
         if (!blocks_.has(e->block)) return fail("a successor is no block of the function");
-        if (!succs.add(e->block)) return fail("%s is a successor twice", block_name(e->block).c_str());
-        if (!targets.has(e->block))
+        if (!pairs.add(pair_of(bb, e->block)))
+            return fail("%s is a successor twice", block_name(e->block).c_str());
+        if (!wanted_.has(pair_of(bb, e->block)))
             return fail("%s is a successor, but the transfer does not name it", block_name(e->block).c_str());
-        pairs.add(pair_of(bb, e->block));
     }
-    if (succs.size() == targets.size()) return true;
+    if (found == wanted) return true;
     for (NODE *ref : refs_)
-        if (!succs.has(ref->label->block))
+        if (!pairs.has(pair_of(bb, ref->label->block)))
             return fail("the transfer names %s, which is no successor",
                         block_name(ref->label->block).c_str());
     return true;
@@ -263,14 +265,17 @@ bool CHECK::dominators() {
 
 bool CHECK::scopes() {
     std::vector<const LS *> todo;
-    if (function_->scopes) todo.push_back(function_->scopes);
+    if (function_->scopes) {
+        todo.push_back(function_->scopes);
+        scopes_.add(function_->scopes);
+    }
     while (!todo.empty()) {
         const LS *scope = todo.back();
         todo.pop_back();
-        if (!scopes_.add(scope)) return fail("scope #%d stands in the tree twice", scope->number);
         const LS *last = nullptr;
         for (const LS *child = scope->child; child; child = child->sibling) {
             if (child->parent != scope) return fail("scope #%d has another parent", child->number);
+            if (!scopes_.add(child)) return fail("scope #%d stands in the tree twice", child->number);
             todo.push_back(child);
             last = child;
         }
@@ -398,7 +403,7 @@ bool CHECK::statements() {
 }
 
 bool CHECK::label_counts() {
-    std::unordered_map<const LBL *, unsigned> uses;
+    std::vector<LBL *> uses;
     for (BBLK *bb : flow_) {
         bb_ = bb;
         refs_.clear();
@@ -406,12 +411,18 @@ bool CHECK::label_counts() {
         for (NODE *ref : refs_) {
             if (!ref->label || !labels_.has(ref->label))
                 return fail("a LABEL leads to no label of the function's blocks");
-            if (++uses[ref->label] > ref->label->refcount)
-                return fail("label %d has more references than its count of %u", ref->label->number,
-                            ref->label->refcount);
+            uses.push_back(ref->label);
         }
     }
     bb_ = nullptr;
+    std::sort(uses.begin(), uses.end());
+    for (size_t from = 0, to; from < uses.size(); from = to) {
+        for (to = from; to < uses.size() && uses[to] == uses[from];) to++;
+        if (to - from <= uses[from]->refcount) continue;
+        bb_ = uses[from]->block;
+        return fail("label %d has %zu references, more than its count of %u", uses[from]->number, to - from,
+                    uses[from]->refcount);
+    }
     return true;
 }
 
