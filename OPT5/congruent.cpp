@@ -130,7 +130,8 @@ MATCH match_roots(const NODE *a, const NODE *b, bool se_ok) {
     if (a == b && !is_unresolved_mix(a)) return MATCHED;
     if (!se_ok && (side_effects[a->op] || side_effects[b->op])) return NO_MATCH;
     if (a->op != b->op) {
-        if (a->op != ILLOP && commute_inv[b->op] == a->op) return types_match(a, b) ? NEEDS_EXCHANGED : NO_MATCH;
+        if (a->op != ILLOP && commute_inv[b->op] == a->op)
+            return types_match(a, b) ? NEEDS_EXCHANGED : NO_MATCH;
         if (!is_prolog_pair(a, b, se_ok) && !is_prolog_pair(b, a, se_ok)) return NO_MATCH;
         return types_match(a, b) ? MATCHED : NO_MATCH;
     }

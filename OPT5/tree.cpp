@@ -340,9 +340,7 @@ NODE *mk_UAND(NODE *lvalue) {
     return maketree(UAND, lvalue, nullptr, tp->mk_ptr(lvalue->type), lvalue->scope);
 }
 
-void note_label_reference(LBL *label) {
-    label->refcount++;
-}
+void note_label_reference(LBL *label) { label->refcount++; }
 
 NODE *mk_LABELDEF(LBL *label) {
     NODE *n = new NODE(LABELDEF, tp->void_type());

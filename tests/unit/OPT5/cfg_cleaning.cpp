@@ -67,7 +67,8 @@ TEST_F(cfg_cleaning, volatile_accesses_and_calls_of_dropped_tests_stay) {
         {"call", "ext", [](cfg_cleaning &t) { return t.B(EQ, t.call(t.ext, {t.I(1)}), t.I(0)); }, 1},
         {"assignment", "x = 7", [](cfg_cleaning &t) { return mk_ASG(t.N(t.x), t.I(7)); }, 1},
         {"volatile assignment", "vol = 7", [](cfg_cleaning &t) { return mk_ASG(t.N(t.vol), t.I(7)); }, 1},
-        {"comma", "vol", [](cfg_cleaning &t) { return maketree(COMMAOP, t.N(t.vol), t.I(1), t.i, t.scope()); }, 1},
+        {"comma", "vol",
+         [](cfg_cleaning &t) { return maketree(COMMAOP, t.N(t.vol), t.I(1), t.i, t.scope()); }, 1},
     };
     for (ROW &row : rows)
         for (int shape = 0; shape < 3; shape++) {

@@ -28,9 +28,7 @@ struct cfg_graphs : cfg_world {
             EXPECT_TRUE(same_log(run_source(v), run_graph(v))) << when;
         }
     }
-    void restart(unsigned) {
-        begin_function(tp->mk_func(i, std::vector<TYPE *>{}));
-    }
+    void restart(unsigned) { begin_function(tp->mk_func(i, std::vector<TYPE *>{})); }
     int count_blocks() {
         int n = 0;
         for (BBLK *b = f->bb_list; b; b = b->dflink) n++;
@@ -105,7 +103,8 @@ void expect_dominators_right(FUNINFO *f) {
     for (int a = 0; a < n; a++)
         for (int b = 0; b < n; b++) {
             ASSERT_EQ(d.dominates(a + 1, b + 1), r.dominates(a, b)) << "BB" << a + 1 << " over BB" << b + 1;
-            ASSERT_EQ(d.post_dominates(a + 1, b + 1), r.post_dominates(a, b)) << "BB" << a + 1 << " behind BB" << b + 1;
+            ASSERT_EQ(d.post_dominates(a + 1, b + 1), r.post_dominates(a, b))
+                << "BB" << a + 1 << " behind BB" << b + 1;
         }
     for (int b = 1; b <= n; b++) { // the closest of the dominators
         int up = d.immediate_dominator(b), out = d.immediate_post_dominator(b);
@@ -179,7 +178,9 @@ TEST_F(cfg_graphs, cleaning_leaves_no_work_behind) {
             NODE *t = last_statement(b)->tree;
             EXPECT_TRUE(b == f->bb_list || b->preds) << "BB" << b->dfn << " is unreachable";
             if (t->op == IF) { EXPECT_NE(t->left->op, ICON); }
-            if (t->op == IF || t->op == SWITCH) { EXPECT_TRUE(b->succs->next) << "one target in " << stmt2infix(t); }
+            if (t->op == IF || t->op == SWITCH) {
+                EXPECT_TRUE(b->succs->next) << "one target in " << stmt2infix(t);
+            }
             if (t->op != BRANCH) continue;
             BBLK *to = b->succs->block;
             EXPECT_TRUE(to->preds->next || to == b) << "BB" << b->dfn << " and its successor are one";
@@ -286,8 +287,18 @@ TEST_F(cfg_graphs, a_switch_without_default_goes_on_behind_it) {
         void (*add)(cfg_world &);
     } rows[] = {
         {"a statement", [](cfg_world &w) { w.note(7); }},
-        {"a label", [](cfg_world &w) { w.label(5); w.note(7); }},
-        {"a branch", [](cfg_world &w) { w.jump(6); w.note(8); w.label(6); w.note(7); }},
+        {"a label",
+         [](cfg_world &w) {
+             w.label(5);
+             w.note(7);
+         }},
+        {"a branch",
+         [](cfg_world &w) {
+             w.jump(6);
+             w.note(8);
+             w.label(6);
+             w.note(7);
+         }},
     };
     for (auto &row : rows) {
         SCOPED_TRACE(row.behind);
@@ -302,7 +313,9 @@ TEST_F(cfg_graphs, a_switch_without_default_goes_on_behind_it) {
         build();
         expect_sound("built");
         for (int v : {0, 1, 2, 3})
-            EXPECT_EQ(run_graph({{x, v}}), v == 1 || v == 2 ? std::vector<long>{4} : (std::vector<long>{7, 3})) << v;
+            EXPECT_EQ(run_graph({{x, v}}),
+                      v == 1 || v == 2 ? std::vector<long>{4} : (std::vector<long>{7, 3}))
+                << v;
         NODE *sw = last_statement(f->bb_list)->tree;
         ASSERT_EQ(sw->op, SWITCH);
         EXPECT_EQ(sw->right->right->op, DEFAULT);
@@ -358,13 +371,47 @@ TEST_F(cfg_graphs, labels_that_are_missing_or_double_are_found) {
         int number;
         bool duplicate;
     } rows[] = {
-        {"sound", [](cfg_world &w) { w.label(1); w.jump(1); }, false, 0, false},
-        {"forward", [](cfg_world &w) { w.jump(2); w.label(2); }, false, 0, false},
-        {"never defined", [](cfg_world &w) { w.label(1); w.jump(4); w.jump(5); }, true, 4, false},
-        {"in a case", [](cfg_world &w) { w.switch_on(w.I(1), {{1, 1}, {2, 8}}, 1); w.label(1); }, true, 8, false},
-        {"second target", [](cfg_world &w) { w.label(1); w.branch_if(w.I(1), 1, 6); }, true, 6, false},
+        {"sound",
+         [](cfg_world &w) {
+             w.label(1);
+             w.jump(1);
+         },
+         false, 0, false},
+        {"forward",
+         [](cfg_world &w) {
+             w.jump(2);
+             w.label(2);
+         },
+         false, 0, false},
+        {"never defined",
+         [](cfg_world &w) {
+             w.label(1);
+             w.jump(4);
+             w.jump(5);
+         },
+         true, 4, false},
+        {"in a case",
+         [](cfg_world &w) {
+             w.switch_on(w.I(1), {{1, 1}, {2, 8}}, 1);
+             w.label(1);
+         },
+         true, 8, false},
+        {"second target",
+         [](cfg_world &w) {
+             w.label(1);
+             w.branch_if(w.I(1), 1, 6);
+         },
+         true, 6, false},
         {"of a branch on false", [](cfg_world &w) { w.cbranch(w.I(1), 3); }, true, 3, false},
-        {"defined twice", [](cfg_world &w) { w.label(2); w.jump(2); w.note(1); w.label(2); w.jump(9); }, true, 2, true},
+        {"defined twice",
+         [](cfg_world &w) {
+             w.label(2);
+             w.jump(2);
+             w.note(1);
+             w.label(2);
+             w.jump(9);
+         },
+         true, 2, true},
     };
     for (auto &row : rows) {
         SCOPED_TRACE(row.program);
@@ -460,7 +507,8 @@ TEST_F(cfg_graphs, dominators_answer_outside_the_range) {
         EXPECT_FALSE(d.post_dominates(1, outside));
     }
     EXPECT_EQ(d.DFSblock(1), f->bb_list);
-    EXPECT_EXIT(d.DFSblock(3), testing::ExitedWithCode(1), "find BB with dfn=3 \\(currfuninfo->bb_count=2\\)");
+    EXPECT_EXIT(d.DFSblock(3), testing::ExitedWithCode(1),
+                "find BB with dfn=3 \\(currfuninfo->bb_count=2\\)");
 }
 
 TEST_F(cfg_graphs, a_function_without_exit_is_known_never_to_return) {

@@ -42,10 +42,11 @@ struct cfg_growth : cfg_world {
     void expect_linear(const char *shape, const std::function<void(int)> &make) {
         const int small = 4000, large = 64000;
         TIMES a = measure(make, small), b = measure(make, large);
-        printf("%-22s ns a piece at %d and %d: build %.0f %.0f, dominators %.0f %.0f, clean %.0f %.0f, check %.0f %.0f\n",
+        printf("%-22s ns a piece at %d and %d: build %.0f %.0f, dominators %.0f %.0f, clean %.0f %.0f, check "
+               "%.0f %.0f\n",
                shape, small, large, 1e9 * a.build / small, 1e9 * b.build / large, 1e9 * a.dominators / small,
-               1e9 * b.dominators / large, 1e9 * a.clean / small, 1e9 * b.clean / large, 1e9 * a.check / small,
-               1e9 * b.check / large);
+               1e9 * b.dominators / large, 1e9 * a.clean / small, 1e9 * b.clean / large,
+               1e9 * a.check / small, 1e9 * b.check / large);
         auto linear = [&](const char *what, double s, double l) {
             // A clock tick on the small side; sixteen times the pieces, up to eight times the price of each.
             EXPECT_LT(l, 8 * (s + 0.0005) * (large / small)) << what << " of " << shape;

@@ -22,8 +22,9 @@ struct cfg_sequence : cfg_world {
             EHT_ENTRY_KIND kind;
             unsigned next;
             int label;
-        } rows[] = {{EHK_ROOT, 0, 0},          {EHK_ROOT, 0, 0},  {EHK_CATCH, 1, 91},         {EHK_CLEANUP, 2, 0},
-                    {EHK_CATCH, 2, 92}, {EHK_THROW_TERMINATE, 1, 0}, {EHK_CLEANUP, 1, 0}};
+        } rows[] = {{EHK_ROOT, 0, 0},    {EHK_ROOT, 0, 0},   {EHK_CATCH, 1, 91},
+                    {EHK_CLEANUP, 2, 0}, {EHK_CATCH, 2, 92}, {EHK_THROW_TERMINATE, 1, 0},
+                    {EHK_CLEANUP, 1, 0}};
         for (unsigned k = 0; k < 7; k++) {
             table[k].id = k;
             table[k].kind = rows[k].kind;
@@ -104,7 +105,8 @@ TEST_F(cfg_sequence, exceptions_end_in_their_handlers_from_any_place) {
          }},
         {"two commas deep",
          [](cfg_sequence &t) {
-             NODE *inner = t.comma(t.throwing(t.N(t.x), 4), t.comma(mk_ASG(t.N(t.x), t.I(2)), t.throwing(t.N(t.x), 2)));
+             NODE *inner =
+                 t.comma(t.throwing(t.N(t.x), 4), t.comma(mk_ASG(t.N(t.x), t.I(2)), t.throwing(t.N(t.x), 2)));
              return mk_ASG(t.N(t.y), t.B(PLUS, inner, t.I(1)));
          }},
         {"right of &&",
@@ -115,7 +117,8 @@ TEST_F(cfg_sequence, exceptions_end_in_their_handlers_from_any_place) {
          [](cfg_sequence &t) { return mk_ASG(t.N(t.y), t.B(ANDAND, t.throwing(t.N(t.x), 2), t.N(t.x))); }},
         {"deep in conditions",
          [](cfg_sequence &t) {
-             NODE *c = t.B(OROR, t.B(ANDAND, t.N(t.x), t.throwing(t.I(4), 4)), t.throwing(t.B(PLUS, t.N(t.x), t.I(1)), 3));
+             NODE *c = t.B(OROR, t.B(ANDAND, t.N(t.x), t.throwing(t.I(4), 4)),
+                           t.throwing(t.B(PLUS, t.N(t.x), t.I(1)), 3));
              return mk_ASG(t.N(t.y), t.B(PLUS, t.B(EQ, c, t.I(1)), t.I(10)));
          }},
         {"an arm of ?:",
@@ -157,7 +160,10 @@ TEST_F(cfg_sequence, exceptions_in_tests_and_results) {
          [](cfg_sequence &t) {
              t.cbranch(t.B(ANDAND, t.B(OROR, t.N(t.x), t.throwing(t.I(1), 4)), t.throwing(t.I(6), 2)), 2);
          }},
-        {"selector", [](cfg_sequence &t) { t.switch_on(t.throwing(t.N(t.x), 4), {{8, 1}, {15, 2}}, 0); }},
+        {"selector",
+         [](cfg_sequence &t) {
+             t.switch_on(t.throwing(t.N(t.x), 4), {{8, 1}, {15, 2}}, 0);
+         }},
         {"result", [](cfg_sequence &t) { t.ret(t.throwing(t.N(t.x), 4)); }},
     };
     for (ROW &row : rows) {
@@ -188,12 +194,13 @@ TEST_F(cfg_sequence, values_that_nobody_wants_become_control) {
          }},
         {"(void)",
          [](cfg_sequence &t) {
-             return maketree(SCONV, t.B(OROR, t.N(t.x), mk_ASG(t.N(t.trace), t.I(1))), nullptr, tp->void_type(),
-                             t.scope());
+             return maketree(SCONV, t.B(OROR, t.N(t.x), mk_ASG(t.N(t.trace), t.I(1))), nullptr,
+                             tp->void_type(), t.scope());
          }},
         {"nested",
          [](cfg_sequence &t) {
-             NODE *arm = t.comma(mk_ASG(t.N(t.y), t.I(1)), t.B(ANDAND, t.N(t.y), mk_ASG(t.N(t.trace), t.I(3))));
+             NODE *arm =
+                 t.comma(mk_ASG(t.N(t.y), t.I(1)), t.B(ANDAND, t.N(t.y), mk_ASG(t.N(t.trace), t.I(3))));
              return t.choose(t.N(t.x), arm, mk_ASG(t.N(t.trace), t.I(2)));
          }},
     };

@@ -78,11 +78,26 @@ TEST_F(cfg_tailcalls, arguments_take_their_places_as_if_at_once) {
         ARGS (*args)(cfg_tailcalls &);
         int temporaries;
     } rows[] = {
-        {"apart", [](cfg_tailcalls &t) { return ARGS{t.B(MINUS, t.P(0), t.I(1)), t.I(5), t.P(2)}; }, 0},
-        {"swap", [](cfg_tailcalls &t) { return ARGS{t.B(MINUS, t.P(0), t.I(1)), t.P(2), t.P(1)}; }, 1},
+        {"apart",
+         [](cfg_tailcalls &t) {
+             return ARGS{t.B(MINUS, t.P(0), t.I(1)), t.I(5), t.P(2)};
+         },
+         0},
+        {"swap",
+         [](cfg_tailcalls &t) {
+             return ARGS{t.B(MINUS, t.P(0), t.I(1)), t.P(2), t.P(1)};
+         },
+         1},
         {"rotate",
-         [](cfg_tailcalls &t) { return ARGS{t.B(MINUS, t.P(1), t.I(3)), t.P(2), t.B(MINUS, t.P(0), t.I(1))}; }, 1},
-        {"chain", [](cfg_tailcalls &t) { return ARGS{t.B(MINUS, t.P(0), t.I(1)), t.P(0), t.P(1)}; }, 0},
+         [](cfg_tailcalls &t) {
+             return ARGS{t.B(MINUS, t.P(1), t.I(3)), t.P(2), t.B(MINUS, t.P(0), t.I(1))};
+         },
+         1},
+        {"chain",
+         [](cfg_tailcalls &t) {
+             return ARGS{t.B(MINUS, t.P(0), t.I(1)), t.P(0), t.P(1)};
+         },
+         0},
         {"sums of all",
          [](cfg_tailcalls &t) {
              return ARGS{t.B(MINUS, t.P(0), t.I(1)), t.B(PLUS, t.P(1), t.P(2)), t.B(PLUS, t.P(1), t.P(0))};
@@ -166,12 +181,15 @@ TEST_F(cfg_tailcalls, what_needs_its_frame_keeps_its_call) {
         bool goes;
     } rows[] = {
         {"nothing of all this", [](cfg_tailcalls &) {}, true},
-        {"low optimization level", [](cfg_tailcalls &) { file_options->setopt(OO_OPT_LEVEL, long(ENUM_OPT_LEVEL_1)); }, false},
+        {"low optimization level",
+         [](cfg_tailcalls &) { file_options->setopt(OO_OPT_LEVEL, long(ENUM_OPT_LEVEL_1)); }, false},
         {"address of a local taken", [](cfg_tailcalls &t) { t.f->local_address_taken = true; }, false},
-        {"volatile parameter",
-         [](cfg_tailcalls &t) { t.p[1]->type = tp->mk_qual(t.i, QUAL_volatile); }, false},
-        {"a const parameter may change", [](cfg_tailcalls &t) { t.p[1]->type = tp->mk_qual(t.i, QUAL_const); }, true},
-        {"incoming parameter used in the body", [](cfg_tailcalls &t) { t.set(t.trace, t.N(t.in[1])); }, false},
+        {"volatile parameter", [](cfg_tailcalls &t) { t.p[1]->type = tp->mk_qual(t.i, QUAL_volatile); },
+         false},
+        {"a const parameter may change",
+         [](cfg_tailcalls &t) { t.p[1]->type = tp->mk_qual(t.i, QUAL_const); }, true},
+        {"incoming parameter used in the body", [](cfg_tailcalls &t) { t.set(t.trace, t.N(t.in[1])); },
+         false},
         {"a call that returns twice",
          [](cfg_tailcalls &t) { t.add(t.call(t.global("_setjmp", t.ext->type), {t.I(1)})); }, false},
         {"a call of something else",
@@ -196,11 +214,18 @@ TEST_F(cfg_tailcalls, calls_that_are_not_in_the_place_or_shape_stay) {
         void (*make)(cfg_tailcalls &);
     } rows[] = {
         {"value changed before the return",
-         [](cfg_tailcalls &t) { t.ret(t.B(PLUS, t.call(t.self, {t.P(0), t.P(1)}), t.I(1))); }},
+         [](cfg_tailcalls &t) {
+             t.ret(t.B(PLUS, t.call(t.self, {t.P(0), t.P(1)}), t.I(1)));
+         }},
         {"something follows",
-         [](cfg_tailcalls &t) { t.add(t.call(t.self, {t.P(0), t.P(1)})), t.note(3), t.ret(); }},
+         [](cfg_tailcalls &t) {
+             t.add(t.call(t.self, {t.P(0), t.P(1)})), t.note(3), t.ret();
+         }},
         {"too few arguments", [](cfg_tailcalls &t) { t.ret(t.call(t.self, {t.P(0)})); }},
-        {"too many arguments", [](cfg_tailcalls &t) { t.ret(t.call(t.self, {t.P(0), t.P(1), t.I(2)})); }},
+        {"too many arguments",
+         [](cfg_tailcalls &t) {
+             t.ret(t.call(t.self, {t.P(0), t.P(1), t.I(2)}));
+         }},
         {"no arguments", [](cfg_tailcalls &t) { t.ret(t.call(t.self, {})); }},
         {"an argument of another kind",
          [](cfg_tailcalls &t) {
@@ -208,7 +233,9 @@ TEST_F(cfg_tailcalls, calls_that_are_not_in_the_place_or_shape_stay) {
              t.ret(t.call(t.self, {t.P(0), d}));
          }},
         {"an argument that writes a parameter",
-         [](cfg_tailcalls &t) { t.ret(t.call(t.self, {mk_ASG(t.P(1), t.I(3)), t.I(4)})); }},
+         [](cfg_tailcalls &t) {
+             t.ret(t.call(t.self, {mk_ASG(t.P(1), t.I(3)), t.I(4)}));
+         }},
         {"a local by reference",
          [](cfg_tailcalls &t) {
              NODE *ref = maketree(ARGREF, t.P(0), nullptr, tp->mk_ptr(t.i), t.scope());
@@ -220,7 +247,11 @@ TEST_F(cfg_tailcalls, calls_that_are_not_in_the_place_or_shape_stay) {
              c->u.lval = INT65(4);
              t.ret(c);
          }},
-        {"another function", [](cfg_tailcalls &t) { t.ret(t.call(t.ext, {t.P(0)})); t.add(t.call(t.self, {})); }},
+        {"another function",
+         [](cfg_tailcalls &t) {
+             t.ret(t.call(t.ext, {t.P(0)}));
+             t.add(t.call(t.self, {}));
+         }},
     };
     for (ROW &row : rows) {
         SCOPED_TRACE(row.what);

@@ -49,40 +49,76 @@ TEST_F(cfg_validated, each_damage_is_found_and_named) {
         {"improper <rdflink>", [](T &t) { t.bb(3)->rdflink = t.bb(1); }},
         {"improper <rdflink>", [](T &t) { t.bb(1)->rdflink = nullptr; }},
         {"improper <uoprev>", [](T &t) { t.f->uo_list->uolink->uoprev = nullptr; }},
-        {"not in flow order", [](T &t) { BBLK *b = t.bb(2); b->dflink = b->dflink->dflink; b->dflink->rdflink = b; }},
-        {"not in order of creation", [](T &t) { t.f->uo_list = t.f->uo_list->uolink; t.f->uo_list->uoprev = nullptr; }},
+        {"not in flow order",
+         [](T &t) {
+             BBLK *b = t.bb(2);
+             b->dflink = b->dflink->dflink;
+             b->dflink->rdflink = b;
+         }},
+        {"not in order of creation",
+         [](T &t) {
+             t.f->uo_list = t.f->uo_list->uolink;
+             t.f->uo_list->uoprev = nullptr;
+         }},
         {"should have the number", [](T &t) { std::swap(t.bb(2)->dfn, t.bb(3)->dfn); }},
         {"bb_count is", [](T &t) { t.f->bb_count++; }},
         {"not in its slot", [](T &t) { t.f->blocks[t.bb(2)->serial_number] = nullptr; }},
         {"the block is empty", [](T &t) { t.bb(2)->statements = nullptr; }},
-        {"the list of statements is a ring", [](T &t) { last_statement(t.bb(2))->next = t.bb(2)->statements; }},
+        {"the list of statements is a ring",
+         [](T &t) { last_statement(t.bb(2))->next = t.bb(2)->statements; }},
         {"a statement has no tree", [](T &t) { t.bb(2)->statements->tree = nullptr; }},
         {"moved under the dominators",
          [](T &t) { std::swap(t.f->dominator->block[2], t.f->dominator->block[3]); }},
         // edges
-        {"is a successor twice", [](T &t) { BBLK *b = t.block_with(IF); b->succs = mkedge(b->succs->block, b->succs); }},
+        {"is a successor twice",
+         [](T &t) {
+             BBLK *b = t.block_with(IF);
+             b->succs = mkedge(b->succs->block, b->succs);
+         }},
         {"but the transfer does not name it",
-         [](T &t) { BBLK *b = t.block_with(IF); b->succs = mkedge(t.bb(1), b->succs); }},
-        {"which is no successor", [](T &t) { BBLK *b = t.block_with(IF); b->succs = b->succs->next; }},
-        {"a predecessor twice", [](T &t) { BBLK *b = t.bb(2); b->preds = mkedge(b->preds->block, b->preds); }},
-        {"without being one's successor", [](T &t) { BBLK *b = t.bb(2); b->preds = mkedge(final_bb, b->preds); }},
+         [](T &t) {
+             BBLK *b = t.block_with(IF);
+             b->succs = mkedge(t.bb(1), b->succs);
+         }},
+        {"which is no successor",
+         [](T &t) {
+             BBLK *b = t.block_with(IF);
+             b->succs = b->succs->next;
+         }},
+        {"a predecessor twice",
+         [](T &t) {
+             BBLK *b = t.bb(2);
+             b->preds = mkedge(b->preds->block, b->preds);
+         }},
+        {"without being one's successor",
+         [](T &t) {
+             BBLK *b = t.bb(2);
+             b->preds = mkedge(final_bb, b->preds);
+         }},
         {"does not know the block as predecessor", [](T &t) { t.bb(2)->preds = t.bb(2)->preds->next; }},
         {"the entry has a predecessor",
-         [](T &t) { remap_labelrefs(t.transfer(IF), t.bb(2), t.bb(1)); refresh_succs(t.block_with(IF)); }},
+         [](T &t) {
+             remap_labelrefs(t.transfer(IF), t.bb(2), t.bb(1));
+             refresh_succs(t.block_with(IF));
+         }},
         // labels
         {"a LABEL has no label", [](T &t) { t.transfer(IF)->right->left->label = nullptr; }},
-        {"no label of the function's blocks", [](T &t) { t.transfer(IF)->right->left->label = mklabel(0, nullptr, t.bb(2)); }},
+        {"no label of the function's blocks",
+         [](T &t) { t.transfer(IF)->right->left->label = mklabel(0, nullptr, t.bb(2)); }},
         {"leads elsewhere", [](T &t) { t.bb(2)->labels->block = t.bb(1); }},
         {"its chain is a ring", [](T &t) { t.bb(2)->labels->next = t.bb(2)->labels; }},
         {"two labels have the number",
          [](T &t) { t.block_with(IF)->labels->number = t.block_with(SWITCH)->labels->number; }},
         {"more than its count", [](T &t) { t.block_with(IF)->labels->refcount = 1; }},
         // statements
-        {"does not end in a transfer",
-         [](T &) { final_bb->statements->tree = mk_ASM_comment("x"); }},
+        {"does not end in a transfer", [](T &) { final_bb->statements->tree = mk_ASM_comment("x"); }},
         {"in the middle of a block",
-         [](T &) { LIST *s = final_bb->statements; s->next = mkelist(copy_tree(s->tree), nullptr, nullptr); }},
-        {"a form of before the flow graph", [](T &t) { t.bb(2)->statements->tree = mk_LABELDEF(t.bb(2)->labels); }},
+         [](T &) {
+             LIST *s = final_bb->statements;
+             s->next = mkelist(copy_tree(s->tree), nullptr, nullptr);
+         }},
+        {"a form of before the flow graph",
+         [](T &t) { t.bb(2)->statements->tree = mk_LABELDEF(t.bb(2)->labels); }},
         {"a form of before the flow graph",
          [](T &t) {
              NODE *b = t.bb(1)->statements->next->tree;
@@ -90,20 +126,46 @@ TEST_F(cfg_validated, each_damage_is_found_and_named) {
              b->right = b->left;
              b->left = t.I(1);
          }},
-        {"do not end in a DEFAULT", [](T &t) { NODE *sw = t.transfer(SWITCH); std::swap(sw->right->left->right, sw->right->right); }},
-        {"among the cases that is none", [](T &t) { t.transfer(SWITCH)->right->left->left->left->op = PLUS; }},
+        {"do not end in a DEFAULT",
+         [](T &t) {
+             NODE *sw = t.transfer(SWITCH);
+             std::swap(sw->right->left->right, sw->right->right);
+         }},
+        {"among the cases that is none",
+         [](T &t) { t.transfer(SWITCH)->right->left->left->left->op = PLUS; }},
         {"a URETURN names something other", [](T &t) { final_bb->statements->tree->left->u.sym = t.ext; }},
-        {"is no argument prolog", [](T &t) { LIST *s = t.bb(2)->statements; s->next = mkelist(copy_tree(t.bb(1)->statements->tree), s->next, nullptr); }},
-        {"a transfer stands inside", [](T &t) { LIST *s = t.bb(2)->statements; s->tree = maketree(COMMAOP, copy_tree(final_bb->statements->tree), t.I(1), t.i, nullptr); }},
+        {"is no argument prolog",
+         [](T &t) {
+             LIST *s = t.bb(2)->statements;
+             s->next = mkelist(copy_tree(t.bb(1)->statements->tree), s->next, nullptr);
+         }},
+        {"a transfer stands inside",
+         [](T &t) {
+             LIST *s = t.bb(2)->statements;
+             s->tree = maketree(COMMAOP, copy_tree(final_bb->statements->tree), t.I(1), t.i, nullptr);
+         }},
         // trees
-        {"a node has two parents", [](T &t) { NODE *a = t.bb(2)->statements->tree; a->right->right = a->left; }},
-        {"a part of itself", [](T &t) { NODE *a = t.bb(2)->statements->tree; a->right->left = a->right; }},
+        {"a node has two parents",
+         [](T &t) {
+             NODE *a = t.bb(2)->statements->tree;
+             a->right->right = a->left;
+         }},
+        {"a part of itself",
+         [](T &t) {
+             NODE *a = t.bb(2)->statements->tree;
+             a->right->left = a->right;
+         }},
         {"operand is missing", [](T &t) { t.bb(2)->statements->tree->right->right = nullptr; }},
         {"a value without a type", [](T &t) { t.bb(2)->statements->tree->right->type = nullptr; }},
         {"a NAME without a symbol", [](T &t) { t.bb(2)->statements->tree->left->u.sym = nullptr; }},
-        {"an ICON beyond its type", [](T &t) { t.bb(2)->statements->tree->right->right->u.lval = INT65(1LL << 40); }},
+        {"an ICON beyond its type",
+         [](T &t) { t.bb(2)->statements->tree->right->right->u.lval = INT65(1LL << 40); }},
         {"opcode that does not exist", [](T &t) { t.bb(2)->statements->tree->right->op = 120; }},
-        {"scope outside the function", [](T &t) { static LS other; t.bb(2)->statements->tree->right->scope = &other; }},
+        {"scope outside the function",
+         [](T &t) {
+             static LS other;
+             t.bb(2)->statements->tree->right->scope = &other;
+         }},
         {"names entry 3 of an exception table of 0",
          [](T &t) {
              for (BBLK *b = t.f->bb_list; b; b = b->dflink)
@@ -118,7 +180,11 @@ TEST_F(cfg_validated, each_damage_is_found_and_named) {
         {"has 31 bits", [](T &t) { t.x->size = 31; }},
         {"has no type", [](T &t) { t.x->otype = nullptr; }},
         {"a symbol has no name", [](T &t) { t.x->name = nullptr; }},
-        {"a scope outside the function", [](T &t) { static LS other; t.x->scope = &other; }},
+        {"a scope outside the function",
+         [](T &t) {
+             static LS other;
+             t.x->scope = &other;
+         }},
         // scopes
         {"has another parent", [](T &t) { t.scope()->parent = t.f->scopes; }},
         {"has another last child", [](T &t) { t.f->scopes->last_child = nullptr; }},

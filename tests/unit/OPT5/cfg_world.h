@@ -148,7 +148,9 @@ struct cfg_world : testing::Test {
     void branch_if(NODE *c, int then, int otherwise) {
         add(maketree(IF, c, maketree(COMMA, L(then), L(otherwise), i, scope()), tp->void_type(), scope()));
     }
-    void cbranch(NODE *c, int when_false) { add(maketree(CBRANCH, c, L(when_false), tp->void_type(), scope())); }
+    void cbranch(NODE *c, int when_false) {
+        add(maketree(CBRANCH, c, L(when_false), tp->void_type(), scope()));
+    }
     void ret(NODE *value) { add(maketree(RETURN, N(self), value, tp->void_type(), scope())); }
     void ret() { add(maketree(URETURN, N(self), nullptr, tp->void_type(), scope())); }
     // default_label 0: none
@@ -195,9 +197,7 @@ struct MACHINE {
         values = parameters;
         try {
             log.push_back(program ? run_list() : run_graph());
-        } catch (OUT_OF_STEPS) {
-            log.push_back(-1);
-        } catch (THROWN) {
+        } catch (OUT_OF_STEPS) { log.push_back(-1); } catch (THROWN) {
             log.push_back(-2);
         }
         return log;
@@ -226,9 +226,7 @@ struct MACHINE {
         case SCONV:
         case ACONV: return eval(n->left);
         case COMMAOP: return eval(n->left), eval(n->right);
-        case PCOMMA:
-            eval(n->left);
-            return eval(n->right);
+        case PCOMMA: eval(n->left); return eval(n->right);
         case ANDAND: return truth(eval(n->left) && eval(n->right));
         case OROR: return truth(eval(n->left) || eval(n->right));
         case QUEST: return eval(eval(n->left) ? n->right->left : n->right->right);
@@ -293,10 +291,8 @@ struct MACHINE {
         NODE *otherwise = nullptr;
         for (NODE *chain = t->right; chain; chain = chain->op == COMMA ? chain->left : nullptr) {
             NODE *item = chain->op == COMMA ? chain->right : chain;
-            if (item->op == DEFAULT)
-                otherwise = item->left;
-            else if (int(item->left->u.lval.to_int64()) == value)
-                return item->right;
+            if (item->op == DEFAULT) otherwise = item->left;
+            else if (int(item->left->u.lval.to_int64()) == value) return item->right;
         }
         return otherwise;
     }
@@ -374,8 +370,8 @@ struct PROGRAM_MAKER {
         switch (below(6)) {
         case 0: return world.I(below(2));
         case 1: // with an effect in front of the value
-            return maketree(COMMAOP, mk_ASG(world.N(world.trace), world.N(var())), world.B(LT, world.N(var()), world.I(below(50))),
-                            world.i, world.scope());
+            return maketree(COMMAOP, mk_ASG(world.N(world.trace), world.N(var())),
+                            world.B(LT, world.N(var()), world.I(below(50))), world.i, world.scope());
         case 2: return mk_ASG(world.N(var()), world.I(below(2)));
         default: return world.B(EQ, world.B(ANDB, world.N(var()), world.I(1 + below(3))), world.I(below(2)));
         }
