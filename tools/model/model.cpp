@@ -284,10 +284,7 @@ std::unique_ptr<MODEL> read_model(const char *path) {
     }
     MODEL_CLIENT client(*m);
     I_FILE *f = I_FILE::if_open(file, &client);
-    if (!f) {
-        fprintf(stderr, "%s: not an intermediate file\n", path);
-        exit(1);
-    }
+    if (!f) if_bad_file_handler((std::string(path) + ": not an intermediate file").c_str());
     f->set_display_name(path);
     m->source = f;
     f->if_type_init(m->package);

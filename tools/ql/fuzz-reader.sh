@@ -1,0 +1,44 @@
+# ./ql fuzz-reader [--minutes N]: hunts for input files that make the reader crash, hang or fail its checks.
+#
+# Two hunters side by side, each with the address and undefined-behaviour sanitizers: the file library alone, in process
+# (libFuzzer; what it accepts is written and read again), and qlopt as a whole, one process a file (AFL++).
+minutes=10
+[ "${1:-}" = --minutes ] && minutes=$2
+install "${build_packages[@]}" "${run_packages[@]}" "${fuzz_packages[@]}" libclang-rt-14-dev
+work=${QL_OUT:-$build/fuzz-reader}
+mkdir -p "$work/seeds"
+say "== building with sanitizers"
+fuzz_flags="-fsanitize=address,undefined -fno-sanitize-recover=undefined"
+[ -f "$work/lib/build.ninja" ] || cmake -G Ninja -B "$work/lib" -S "$root" -DQL_FUZZ=ON -DQL_TOOLS_CLANG=OFF \
+    -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 -DCMAKE_BUILD_TYPE=None \
+    -DCMAKE_CXX_FLAGS="-O1 -g $fuzz_flags -fsanitize=fuzzer-no-link -Wno-error" >"$work/configure.log" 2>&1
+ninja -C "$work/lib" -j "$jobs" fuzz_reader >"$work/build.log" 2>&1 || { tail -20 "$work/build.log" >&2; exit 1; }
+[ -f "$work/whole/build.ninja" ] || CXX=afl-clang-fast++ CC=afl-clang-fast cmake -G Ninja -B "$work/whole" -S "$root" -DQL_TOOLS_CLANG=OFF \
+    -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS="-O1 -g $fuzz_flags -Wno-error" >"$work/configure.log" 2>&1
+ninja -C "$work/whole" -j "$jobs" qlopt >"$work/build.log" 2>&1 || { tail -20 "$work/build.log" >&2; exit 1; }
+
+say "== seeds"
+build_targets
+for c in "$root"/tests/fuzz/seeds/*.c; do "$build/tools/parse/qlparse" "$c" -o "$work/seeds/$(basename "$c").if" 2>/dev/null || true; done
+if [ -x "$build/tools/text/qlasm" ]; then
+    for t in "$root"/tests/text/*.ift; do "$build/tools/text/qlasm" "$t" -o "$work/seeds/$(basename "$t").if" 2>/dev/null || true; done
+fi
+
+say "== hunting for $minutes minutes"
+seconds=$((minutes * 60))
+mkdir -p "$work/corpus" "$work/found"
+(cd "$work" && ASAN_OPTIONS=detect_leaks=0 nice "$work/lib/tests/fuzz/fuzz_reader" -max_total_time=$seconds -timeout=25 -rss_limit_mb=6000 -max_len=65536 \
+    -artifact_prefix="$work/found/" corpus seeds >"$work/reader.log" 2>&1) &
+reader=$!
+(cd "$work" && AFL_SKIP_CPUFREQ=1 AFL_I_DONT_CARE_ABOUT_MISSING_CRASHES=1 AFL_NO_UI=1 AFL_NO_AFFINITY=1 AFL_IGNORE_SEED_PROBLEMS=1 \
+    ASAN_OPTIONS=abort_on_error=1:detect_leaks=0:symbolize=0:allocator_may_return_null=1 UBSAN_OPTIONS=abort_on_error=1:symbolize=0 \
+    nice afl-fuzz -V $seconds -m none -t 10000 -i seeds -o afl -- "$work/whole/qlopt" --opt_level=2 --enable:fatal_signals @@ /dev/shm/ql_afl.if >"$work/whole.log" 2>&1) &
+whole=$!
+reader_status=0
+wait $reader || reader_status=$?
+wait $whole || true
+crashes=$(find "$work/afl/default/crashes" "$work/afl/default/hangs" -name 'id*' 2>/dev/null | wc -l)
+execs=$(sed -n 's/^execs_done *: *//p' "$work/afl/default/fuzzer_stats" 2>/dev/null || echo 0)
+runs=$(sed -n 's/^#\([0-9]*\).*/\1/p' "$work/reader.log" | tail -1)
+say "library: $runs runs, status $reader_status; qlopt: ${execs:-0} runs, $crashes findings; kept in $work"
+[ $reader_status -eq 0 ] && [ "$crashes" -eq 0 ]
