@@ -30,9 +30,9 @@ mkdir -p "$work/corpus" "$work/found"
 (cd "$work" && ASAN_OPTIONS=detect_leaks=0 nice "$work/lib/tests/fuzz/fuzz_reader" -max_total_time=$seconds -timeout=25 -rss_limit_mb=6000 -max_len=65536 \
     -artifact_prefix="$work/found/" corpus seeds >"$work/reader.log" 2>&1) &
 reader=$!
-(cd "$work" && AFL_SKIP_CPUFREQ=1 AFL_I_DONT_CARE_ABOUT_MISSING_CRASHES=1 AFL_NO_UI=1 AFL_NO_AFFINITY=1 AFL_IGNORE_SEED_PROBLEMS=1 \
+(cd "$work" && AFL_SKIP_CPUFREQ=1 AFL_I_DONT_CARE_ABOUT_MISSING_CRASHES=1 AFL_NO_UI=1 AFL_NO_AFFINITY=1 AFL_CRASH_EXITCODE=2 AFL_IGNORE_SEED_PROBLEMS=1 \
     ASAN_OPTIONS=abort_on_error=1:detect_leaks=0:symbolize=0:allocator_may_return_null=1 UBSAN_OPTIONS=abort_on_error=1:symbolize=0 \
-    nice afl-fuzz -V $seconds -m none -t 10000 -i seeds -o afl -- "$work/whole/qlopt" --opt_level=2 --enable:fatal_signals @@ /dev/shm/ql_afl.if >"$work/whole.log" 2>&1) &
+    nice afl-fuzz -V $seconds -m none -t 10000 -i seeds -o afl -- "$work/whole/qlopt" --opt_level=2 --debug:abort --debug:validate @@ /dev/shm/ql_afl.if >"$work/whole.log" 2>&1) &
 whole=$!
 reader_status=0
 wait $reader || reader_status=$?
