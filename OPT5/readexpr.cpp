@@ -662,12 +662,13 @@ bool is_implicit_state(const NODE *arg) {
 }
 
 NODE *clean_MCALL(NODE *n) {
+    // Marks of the optimizer itself, on control: no functions, and nothing that memory has to do with.
+    if (!strcmp(n->u.icall, MAGIC_EH_NAME) || !strcmp(n->u.icall, NEVER_EXECUTED_NAME)) return n;
     const BIF *bif = find_BIF_descriptor(n->u.icall);
     const BUILTIN_DECLARATION *declared = bif ? nullptr : find_builtin_declaration(n->u.icall);
     bool is_barrier = bif ? bif->flags3 & BIF_IS_BARRIER : declared && declared->is_barrier;
     if ((!bif && !declared) || is_barrier) return make_true_call(n);
 
-    if (!strcmp(n->u.icall, MAGIC_EH_NAME) || !strcmp(n->u.icall, NEVER_EXECUTED_NAME)) return n;
     bool has_reference = false;
     for_each_argument(&n->left, [&](NODE **arg) { has_reference |= (*arg)->op == ARGREF; });
     if (has_reference) return n;

@@ -179,7 +179,9 @@ struct FUNCTION {
     std::deque<std::vector<MSYM *>> locals; // by open block; scalars that can be written
     MSYM *rec_local = nullptr, *rec_other = nullptr, *array_local = nullptr, *array_other = nullptr;
     MSYM *vec = nullptr, *vec2 = nullptr, *cx = nullptr, *ptr = nullptr, *rptr = nullptr, *fptr = nullptr;
-    int next_label = 1, budget, eh = 0;
+    int next_label = 1, budget;
+    bool has_handler = false; // calls may end in a catch
+    int handler = 0;          // its label
     std::vector<int> waiting; // labels that goto statements further up lead to
     bool reachable = true;
 
@@ -285,7 +287,8 @@ struct FUNCTION {
         TYPE *t = s->type->return_type();
         MNODE *callee = pr.address(name(s));
         MNODE *n = args ? m.node(CALL, t, callee, args) : m.node(UCALL, t, callee);
-        n->eh = unsigned(eh);
+        static const unsigned entries[] = {0, 2, 3, 4, 5, 6};
+        if (has_handler) n->eh = entries[pr.pick(6)];
         return n;
     }
     MNODE *args(std::vector<MNODE *> list) {
@@ -385,12 +388,13 @@ struct FUNCTION {
     void switch_on(int depth);
     void block(int depth);
     void leave();
+    void write_handler();
     void begin();
     void end();
 };
 
 void FUNCTION::simple() {
-    switch (pr.pick(24)) {
+    switch (pr.pick(25)) {
     case 0:
     case 1:
     case 2:
@@ -459,6 +463,13 @@ void FUNCTION::simple() {
         if (pr.opt.plain) return;
         if (pr.chance(50)) return statement(builtin(UMCALL, "__unheard_of", pr.voidt, nullptr));
         return statement(builtin(MCALL, "__unheard", pr.sint, args({integer(pr.sint, 1), pointer(1)})));
+    case 23: {
+        int alive = next_label++;
+        statement(m.node(CBRANCH, pr.voidt, condition(1), ref(alive)));
+        statement(call(pr.noreturn, m.icon(++pr.next_probe, pr.sint)));
+        label(alive);
+        return statement(probe());
+    }
     default: return statement(probe());
     }
 }
@@ -604,13 +615,43 @@ void FUNCTION::end() {
     MNODE *self = name(symbol);
     if (returns->is_void()) statement(m.node(URETURN, pr.voidt, self));
     else statement(m.node(RETURN, returns, self, value(returns, 2)));
+    if (has_handler) write_handler();
     control(I_EF);
+}
+
+// A catch behind the function's end, and the table that leads to it: cleanups in and around the region of the catch,
+// ends of cleanups, and an entry that no call names.
+void FUNCTION::write_handler() {
+    label(handler);
+    has_handler = false; // calls in here are not caught
+    statement(probe());
+    if (returns->is_void()) statement(m.node(URETURN, pr.voidt, name(symbol)));
+    else statement(m.node(RETURN, returns, name(symbol), value(returns, 0)));
+    MRECORD &r = record(IF_EHT);
+    auto entry = [&](unsigned id, EHT_ENTRY_KIND kind, unsigned next) -> EHT_ENTRY & {
+        EHT_ENTRY &e = r.eht.emplace_back();
+        e.id = id, e.kind = kind, e.next = next;
+        if (kind == EHK_CLEANUP) e.cleanup = call(pr.cleanup, pr.address(name(rec_local)));
+        return e;
+    };
+    entry(1, EHK_ROOT, 0);
+    entry(3, EHK_CATCH, 1).catches = {{"std::bad", handler, false}, {"", handler, true}};
+    r.eht.back().count = 2;
+    entry(2, EHK_CLEANUP, 1);
+    entry(4, EHK_CLEANUP, 3);
+    entry(5, EHK_CLEANUP_END, 3);
+    entry(6, EHK_THROW_TERMINATE, 1);
+    entry(7, EHK_CATCH_END, 2);
 }
 
 void make_function(PROGRAM &pr, int number) {
     MSYM *s = pr.defined[size_t(number)];
     FUNCTION f(pr, s, pr.opt.statements);
     f.begin();
+    if (number % 3 == 2) {
+        f.has_handler = true;
+        f.handler = f.next_label++;
+    }
     if (number % 7 == 3) { // a first BRANCH to what follows
         f.branch(f.next_label);
         f.label(f.next_label++);
@@ -670,7 +711,7 @@ int main(int argc, char **argv) {
     m.producer = "genfile";
     for (unsigned id = 0; id < 2; id++) {
         OPTION_SET &set = m.options.emplace_back();
-        set.id = id, set.strings = {"-v7", id ? "-o0" : "-o1"};
+        set.id = id, set.strings = {id ? "--opt_level=0" : "--opt_level=1"};
     }
     PROGRAM pr(m, opt);
     pr.make_types();
