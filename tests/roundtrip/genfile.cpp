@@ -651,6 +651,9 @@ void make_function(PROGRAM &pr, int number) {
     if (number % 3 == 2) {
         f.has_handler = true;
         f.handler = f.next_label++;
+        MNODE *caught = f.probe();
+        caught->eh = 3;
+        f.statement(caught);
     }
     if (number % 7 == 3) { // a first BRANCH to what follows
         f.branch(f.next_label);
