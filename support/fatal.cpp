@@ -29,6 +29,14 @@ void run_closing_hooks() {
 void abort_optimizer() { abort_optimizer(nullptr); }
 
 void abort_optimizer(const char *message) {
+    // Asked first, and copied: what is closed next may own the texts. No allocation, memory may be what is missing.
+    static char function[1024], file[1024];
+    if (auto describer = fatal_describer) {
+        fatal_describer = nullptr;
+        fatal_place place = describer();
+        if (place.function) snprintf(function, sizeof function, "%s", place.function);
+        if (place.function && place.file) snprintf(file, sizeof file, "%s", place.file);
+    }
     run_closing_hooks();
 
     if (print_debug && fdebug) {
@@ -40,12 +48,8 @@ void abort_optimizer(const char *message) {
     }
 
     fprintf(stderr, "\n>>>> Optimizer terminated abnormally\n");
-    if (auto describer = fatal_describer) {
-        fatal_describer = nullptr;
-        fatal_place place = describer();
-        if (place.function) fprintf(stderr, ">>>>    in function %s()\n", place.function);
-        if (place.function && place.file) fprintf(stderr, ">>>>    in file \"%s\"\n", place.file);
-    }
+    if (function[0]) fprintf(stderr, ">>>>    in function %s()\n", function);
+    if (file[0]) fprintf(stderr, ">>>>    in file \"%s\"\n", file);
     if (message) fprintf(stderr, "\n>>>> %s.\n", message);
     fputs(support_message_text(), stderr);
 

@@ -36,7 +36,7 @@ void register_fatal_closer(void (*closer)());
 // Runs the closer, once. For the other ways out with status 1: a type package that is at fault, a refused input.
 void run_closing_hooks();
 
-// DESCRIBER names the function in work. The texts must stay valid until exit. Null unregisters.
+// DESCRIBER names the function in work. It is asked before anything is closed. Null unregisters.
 void register_fatal_describer(fatal_place (*describer)());
 
 // Asks the user for a reproducible test case: several lines, ending in a blank one. Never null.

@@ -51,6 +51,17 @@ TEST(ways_out, internal_failure_reports_place_and_asks_for_a_test_case) {
         "\n>>>> ERROR - OUT OF MEMORY.\n\n(.+\n)+\n$");
 }
 
+TEST(ways_out, the_place_is_asked_before_its_file_is_closed) {
+    static char name[] = "f.c";
+    EXPECT_EXIT(
+        {
+            register_fatal_describer([] { return fatal_place{"f", name}; });
+            register_fatal_closer([] { name[0] = '?'; });
+            abort_optimizer();
+        },
+        ExitedWithCode(1), "in file \"f.c\"");
+}
+
 TEST(ways_out, a_failing_closer_runs_once) {
     EXPECT_EXIT(
         {
