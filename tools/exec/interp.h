@@ -247,6 +247,10 @@ int run_program(int argc, char **argv, char **envp);
 uint64_t push_stack(uint32_t bytes, uint32_t align); // guest stack space; returns the address
 // --- counts.cpp ---
 void write_counts(FILE *to, bool json);
+// --- library.cpp ---
+uint32_t library_object(const std::string &name, uint32_t bytes); // 0: none of that name
+void run_exit_handlers();
+XFUNC *enter_library_function(const std::string &name, uint64_t (*fn)(CALL_CONTEXT &));
 // --- values ---
 inline double as_f64(uint64_t v) {
     double d;

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "tools/exec/interp.h"
-#include "tools/exec/records.h"
 
 struct LIBRARY_ROW {
     const char *name;

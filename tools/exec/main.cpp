@@ -20,7 +20,7 @@ void usage(FILE *to) {
           "  --counts=text|json   write what was executed: nodes, statements, loads, stores, calls, branches "
           "...\n"
           "  --counts-file=FILE   where to (default: standard error)\n"
-          "  --check-records      what the file claims must hold: assertions, loop records\n"
+          "  --check-records      the assertions of the file must hold\n"
           "  --check-init         a read of memory that nothing has written is a fault\n"
           "  --trace-volatile     list the volatile accesses in order on standard error\n"
           "  --endian=little|big  the byte order (default: as the first file's options say)\n"

@@ -5,7 +5,6 @@
 #include <cstdlib>
 
 #include "tools/exec/compile.h"
-#include "tools/exec/records.h"
 
 RUN_OPTIONS run_options;
 PROGRAM program;
@@ -607,7 +606,6 @@ uint64_t call_function(XFUNC *f, const ARG *args, unsigned n, FRAME *caller, con
     f->entered++;
     FRAME *outer = current_frame;
     current_frame = &fr;
-    RECORD_CHECK check(f, fr); // does nothing without --check-records
     uint64_t v;
     try {
         v = run_frame(fr);
