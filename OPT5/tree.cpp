@@ -1,6 +1,7 @@
 #include "OPT5/tree.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -39,6 +40,13 @@ struct FREE_SLOT {
     int16_t op;
 };
 
+// Whether `n` is an erased node. Its NODE is gone, so its memory is looked at as what it is now.
+bool is_free(const NODE *n) {
+    int16_t op;
+    memcpy(&op, reinterpret_cast<const char *>(n) + offsetof(FREE_SLOT, op), sizeof op);
+    return op == ILLOP;
+}
+
 constexpr size_t SLAB_NODES = 1024; // 128 KB at a time
 constexpr size_t CACHE_LINE = 64;
 
@@ -62,6 +70,11 @@ void add_slab() {
 }
 
 } // namespace
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+static_assert(offsetof(NODE, op) == offsetof(FREE_SLOT, op) && sizeof(NODE::op) == sizeof(FREE_SLOT::op));
+#pragma GCC diagnostic pop
 
 void *NODE::operator new(size_t) {
     if (!free_slots) add_slab();
@@ -600,7 +613,7 @@ namespace {
 
 // Erases a node and gives the tree of its record, which the caller has to erase.
 NODE *release_node(NODE *n) {
-    if (n->op == ILLOP) erased_twice(n);
+    if (is_free(n)) erased_twice(n);
     NODE *record_tree = n->dval ? std::exchange(n->dval->tree, nullptr) : nullptr;
     if (n->ptenv()) delete_PTENV(n->ptenv(), 1);
     clear_payload(n);
@@ -617,7 +630,7 @@ void erase_tree(NODE *tree) {
     todo.push(tree);
     while (!todo.empty()) {
         NODE *n = todo.pop();
-        if (n->op != CSE_DUPE && n->op != ILLOP) {
+        if (!is_free(n) && n->op != CSE_DUPE) {
             if (n->right) todo.push(n->right);
             if (n->left) todo.push(n->left);
         }
