@@ -37,6 +37,18 @@ void dump_flow_graph() {
     if (print_debug && currfuninfo && currfuninfo->bb_list) prbbinfix();
 }
 
+// A barrier has no current function, and may have touched any.
+void validate_after(const pass *done) {
+    if (!done->is_barrier()) {
+        if (currfuninfo && currfuninfo->bb_list) validate_function(done->name.c_str());
+        return;
+    }
+    for (SYMTAB *function : functions) {
+        current_function scope(make_FUNINFO(function));
+        if (currfuninfo->bb_list) validate_function(done->name.c_str());
+    }
+}
+
 } // namespace
 
 bool pass_gate_holds(unsigned gate) {
@@ -78,7 +90,7 @@ void pass::run() {
     nested_seconds = outer_nested + elapsed;
     ++runs;
 
-    if (validate_switch && currfuninfo && currfuninfo->bb_list) validate_function(name.c_str());
+    if (validate_switch) validate_after(this);
     dprintf("(%.1f sec for pass.)\n", elapsed);
     dprintf("\n\n\n\t\t\t---------- EXITING step %u '%s' ----------\n", serial_number, name.c_str());
     dump_flow_graph();
