@@ -49,11 +49,11 @@ RANGE saturated(RANGE a, int bits) {
 }
 RANGE wrapped(RANGE a, RANGE type) { return type.contains(a) ? a : type; }
 
-// What a shift by an unknown signed count gives: the sign stays, the magnitude may grow up to the limits.
+// What a shift by an unknown signed count gives: the sign stays or becomes that of 0, the magnitude may grow up to the
+// limits.
 RANGE shifted(RANGE a, int bits) {
     RANGE limits = signed_range(bits);
-    return {a.low.is_negative() ? limits.low : INT65(0),
-            a.high.is_positive() ? limits.high : std::min(a.high, INT65(0))};
+    return {a.low.is_negative() ? limits.low : INT65(0), a.high.is_positive() ? limits.high : INT65(0)};
 }
 
 RANGE magnitude(RANGE a) {
