@@ -28,7 +28,7 @@
 
 namespace {
 
-std::map<std::string, BIF *, std::less<>> descriptors;
+std::map<std::string, std::unique_ptr<BIF>, std::less<>> descriptors;
 std::unordered_map<const char *, BIF *> by_interned_name; // a hit needs no look at the text
 std::vector<std::unique_ptr<SYMTAB>> parameter_symbols['z' - 'a' + 1];
 
@@ -42,7 +42,6 @@ void forget_BIF_descriptors() {
     for (auto &[name, bif] : descriptors) {
         trees.insert(bif->parameters);
         trees.insert(bif->semantics);
-        delete bif;
     }
     for (NODE *tree : trees) erase_tree(tree);
     for (auto &symbols : parameter_symbols) symbols.clear();
@@ -59,7 +58,7 @@ BIF *find_BIF_descriptor(const char *name) {
     auto known = by_interned_name.find(name);
     if (known != by_interned_name.end()) return known->second;
     auto found = descriptors.find(name);
-    return found == descriptors.end() ? nullptr : found->second;
+    return found == descriptors.end() ? nullptr : found->second.get();
 }
 
 BIF *find_target_BIF_descriptor(const char *name) {
@@ -74,13 +73,12 @@ BIF *enter(int op, const char *name, int nparms, TYPE *result) {
         fprintf(stderr, "\n\n!!! INTERNAL ERROR in make_BIF_descriptor() for \"%s\"\n", name ? name : "");
         abort_optimizer();
     }
-    BIF *bif = new BIF;
+    BIF *bif = descriptors.emplace(name, std::make_unique<BIF>()).first->second.get();
     bif->op = uint8_t(op);
     bif->name = intern_name(name);
     bif->nparms = uint8_t(nparms);
     bif->result_type = result;
     bif->funinfo_flags = op == ICALL ? uint32_t(FUN_is_pure_fun) : 0;
-    descriptors.emplace(name, bif);
     by_interned_name.emplace(bif->name, bif);
     return bif;
 }
@@ -430,7 +428,7 @@ void init_BIF_descriptors() {
     make_BIF_from_row({"_symval", ICALL, int_type->size == 32 ? "uint" : "ulong", "void* p", NO_CSE_OPDS});
     init_BIFs_for_target();
     for (auto &[name, bif] : descriptors)
-        if (!(bif->flags2 & BIF_IS_GENERIC)) normalize_types(bif);
+        if (!(bif->flags2 & BIF_IS_GENERIC)) normalize_types(bif.get());
     dump_BIF_descriptors(true, false);
     dump_BIF_descriptors(false, true);
 }
@@ -533,5 +531,5 @@ void dump_BIF_descriptors(bool generics, bool nongenerics) {
     dprintf("\tdumpGenerics    = %s\n", generics ? "YES" : "");
     dprintf("\tdumpNonGenerics = %s\n", nongenerics ? "YES" : "");
     for (auto &[name, bif] : descriptors)
-        if (bif->flags2 & BIF_IS_GENERIC ? generics : nongenerics) print_BIF_descriptor(bif);
+        if (bif->flags2 & BIF_IS_GENERIC ? generics : nongenerics) print_BIF_descriptor(bif.get());
 }

@@ -269,8 +269,8 @@ bool has_vector_operand(const NODE *call) {
 // The call in the descriptor's type, under a conversion to the type that its surroundings expect.
 NODE *retype_result(NODE *call, TYPE *type) {
     TYPE *expected = call->type;
-    bool needs_none = type->is_void() || compatible_types(type, expected, true);
-    if (needs_none || !type->is_scalar() || !(expected->is_scalar() || expected->is_void())) return call;
+    if (!type->is_scalar() || !(expected->is_scalar() || expected->is_void())) return call;
+    if (compatible_types(type, expected, true)) return call;
     call->type = type;
     if (expected->is_void()) return call;
     return maketree(expected->is_ptr() ? PCONV : SCONV, call, nullptr, expected, call->scope);

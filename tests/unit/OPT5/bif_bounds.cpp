@@ -164,6 +164,7 @@ TEST_F(bif_bounds, bounds_are_as_narrow_as_the_operands_tell) {
         {ICALL_of("ETSI_ABS_S", {N(half)}, sht), "0 to 32767"},
         {ICALL_of("ETSI_ABS_S", {I(-7)}, sht), "7 to 7"},
         {ICALL_of("ETSI_ADD", {N(byte), I(32767)}, sht), "32639 to 32767"},
+        {ICALL_of("ETSI_MULT", {I(-32768), I(-32768)}, sht), "32767 to 32767"},
         {ICALL_of("ETSI_NORM_S", {N(half)}, sht), "0 to 15"},
         {ICALL_of("ETSI_NORM_L", {N(word)}, sht), "0 to 31"},
         {ICALL_of("ETSI_SHL", {N(ubyte), N(half)}, sht), "0 to 32767"},

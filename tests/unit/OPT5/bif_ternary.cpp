@@ -7,7 +7,10 @@ struct bif_ternary : bif_world {
     FUNINFO function;
     std::mt19937_64 random{3};
     bif_ternary() { currfuninfo = &function; }
-    ~bif_ternary() override { currfuninfo = nullptr; }
+    ~bif_ternary() override {
+        for (SYMTAB *s : function.owned_symbols) erase_symbol(s);
+        currfuninfo = nullptr;
+    }
 
     NODE *quest(NODE *p, NODE *a, NODE *b, TYPE *type = nullptr) {
         return maketree(QUEST, p, maketree(COLON, a, b, a->type, nullptr), type ? type : a->type, nullptr);
@@ -135,7 +138,7 @@ TEST_F(bif_ternary, shared_conversions_leave_the_arms) {
         {conv(i, N(x)), conv(i, N(b)), i, "ICALL", i},     // from two types
         {conv(i, N(x)), N("z"), i, "ICALL", i},
         {conv(uptr, N(p)), conv(uptr, N(cp)), uptr, "ICALL", uptr},
-        {conv(uptr, N(p)), conv(uptr, I(0)), uptr, "ICALL", uptr}, // null stays a constant
+        {conv(uptr, I(64)), conv(uptr, I(0)), uptr, "ICALL", uptr}, // addresses and null stay constants
         {conv(i, N(x)), conv(i, N(y)), ll, "ICALL", ll},
     };
     for (const auto &row : cases) {
@@ -190,6 +193,8 @@ TEST_F(bif_ternary, absolute_differences) {
         {make(EQ, x, y, false, i), false},
         {make(UGT, ux, uy, false, u), false},
         {make(GT, ux, uy, false, u), false},
+        {make(GT, lx, y, false, i), false},
+        {make(GT, x, ly, false, i), false},
         {make(GT, lx, ly, false, i), false}, // differences that lose bits
         {make(GT, lx, ly, false, ll), true},
         {make(GT, vx, vx, false, i), false},
