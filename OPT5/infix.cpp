@@ -317,13 +317,18 @@ class printer {
             });
             return true;
         case STDOT:
-        case STREF:
+        case STREF: {
+            // (*p).m is written p->m
+            const NODE *base = n->left;
+            bool behind_pointer =
+                n->op == STDOT && base && base->op == UMULT && !base->right && !style_.types;
             compound(n, p, needed, [&] {
                 tree_item(n->right, PRIMARY);
-                text_item(n->op == STDOT ? "." : "->");
-                tree_item(n->left, p);
+                text_item(n->op == STREF || behind_pointer ? "->" : ".");
+                tree_item(behind_pointer ? base->left : base, p);
             });
             return true;
+        }
         case QUEST:
             compound(n, p, needed, [&] {
                 tree_item(n->right, p);
