@@ -3,10 +3,12 @@
 #include <cstring>
 #include <unordered_set>
 
+#include "OPT5/bif.h"
 #include "OPT5/fileopt.h"
 #include "OPT5/files.h"
 #include "OPT5/flags.h"
 #include "OPT5/funinfo.h"
+#include "OPT5/mdbase.h"
 #include "OPT5/read.h"
 #include "OPT5/scopes.h"
 #include "OPT5/synonym.h"
@@ -102,7 +104,6 @@ const char *pragma_arg(const PRAGMA *p, unsigned index) {
 namespace {
 
 std::unordered_set<const SYMTAB *> nonconforming_functions;
-bool (*barrier_test)(const char *) = nullptr;
 
 bool arg_is(const PRAGMA *p, unsigned index, const char *text) {
     const char *arg = pragma_arg(p, index);
@@ -141,11 +142,12 @@ bool sym_is_FAR(const SYMTAB *s) {
 }
 
 bool is_barrier_MCALL(const SYMTAB *function) {
-    return barrier_test && function && function->is_function() &&
-           barrier_test(skip_name_prefix(function->name));
+    if (!function || !function->is_function() || function->sclass != SC_EXTREF) return false;
+    const char *name = skip_name_prefix(function->name);
+    if (const BIF *bif = find_BIF_descriptor(name)) return bif->flags3 & BIF_IS_BARRIER;
+    const BUILTIN_DECLARATION *declared = find_builtin_declaration(name);
+    return declared && declared->is_barrier;
 }
-
-void register_barrier_test(bool (*name_is_barrier)(const char *)) { barrier_test = name_is_barrier; }
 
 // --- what reading a pragma does ---
 

@@ -50,10 +50,9 @@ bool symbol_is_protected(const SYMTAB *); // others may refer to it, none may re
 bool func_is_nonconforming(const SYMTAB *);
 bool sym_is_FAR(const SYMTAB *); // its address does not reach as far as a plain one must
 
-// Whether a called function is a built-in that orders memory accesses and was made a call only to do so. The
-// descriptors are those of the built-ins' table, which registers its test here; without one no function is.
+// Whether a function that is called, and not defined here, is a built-in that orders memory accesses: it was made a
+// call so that passes keep it in its place, and becomes a built-in again in the output.
 bool is_barrier_MCALL(const SYMTAB *function);
-void register_barrier_test(bool (*name_is_barrier)(const char *name_without_prefix));
 
 // --- arguments of a PPRAGMA ---
 

@@ -2,6 +2,7 @@
 #include "tests/unit/OPT5/program.h"
 
 #include "OPT5/fileopt.h"
+#include "OPT5/bif.h"
 #include "OPT5/cfg.h"
 #include "OPT5/pragma.h"
 #include "OPT5/restrict.h"
@@ -187,6 +188,21 @@ TEST_F(functions_known, a_nonconforming_function_is_not_what_its_name_says) {
     opt_process_pragma(s, add_pragma(s, PRAG_SRC_LANGUAGE, {"C++"})); // asks the name again
     opt_process_pragma(s, add_pragma(s, PRAG_FUNC_IS_PURE, {}));
     EXPECT_EQ(abs->flags, uint32_t{FUN_is_cpp});
+}
+
+TEST_F(functions_known, only_undefined_built_ins_order_memory) {
+    init_BIF_descriptors();
+    const struct {
+        const char *name;
+        int sclass;
+        bool barrier;
+    } rows[] = {{"_set_CPSR", SC_EXTREF, true},
+                {"_set_CPSR", SC_EXTDEF, false}, // the program's own
+                {"_norm", SC_EXTREF, false},
+                {"printf", SC_EXTREF, false}};
+    for (const auto &row : rows)
+        EXPECT_EQ(is_barrier_MCALL(global(row.name, function_type(v), row.sclass)), row.barrier) << row.name;
+    EXPECT_FALSE(is_barrier_MCALL(global("_set_CPSR", i, SC_EXTREF)));
 }
 
 TEST_F(functions_known, synonyms_of_the_input_know_their_target) {
