@@ -167,7 +167,6 @@ FUNINFO *make_FUNINFO(SYMTAB *s) {
     // Called before it was declared. The stand-in stays, since trees or lists may hold it.
     f->symbol = s;
     by_symbol[s] = f;
-    if (func_is_nonconforming(s)) f->flags = 0;
     return f;
 }
 

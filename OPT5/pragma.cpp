@@ -184,6 +184,11 @@ const STATED_FLAG stated_flags[] = {
 };
 // clang-format on
 
+// What holds of a function whatever its name promises.
+constexpr uint32_t RESTRICTIONS = FUN_cannot_suppress | FUN_cannot_inline | FUN_is_referenced |
+                                  FUN_is_interrupt | FUN_cannot_beta | FUN_is_cg_root | FUN_is_main |
+                                  FUN_is_cpp;
+
 void process_synonym(SYMTAB *s, FUNINFO *f, const PRAGMA *p) {
     const char *name = pragma_arg(p, 0);
     f->flags |= FUN_cannot_beta;
@@ -218,8 +223,9 @@ void process_function_pragma(SYMTAB *s, const PRAGMA *p) {
         if (pragma_arg(p, 1) && !arg_is(p, 1, "0")) f->flags |= FUN_cannot_inline | FUN_cannot_suppress;
         break;
     case PRAG_FUNC_IS_NONCONFORMING:
+        // All that was believed goes; what restricts the optimizer stays.
         nonconforming_functions.insert(s);
-        f->flags = 0;
+        f->flags &= RESTRICTIONS;
         break;
     case PRAG_SYM_VISIBILITY:
         if (pragma_says_preemptible(p)) f->flags |= FUN_cannot_inline | FUN_is_referenced;
@@ -239,7 +245,14 @@ void opt_process_pragma(SYMTAB *s, PRAGMA *p) {
     if (p->number == PRAG_OPT_OVERRIDE) refuse_input("a pragma that only the parser understands");
     if (!s) {
         process_statement_pragma(p);
-    } else if (s->is_function()) {
+        return;
+    }
+    // The reader has given the symbol that policy for this pragma or an earlier one: its uses are not all in sight.
+    if (s->level == 0 && s->policy == POLICY_ALWAYS) {
+        if (s->is_function()) make_FUNINFO(s)->flags |= FUN_is_referenced;
+        else s->cqual |= CQ_ALIASED | CQ_WRITTEN | CQ_REFERENCED;
+    }
+    if (s->is_function()) {
         process_function_pragma(s, p);
     } else if (pragma_says_outside_accessible(p)) {
         s->cqual |= CQ_ALIASED | CQ_WRITTEN | CQ_REFERENCED;

@@ -182,12 +182,13 @@ TEST_F(functions_known, a_nonconforming_function_is_not_what_its_name_says) {
     SYMTAB *s = global("abs", function_type(i));
     FUNINFO *abs = make_FUNINFO(s);
     EXPECT_TRUE(abs->has_flag(FUN_is_pure_fun));
+    opt_process_pragma(s, add_pragma(s, PRAG_QL_WEAK, {}));
     opt_process_pragma(s, add_pragma(s, PRAG_FUNC_IS_NONCONFORMING, {}));
-    EXPECT_EQ(abs->flags, 0u);
+    EXPECT_EQ(abs->flags, FUN_is_referenced | 0x22u) << "weak and visible it is still";
     EXPECT_TRUE(func_is_nonconforming(s));
     opt_process_pragma(s, add_pragma(s, PRAG_SRC_LANGUAGE, {"C++"})); // asks the name again
     opt_process_pragma(s, add_pragma(s, PRAG_FUNC_IS_PURE, {}));
-    EXPECT_EQ(abs->flags, uint32_t{FUN_is_cpp});
+    EXPECT_EQ(abs->flags, FUN_is_referenced | FUN_is_cpp | 0x22u);
 }
 
 TEST_F(functions_known, only_undefined_built_ins_order_memory) {
@@ -223,6 +224,15 @@ TEST_F(functions_known, pragmas_of_data_and_of_statements) {
     opt_process_pragma(s, add_pragma(s, PRAG_SYM_VISIBILITY, {"protected"}));
     EXPECT_EQ(s->cqual, 0xE000);
     EXPECT_FALSE(no_outside_writers);
+
+    SYMTAB *used = global("used", tp->mk_qual(i, QUAL_const)),
+           *entry = global("entry", function_type(v), SC_STATIC);
+    for (SYMTAB *kept : {used, entry}) {
+        kept->policy = POLICY_ALWAYS; // as the file's reader does
+        opt_process_pragma(kept, add_pragma(kept, PRAG_SYM_IS_REFERENCED, {}));
+    }
+    EXPECT_EQ(used->cqual, 0xE000);
+    EXPECT_TRUE(make_FUNINFO(entry)->has_flag(FUN_is_referenced));
 
     begin_function("f");
     PRAGMA *p = new PRAGMA;
