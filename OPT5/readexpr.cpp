@@ -350,7 +350,10 @@ WANT operand_want(uint8_t rule, const NODE *n, WANT want) {
 }
 
 const char *op_name(int op) {
-    return op_is_defined(op) || op == EPVAL ? node_operator_name[op] : "an unknown operator";
+    const char *name = op >= 0 && op < FIRST_NON_FILE_OP ? if_node_info[op].name
+                       : op_is_defined(op)               ? node_operator_name[op]
+                                                         : nullptr;
+    return name ? name : "an unknown operator";
 }
 
 std::string describe(const NODE *n) {

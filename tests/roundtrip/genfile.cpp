@@ -1,24 +1,27 @@
 // Makes intermediate files for the tests and benchmarks of reading and writing: random, valid, and of every kind of
 // content that the format has. The same options give the same file.
 //
-//   genfile [--seed S] [--functions N] [--statements N] [--plain] [--deep N] [--count] OUTPUT
+//   genfile [--seed S] [--functions N] [--statements N] [--plain] [--deep N] [--count]
+//           [--damage N] OUTPUT
 //
 // --statements is the size of each function. --plain leaves out what a reader changes in any case (unknown built-ins,
 // loop and dependence records), and expressions with control inside. --deep adds a function with a tree of N levels
-// on either spine and N nested blocks. --count prints how many nodes the file has. Every path through a function
+// on either spine and N nested blocks. --count prints how many nodes the file has.
+// --damage makes N changes that no reader of the format alone can see. Every path through a function
 // calls probe(K) with numbers that occur once, so that lost or doubled code shows whatever the trees look like.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <random>
 
+#include "tests/roundtrip/damage.h"
 #include "tools/model/model.h"
 
 namespace {
 
 struct OPTIONS {
     unsigned seed = 1;
-    int functions = 4, statements = 40, deep = 0;
+    int functions = 4, statements = 40, deep = 0, damage = 0;
     bool plain = false, count = false;
     const char *output = nullptr;
 };
@@ -694,6 +697,7 @@ OPTIONS parse(int argc, char **argv) {
         else if (a == "--functions") o.functions = number();
         else if (a == "--statements") o.statements = number();
         else if (a == "--deep") o.deep = number();
+        else if (a == "--damage") o.damage = number();
         else if (a == "--plain") o.plain = true;
         else if (a == "--count") o.count = true;
         else o.output = argv[i];
@@ -738,6 +742,7 @@ int main(int argc, char **argv) {
     ident.tag = IF_PRAGMA, ident.pragma = m.pragma(PRAG_IDENT, {"file"});
     for (int i = 0; i < opt.functions; i++) make_function(pr, i);
     if (deep) make_deep_function(pr, deep, opt.deep);
+    if (opt.damage) damage(m, opt.seed, opt.damage);
     if (opt.count) printf("%zu\n", m.node_arena.size());
     return write_model(m, opt.output) ? 0 : 1;
 }

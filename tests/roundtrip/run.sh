@@ -33,4 +33,18 @@ for options in "--plain" "" "--statements 300" "--functions 40 --statements 15" 
         n=$((n + 2))
     done
 done
-echo "$n runs"
+
+# A program that makes no sense is refused, or it makes enough sense to go through; nothing else may happen.
+refused=0
+for seed in $(seq 1 150); do
+    # (Some damage can't be written: a use of a symbol in front of its record.)
+    "$genfile" --seed "$seed" --functions 3 --statements 30 --damage $((1 + seed % 3)) "$work/a.if" >/dev/null 2>&1 || continue
+    if "$qlopt" "$work/a.if" "$work/b.if" >"$work/said" 2>&1; then
+        "$qlopt" "$work/b.if" "$work/c.if" >"$work/said" 2>&1 || { echo "damage $seed: the output is refused"; tail -3 "$work/said"; exit 1; }
+    else
+        grep -q "malformed at byte" "$work/said" || { echo "damage $seed: not refused but failed"; tail -3 "$work/said"; exit 1; }
+        refused=$((refused + 1))
+    fi
+done
+[ "$refused" -ge 30 ] || { echo "only $refused damaged files were refused"; exit 1; }
+echo "$n runs, $refused damaged files refused"
