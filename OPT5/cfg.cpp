@@ -9,6 +9,7 @@
 #include "OPT5/funinfo.h"
 #include "OPT5/pointsto.h"
 #include "OPT5/scopes.h"
+#include "OPT5/treewalk.h"
 #include "support/dbgout.h"
 #include "support/fatal.h"
 
@@ -523,18 +524,25 @@ void point_labelref(NODE *ref, LBL *label) {
 void collect_labelrefs(NODE *tree, std::vector<NODE *> &refs) {
     if (!tree) return;
     // Only transfers hold labels, and not in a condition or selector, which may be large.
-    if (tree->op == IF || tree->op == SWITCH || tree->op == CBRANCH) tree = tree->right;
-    else if (tree->op == BRANCH) tree = tree->left;
-    else if (tree->op != LABEL && tree->op != COMMA && tree->op != CASE && tree->op != DEFAULT) return;
-    if (!tree) return;
-    std::vector<NODE *> todo{tree};
-    while (!todo.empty()) {
-        NODE *n = todo.back();
-        todo.pop_back();
+    switch (tree->op) {
+    case IF:
+    case SWITCH:
+    case CBRANCH: tree = tree->right; break;
+    case BRANCH: tree = tree->left; break;
+    case LABEL:
+    case COMMA:
+    case CASE:
+    case DEFAULT: break;
+    default: return;
+    }
+    walk_stack<NODE *> todo;
+    for (NODE *n = tree;;) {
         for (; n; n = n->right) {
             if (n->op == LABEL) refs.push_back(n);
-            if (n->left) todo.push_back(n->left);
+            if (n->left) todo.push(n->left);
         }
+        if (todo.empty()) return;
+        n = todo.pop();
     }
 }
 

@@ -84,13 +84,14 @@ void pass::run() {
     bool timed = passes_are_timed();
     double outer_nested = nested_seconds, start = timed ? now() : 0;
     nested_seconds = 0;
-    if (action_ && pass_gate_holds(gate_)) action_();
+    bool acts = action_ && pass_gate_holds(gate_);
+    if (acts) action_();
     double elapsed = timed ? now() - start : 0;
     seconds += elapsed - nested_seconds;
     nested_seconds = outer_nested + elapsed;
     ++runs;
 
-    if (validate_switch) validate_after(this);
+    if (acts && validate_switch) validate_after(this);
     dprintf("(%.1f sec for pass.)\n", elapsed);
     dprintf("\n\n\n\t\t\t---------- EXITING step %u '%s' ----------\n", serial_number, name.c_str());
     dump_flow_graph();

@@ -66,9 +66,13 @@ class KEY_SET {
 
 // One check of the current function. Each member gives whether all is well; the first fault is described in
 // `fault_` and ends the check.
+size_t last_nodes = 1000; // of the last function, as a guess at the next one's
+
 class CHECK {
   public:
-    CHECK() : function_(currfuninfo) {}
+    CHECK()
+        : function_(currfuninfo), blocks_(currfuninfo->bb_count), labels_(currfuninfo->bb_count),
+          nodes_(last_nodes) {}
     bool graph() { return scan_blocks() && block_lists() && labels() && edges() && dominators(); }
     bool contents() { return scopes() && symbols() && statements() && label_counts(); }
     // For the second without the first.
@@ -78,7 +82,8 @@ class CHECK {
   private:
     FUNINFO *function_;
     std::string fault_;
-    KEY_SET blocks_, labels_, wanted_, chained_, scopes_, nodes_;
+    KEY_SET blocks_, labels_, chained_, scopes_, nodes_;
+    std::vector<int> places_; // in flow order, by serial number
     std::vector<BBLK *> flow_;
     std::vector<NODE *> refs_;
     const BBLK *bb_ = nullptr;
@@ -89,7 +94,8 @@ class CHECK {
     bool block_lists();
     bool labels();
     bool edges();
-    bool edges_of(BBLK *bb, KEY_SET &pairs);
+    int place(const BBLK *bb) const;
+    bool succs_of(int k, std::vector<int> &stamp, std::vector<std::pair<int, int>> &incoming);
     bool dominators();
     bool scopes();
     bool symbols();
@@ -128,15 +134,16 @@ bool CHECK::scan_blocks() {
         if (!blocks_.add(bb)) return fail("%s has improper <dflink>", block_name(flow_.back()).c_str());
         flow_.push_back(bb);
     }
-    KEY_SET entries;
     for (BBLK *bb : flow_) {
         bb_ = bb;
         if (!bb->statements) return fail("the block is empty");
-        for (const LIST *s = bb->statements; s; s = s->next) {
-            if (!entries.add(s))
-                return fail("the list of statements is a ring, or shared with another block");
+        const LIST *half_way = bb->statements;
+        bool step = false;
+        for (const LIST *s = bb->statements; s; s = s->next, step = !step) {
             if (!s->tree) return fail("a statement has no tree");
             if (s->tree->op == ILLOP) return fail("a statement has been erased");
+            if (step) half_way = half_way->next;
+            if (s->next == half_way) return fail("the list of statements is a ring");
         }
     }
     bb_ = nullptr;
@@ -193,58 +200,78 @@ bool CHECK::labels() {
 
 // --- edges ---
 
-uint64_t pair_of(const BBLK *from, const BBLK *to) {
-    return (uint64_t(from->serial_number) << 32 | to->serial_number) + 1;
-}
+// Blocks by their place in flow order, from here on; only of blocks that are in it.
+int CHECK::place(const BBLK *bb) const { return places_[bb->serial_number]; }
 
-bool CHECK::edges_of(BBLK *bb, KEY_SET &pairs) {
+// succs against the transfer. Notes in `incoming` who leads to whom. `stamp` says for each block what is known of it as
+// a successor of the one in work: twice its place when it is wanted, one more when it was found.
+bool CHECK::succs_of(int k, std::vector<int> &stamp, std::vector<std::pair<int, int>> &incoming) {
+    BBLK *bb = flow_[size_t(k)];
     refs_.clear();
-    LIST *last = last_statement(bb);
-    if (last && last->tree) collect_labelrefs(last->tree, refs_);
-    unsigned wanted = 0;
+    if (LIST *last = last_statement(bb)) collect_labelrefs(last->tree, refs_);
+    int missing = 0;
     for (NODE *ref : refs_) {
         if (!ref->label) return fail("a LABEL has no label");
         if (!labels_.has(ref->label)) return fail("a LABEL leads to no label of the function's blocks");
-        wanted += wanted_.add(pair_of(bb, ref->label->block));
+        int &known = stamp[size_t(place(ref->label->block))];
+        missing += known != 2 * k;
+        known = 2 * k;
     }
-    unsigned found = 0;
-    for (EDGE *e = bb->succs; e; e = e->next, found++) {
+    for (EDGE *e = bb->succs; e; e = e->next) {
         if (!blocks_.has(e->block)) return fail("a successor is no block of the function");
-        if (!pairs.add(pair_of(bb, e->block)))
-            return fail("%s is a successor twice", block_name(e->block).c_str());
-        if (!wanted_.has(pair_of(bb, e->block)))
+        int &known = stamp[size_t(place(e->block))];
+        if (known == 2 * k + 1) return fail("%s is a successor twice", block_name(e->block).c_str());
+        if (known != 2 * k)
             return fail("%s is a successor, but the transfer does not name it", block_name(e->block).c_str());
+        known = 2 * k + 1;
+        missing--;
+        incoming.push_back({place(e->block), k});
     }
-    if (found == wanted) return true;
+    if (!missing) return true;
     for (NODE *ref : refs_)
-        if (!pairs.has(pair_of(bb, ref->label->block)))
+        if (stamp[size_t(place(ref->label->block))] == 2 * k)
             return fail("the transfer names %s, which is no successor",
                         block_name(ref->label->block).c_str());
     return true;
 }
 
 bool CHECK::edges() {
-    KEY_SET pairs(4 * flow_.size()), backward(4 * flow_.size());
-    for (BBLK *bb : flow_) {
-        bb_ = bb;
-        if (!edges_of(bb, pairs)) return false;
+    size_t n = flow_.size();
+    places_.assign(function_->blocks.size(), 0);
+    for (size_t k = 0; k < n; k++) places_[flow_[k]->serial_number] = int(k);
+    std::vector<int> stamp(n, -1);
+    std::vector<std::pair<int, int>> incoming;
+    for (size_t k = 0; k < n; k++) {
+        bb_ = flow_[k];
+        if (!succs_of(int(k), stamp, incoming)) return false;
     }
-    for (BBLK *bb : flow_) {
-        bb_ = bb;
-        for (EDGE *e = bb->preds; e; e = e->next) {
+    // By target.
+    std::vector<size_t> start(n + 1, 0);
+    for (auto [to, from] : incoming) start[size_t(to) + 1]++;
+    for (size_t k = 0; k < n; k++) start[k + 1] += start[k];
+    std::vector<int> sources(incoming.size());
+    std::vector<size_t> next(start.begin(), start.end() - 1);
+    for (auto [to, from] : incoming) sources[next[size_t(to)]++] = from;
+
+    stamp.assign(n, -1);
+    for (size_t k = 0; k < n; k++) {
+        bb_ = flow_[k];
+        int wanted = 2 * int(k);
+        for (size_t s = start[k]; s < start[k + 1]; s++) stamp[size_t(sources[s])] = wanted;
+        for (EDGE *e = bb_->preds; e; e = e->next) {
             if (!blocks_.has(e->block)) return fail("a predecessor is no block of the function");
-            if (!backward.add(pair_of(e->block, bb)))
-                return fail("%s is a predecessor twice", block_name(e->block).c_str());
-            if (!pairs.has(pair_of(e->block, bb)))
+            int &known = stamp[size_t(place(e->block))];
+            if (known == wanted + 1) return fail("%s is a predecessor twice", block_name(e->block).c_str());
+            if (known != wanted)
                 return fail("%s is a predecessor without being one's successor",
                             block_name(e->block).c_str());
+            known = wanted + 1;
         }
-    }
-    for (BBLK *bb : flow_) {
-        bb_ = bb;
-        for (EDGE *e = bb->succs; e; e = e->next)
-            if (!backward.has(pair_of(bb, e->block)))
-                return fail("%s does not know the block as predecessor", block_name(e->block).c_str());
+        for (size_t s = start[k]; s < start[k + 1]; s++) {
+            if (stamp[size_t(sources[s])] != wanted) continue;
+            bb_ = flow_[size_t(sources[s])];
+            return fail("%s does not know the block as predecessor", block_name(flow_[k]).c_str());
+        }
     }
     bb_ = function_->bb_list;
     if (bb_->preds) return fail("the entry has a predecessor");
@@ -403,6 +430,7 @@ bool CHECK::statements() {
 }
 
 bool CHECK::label_counts() {
+    last_nodes = nodes_.size();
     std::vector<LBL *> uses;
     for (BBLK *bb : flow_) {
         bb_ = bb;
