@@ -22,7 +22,7 @@ struct cfg_growth : cfg_world {
     }
     TIMES measure(const std::function<void(int)> &make, int n) {
         TIMES best;
-        for (int round = 0; round < 3; round++) {
+        for (int round = 0; round < 2; round++) {
             begin_function(tp->mk_func(i, std::vector<TYPE *>{}));
             x = local("x");
             make(n);
@@ -40,7 +40,7 @@ struct cfg_growth : cfg_world {
         return best;
     }
     void expect_linear(const char *shape, const std::function<void(int)> &make) {
-        const int small = 4000, large = 64000;
+        const int small = 4000, large = 32000;
         TIMES a = measure(make, small), b = measure(make, large);
         printf("%-22s ns a piece at %d and %d: build %.0f %.0f, dominators %.0f %.0f, clean %.0f %.0f, check "
                "%.0f %.0f\n",
@@ -48,7 +48,7 @@ struct cfg_growth : cfg_world {
                1e9 * b.dominators / large, 1e9 * a.clean / small, 1e9 * b.clean / large,
                1e9 * a.check / small, 1e9 * b.check / large);
         auto linear = [&](const char *what, double s, double l) {
-            // A clock tick on the small side; sixteen times the pieces, up to eight times the price of each.
+            // A clock tick on the small side; eight times the pieces, up to eight times the price of each.
             EXPECT_LT(l, 8 * (s + 0.0005) * (large / small)) << what << " of " << shape;
         };
         linear("build", a.build, b.build);

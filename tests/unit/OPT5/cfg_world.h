@@ -51,6 +51,7 @@ struct cfg_world : testing::Test {
     }
     ~cfg_world() override {
         end_function();
+        erase_all_FUNINFOs(); // those that calls have asked for
         delete file_options;
         file_options = nullptr;
         tp = nullptr;
@@ -102,6 +103,8 @@ struct cfg_world : testing::Test {
     void end_function() {
         if (!f) return;
         currfuninfo = f.get();
+        for (LIST *s = f->statements; s; s = s->next) // labels that no block has taken over
+            if (s->tree->op == LABELDEF) delete s->tree->label;
         erase_tree_list(f->statements);
         for (BBLK *bb = f->uo_list, *next; bb; bb = next) {
             next = bb->uolink;
@@ -185,7 +188,7 @@ struct MACHINE {
 
     const cfg_world &world;
     std::vector<long> log;
-    int steps = 20000, depth = 0;
+    int steps = 2500, depth = 0;
     const LIST *program = nullptr; // reversed statements, or null to run the graph
     std::map<const SYMTAB *, int> values;
     bool (*throws)(int argument) = nullptr;
