@@ -15,8 +15,10 @@
 #include "OPT5/files.h"
 #include "OPT5/flags.h"
 #include "OPT5/funinfo.h"
+#include "OPT5/ipcp.h"
 #include "OPT5/icalls.h"
 #include "OPT5/pragma.h"
+#include "OPT5/profile.h"
 #include "OPT5/readexpr.h"
 #include "OPT5/restrict.h"
 #include "OPT5/scopes.h"
@@ -330,6 +332,7 @@ struct OPT_CLIENT final : IF_CLIENT {
         LS_open(psn, nullptr, 0); // the file
         LS_open(psn, nullptr, 0); // the parameters
         dump_function_header();
+        initialize_the_profiling_state(nullptr);
     }
 
     void cl_end_args(const PSN *psn) override {
@@ -376,6 +379,7 @@ struct OPT_CLIENT final : IF_CLIENT {
         if (only && !only->next && only->tree->op == BRANCH && only->tree->left->u.lval == INT65(number)) {
             reading.dropped_label = number;
             reading.dropped_label_psn = only->psn;
+            initialize_the_profiling_state(only->tree);
             erase_tree_list(only);
             currfuninfo->statements = nullptr;
             return;
@@ -459,6 +463,7 @@ struct OPT_CLIENT final : IF_CLIENT {
         }
         build_function();
         currfuninfo->per_call.assign(unique_call_index + 1, 0);
+        init_ipcp_for_fun();
         currfunc = nullptr;
         currfuninfo = nullptr;
     }

@@ -367,14 +367,20 @@ const NODE *skip_marks(const NODE *n) {
     return n;
 }
 
+// Objects are used as what they are: records as records of their size, arrays as arrays, the rest as values.
+int shape_of_object(const TYPE *t) {
+    return t->is_func() ? 1 : t->is_csu() ? 2 : t->is_array() && !t->is_vector() ? 3 : 0;
+}
+
 std::string check_name(const NODE *n, WANT want) {
     const SYMTAB *s = n->u.sym;
     if (!s) return "NAME without a symbol";
     if (want == W_FUNCTION)
         return s->is_function() ? "" : std::string("NAME of ") + s->name + " where a function must be";
-    if (s->is_function() != n->type->is_func())
-        return std::string("NAME of ") + s->name + (s->is_function() ? ", a function," : "") +
-               " has the type " + n->type->printstr();
+    int shape = shape_of_object(s->type);
+    if (shape != shape_of_object(n->type) || (shape == 2 && n->type->size != s->type->size))
+        return std::string("NAME of ") + s->name + ", which is of type " + s->type->printstr() +
+               ", has the type " + n->type->printstr();
     if (s->level > 0 && s->sclass == SC_NOT_STACK)
         return std::string("NAME of ") + s->name + ", which has no storage";
     return "";
@@ -427,6 +433,10 @@ std::string check_special(const NODE *n, WANT want) {
     case PCONV:
     case ISP2CHAR:
         if (left && left->type && left->type->is_csu()) return "PCONV of a record";
+        break;
+    case ENDLOOP:
+        if (left && left->type && !type_fits(T_INTEGRAL, left->type))
+            return "ENDLOOP with a counter that is no integer";
         break;
     case UAND:
         if (left && is_bitfield_reference(left)) return "UAND of a bit-field";

@@ -138,6 +138,10 @@ TEST_F(client_trees, malformed_statements_are_refused) {
         {[&] { return B(ASG, N("x"), N(f)); }, "found NAME"},
         {[&] { return B(ASG, N("x"), maketree(NAME, nullptr, nullptr, i, nullptr)); }, "NAME without a symbol"},
         {[&] { return B(ASG, N("x"), maketree(PLUS, I(1), N(rec), i, nullptr)); }, "expected a number"},
+        {[&] { return maketree(STASG, maketree(NAME, nullptr, nullptr, record, nullptr), N(rec), record, nullptr); }, "NAME without a symbol"},
+        {[&] { NODE *n = N("x"); n->type = record; return B(STASG, n, N(rec)); }, "NAME of x, which is of type int, has the type struct record"},
+        {[&] { NODE *n = N(arr); n->type = i; return B(ASG, n, I(1)); }, "NAME of arr"},
+        {[&] { return root(ENDLOOP, N(symbol("fl", flt)), label(1)); }, "no integer"},
         {[&] { return B(MOD, N("x"), fcon()); }, "MOD: expected an integer"},
         // members
         {[&] { return dot(N(rec), field_a); }, ""},
