@@ -62,8 +62,11 @@ enum EKIND : uint8_t {
 };
 // clang-format on
 
-// Calling convention of a function type: a number that the file carries. 0 is the plain one.
+// Calling convention of a function type: a number that the file carries. With CC_RECORD_RESULT the function
+// returns a record in the source, here through a hidden first pointer parameter; who writes machine code for it
+// has to follow the target's rules for record results.
 typedef uint8_t CC_KIND;
+inline constexpr CC_KIND CC_PLAIN = 0, CC_RECORD_RESULT = 1;
 
 // Left out size, alignment or count: the maker computes it.
 inline constexpr uint64_t TP_SIZE = ~uint64_t{0};

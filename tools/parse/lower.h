@@ -105,6 +105,7 @@ class LOWER {
     TYPE *unqualified(clang::QualType t) { return type_of(t.getUnqualifiedType()); }
     TYPE *record_type(const clang::RecordDecl *, clang::SourceLocation);
     TYPE *function_type(const clang::FunctionType *, clang::SourceLocation);
+    TYPE *source_function_type(const clang::FunctionType *);
     TYPE *builtin_type(const clang::BuiltinType *);
     void record_members(const clang::RecordDecl *, TYPE *);
     TYPE *int_t() { return m.package->int_type(); }

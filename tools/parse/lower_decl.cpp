@@ -51,9 +51,10 @@ MSYM *LOWER::function_symbol(const FunctionDecl *f) {
     if (!s) {
         s = m.symbol(name.c_str(), type_of(best->getType()), is_static ? 3 : defined ? 2 : 5);
         enter_global(s, best);
-        s->cpp_type = type_of(best->getType());
+        s->cpp_type = source_function_type(best->getType()->castAs<clang::FunctionType>());
     } else if (s->sclass == 5 && defined) {
-        s->type = s->cpp_type = type_of(best->getType());
+        s->type = type_of(best->getType());
+        s->cpp_type = source_function_type(best->getType()->castAs<clang::FunctionType>());
         s->sclass = is_static ? 3 : 2;
     }
     symbols[key] = s;

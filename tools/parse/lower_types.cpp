@@ -109,14 +109,31 @@ TYPE *LOWER::function_type(const clang::FunctionType *f, SourceLocation) {
     std::vector<TYPE *> params;
     if (record) params.push_back(pointer_to(unqualified(f->getReturnType())));
     auto *proto = dyn_cast<FunctionProtoType>(f);
+    // A result that the source returns as a record is told from a pointer that it passes itself.
+    CC_KIND cc = record ? CC_RECORD_RESULT : CC_PLAIN;
     if (proto) {
         for (QualType q : proto->param_types()) params.push_back(type_of(q.getUnqualifiedType()));
-        return p->mk_func(returns, params, proto->isVariadic());
+        return p->mk_func(returns, params, proto->isVariadic(), false, cc);
     }
-    TYPE *t = p->mk_func(returns, false, false, false);
+    TYPE *t = p->mk_func(returns, false, false, false, cc);
     for (TYPE *param : params) t->add_param(param);
     t->open_list(TPL_params);
     p->type_frozen(t);
+    return t;
+}
+
+// The type that the source gives a function: with a record as its result.
+TYPE *LOWER::source_function_type(const clang::FunctionType *f) {
+    if (!returns_record(f)) return function_type(f, SourceLocation());
+    TYPE *returns = unqualified(f->getReturnType());
+    if (auto *proto = dyn_cast<FunctionProtoType>(f)) {
+        std::vector<TYPE *> params;
+        for (QualType q : proto->param_types()) params.push_back(type_of(q.getUnqualifiedType()));
+        return m.package->mk_func(returns, params, proto->isVariadic());
+    }
+    TYPE *t = m.package->mk_func(returns, false, false, false);
+    t->open_list(TPL_params);
+    m.package->type_frozen(t);
     return t;
 }
 
