@@ -138,8 +138,8 @@ const CTYPE *CTYPES::make(TYPE *t) {
 
 bool CTYPES::hidden_result(TYPE *f) {
     const fkPARAM *first = f->params();
-    return f->cc_kind() == CC_RECORD_RESULT && f->return_type()->is_void() && first && first->type->is_ptr() &&
-           first->type->type_pointed_to()->is_csu();
+    return f->cc_kind() == CC_RECORD_RESULT && f->return_type()->is_void() && first &&
+           first->type->is_ptr() && first->type->type_pointed_to()->is_csu();
 }
 
 bool CTYPES::may_be_in_registers(TYPE *t) {

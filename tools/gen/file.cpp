@@ -6,9 +6,9 @@
 
 namespace {
 
-const char *const preamble = "typedef signed char s8 __attribute__((may_alias));\n"
-                             "typedef unsigned char u8 __attribute__((may_alias));\n"
-                             "typedef char c8 __attribute__((may_alias));\n"
+const char *const preamble = "typedef signed char s8;\n"
+                             "typedef unsigned char u8;\n"
+                             "typedef char c8;\n"
                              "typedef short s16 __attribute__((may_alias));\n"
                              "typedef unsigned short u16 __attribute__((may_alias));\n"
                              "typedef int s32 __attribute__((may_alias));\n"
@@ -198,7 +198,7 @@ std::string FILE_GEN::data_head(MSYM *s, const char *linkage) {
     GLOBAL &v = globals[s];
     std::string before = v.type->before;
     auto qualify = [&](const char *word) {
-        if (before.back() == '*') before += std::string(word) + " ";
+        if (v.type->before.back() == '*') before += std::string(word) + " ";
         else before = std::string(word) + " " + before;
     };
     if (s->type->is_volatile()) qualify("volatile");
