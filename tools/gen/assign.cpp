@@ -198,6 +198,20 @@ EXPR FUNC_GEN::op_assignment(MNODE *t, bool want_value) {
     bool post = t->op == PLUSPLUS || t->op == MINMIN;
     LVAL l = as_type(lvalue(t->left), t->left->type);
     const CTYPE *type = types.of(t->left->type);
+    bool constant = t->right->op == ICON || t->right->op == FCON || t->right->op == LCON;
+    if (post && !constant) { // the old value is read before the amount is computed
+        l = fixed(l, seq->last());
+        EXPR old = temp(load_from(l, t->left), seq->last());
+        if (type->is_scalar()) old = convert(old, type);
+        EXPR v = value(t->right), next;
+        if (type->kind == CK_ptr) {
+            v = binary_text(convert(old, types.bytes()), row.plain == PLUS ? "+" : "-",
+                            convert(v, types.basic(CK_s32)), P_ADD, types.bytes());
+            next = convert(v, type);
+        } else next = combine(row.plain, old, v, type, t);
+        store(l, next);
+        return old;
+    }
     // A pointer steps by whole elements where it can.
     uint64_t size = type->kind == CK_ptr && l.type == type && type->part->bytes &&
                             (type->part->kind != CK_record || type->part->type->is_complete())

@@ -512,9 +512,7 @@ EXPR FUNC_GEN::unary(MNODE *t) {
         if (flt) return library(f32 ? "__builtin_fabsf" : "__builtin_fabs", work);
         if (!work->is_signed()) return convert(a, type);
         return library(work->bytes == 8 ? "__builtin_llabs" : "__builtin_abs", promoted);
-    case SQRT:
-        if (!flt) a = convert(a, types.basic(CK_f64));
-        return library(f32 ? "__builtin_sqrtf" : "__builtin_sqrt", flt ? work : types.basic(CK_f64));
+    case SQRT: return convert(apply_support(f32 ? "sqrt_f32" : "sqrt_f64", {a}), type);
     case SQR: a = keep(a); return combine(MULT, a, a, work, t);
     case RECIP:
         if (flt) return combine(DIV, real("0x1p+0", work), a, work, t);

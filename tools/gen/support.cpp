@@ -42,6 +42,9 @@ const ROW rows[] = {
     {"recip_u32", "u32 u32", "1 / (a ? a : 1)"},
     {"recip_s64", "s64 s64", "1 / (a ? a : 1)"},
     {"recip_u64", "u64 u64", "1 / (a ? a : 1)"},
+    // square roots as the floating point unit takes them, without errno
+    {"sqrt_f32", "f32 f32", "{ f32 r; __asm__(\"vsqrt.f32 %0, %1\" : \"=t\"(r) : \"t\"(a)); return r; }"},
+    {"sqrt_f64", "f64 f64", "{ f64 r; __asm__(\"vsqrt.f64 %P0, %P1\" : \"=w\"(r) : \"w\"(a)); return r; }"},
 
     // smaller and greater
     {"MIN", "s32 s32 s32", "a < b ? a : b"},    {"MAX", "s32 s32 s32", "a > b ? a : b"},
