@@ -38,8 +38,12 @@ constexpr NEEDS_TYPE needs_type;
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 bool is_hex(char c) { return is_digit(c) || (c >= 'a' && c <= 'f'); }
 
+} // namespace
+
+bool if_op_needs_type(int op) { return needs_type.of[op]; }
+
 // Decimal, within the 65 bits that sign and magnitude of any integer type take: -2^64 to 2^64 - 1.
-bool is_decimal_text(const char *p) {
+bool if_is_decimal_text(const char *p) {
     bool negative = *p == '-';
     p += negative;
     if (!*p) return false;
@@ -56,7 +60,7 @@ bool is_decimal_text(const char *p) {
 }
 
 // What the "%a" conversion gives: a sign, then 0x1.8p+3 and its like, or inf, or nan.
-bool is_float_text(const char *p) {
+bool if_is_float_text(const char *p) {
     p += *p == '-';
     if (!strcmp(p, "inf") || !strcmp(p, "nan")) return true;
     if (p[0] != '0' || p[1] != 'x' || !is_hex(p[2])) return false;
@@ -71,6 +75,8 @@ bool is_float_text(const char *p) {
     for (; is_digit(*p); p++) digits++;
     return digits >= 1 && digits <= MOST_EXPONENT_DIGITS && !*p;
 }
+
+namespace {
 
 // Number of CASE nodes in the list that hangs on a SWITCH, and whether there is a DEFAULT.
 struct CASES {
@@ -150,14 +156,14 @@ void IF_EXPR_READER::if_read_expr_icon(BASE_NODE *n, TYPE *type) {
 void IF_EXPR_READER::if_read_expr_fcon(BASE_NODE *n) {
     uint32_t at = f.position_;
     const char *text = f.i_read_string(0);
-    if (!is_float_text(text)) f.bad_file_at(at, "the text of an FCON is no hexadecimal float");
+    if (!if_is_float_text(text)) f.bad_file_at(at, "the text of an FCON is no hexadecimal float");
     n->mk_fcon(text);
 }
 
 void IF_EXPR_READER::if_read_expr_lcon(BASE_NODE *n) {
     uint32_t at = f.position_;
     const char *text = f.i_read_string(0);
-    if (!is_decimal_text(text)) f.bad_file_at(at, "the text of an LCON is no decimal number of 65 bits");
+    if (!if_is_decimal_text(text)) f.bad_file_at(at, "the text of an LCON is no decimal number of 65 bits");
     n->mk_lcon(text);
 }
 

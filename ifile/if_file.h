@@ -132,6 +132,11 @@ struct TYPE_INFO {
 using IF_BAD_FILE_HANDLER = void (*)(const char *text);
 extern IF_BAD_FILE_HANDLER if_bad_file_handler;
 
+// What may stand in an FCON: the text of the "%a" conversion, or inf, or nan; and in an LCON: a decimal number of sign
+// and 64 bits.
+bool if_is_float_text(const char *text);
+bool if_is_decimal_text(const char *text);
+
 // Bytes that are appended to. Grows by half or by what is needed; ends the program when there is no memory.
 struct IF_BUFFER {
     char *start = nullptr, *pos = nullptr, *end = nullptr;

@@ -25,5 +25,7 @@ extern IF_NODE_INFO if_node_info[IF_NODE_TABLE_SIZE];
 
 // Fills if_node_info; calling it again is harmless.
 void if_node_table_init();
+// Whether a node of this file opcode must have a type: it has a value, or its operands are stored by the type.
+bool if_op_needs_type(int op);
 // Enters one row. An id above 200 prints "\nINTERNAL ERROR: Invalid opcode, aborting\n" and exits with 1.
 void if_enter_node(int id, const char *name, int arity);

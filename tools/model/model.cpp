@@ -268,7 +268,8 @@ void write_record(I_FILE *f, MRECORD &r) {
     case IF_DEP_EDGE: f->if_write_dep_edge(r.n[0], r.n[1], r.n[2]); break;
     case IF_LDSPEC: write_ldspec(f, r); break;
     case IF_EHT: f->if_write_func_eht(r.eht.data(), unsigned(r.eht.size())); break;
-    default: break; // IF_MBANK: read, but no writer of the format emits it
+    case IF_MBANK: f->if_write_mbank(r.n); break;
+    default: break;
     }
 }
 
@@ -283,12 +284,12 @@ std::unique_ptr<MODEL> read_model(const char *path) {
         exit(1);
     }
     MODEL_CLIENT client(*m);
-    I_FILE *f = I_FILE::if_open(file, &client);
+    I_FILE *f = I_FILE::if_open(file, &client, path);
     if (!f) if_bad_file_handler((std::string(path) + ": not an intermediate file").c_str());
-    f->set_display_name(path);
     m->source = f;
     f->if_type_init(m->package);
     f->if_read_file();
+    for (unsigned id = 1; const char *name = f->i_get_file_name(id); id++) m->files.emplace_back(name);
     return m;
 }
 
@@ -300,6 +301,7 @@ bool write_model(MODEL &m, const char *path) {
     }
     I_FILE *f = I_FILE::if_create(file, m.package, m.producer.c_str());
     for (const OPTION_SET &set : m.options) f->if_enter_option_set(set);
+    for (const std::string &name : m.files) f->i_enter_file_name(name.c_str());
     for (MSYM *s : m.globals) f->if_enter_global(s);
     for (MITEM &item : m.items) {
         if (item.func)

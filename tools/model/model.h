@@ -125,6 +125,7 @@ struct MNODE final : BASE_NODE {
 //   IF_INLOOP   n[0] number, sym control variable or null, n[1] flags
 //   IF_DEP_VECTOR n[0] id, [1] flags, elements in `vector`    IF_DEP_EDGE n[0] from, [1] to, [2] vector id
 //   IF_LDSPEC   n[0] id, [1] form, [2], [3] words, type, sym  IF_EHT       eht
+//   IF_MBANK    n[0] to n[4]
 //   IF_INIT     only in MODEL::inits: sym, trees
 struct MRECORD {
     struct ELEMENT {
@@ -161,9 +162,10 @@ struct MODEL {
     std::string producer;
     std::string file_name; // for messages
     std::vector<OPTION_SET> options;
-    std::vector<MSYM *> globals; // by index
-    std::vector<MRECORD> inits;  // IF_INIT records in file order
-    std::vector<MITEM> items;    // main stream in order
+    std::vector<std::string> files; // the file-name table as read; what is written begins with these
+    std::vector<MSYM *> globals;    // by index
+    std::vector<MRECORD> inits;     // IF_INIT records in file order
+    std::vector<MITEM> items;       // main stream in order
     TYPE_PKG *package = nullptr;
 
     MODEL();

@@ -1,0 +1,113 @@
+// qlasm: the text of an intermediate file, as qldump writes it or as written by hand, into the file.
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+
+#include "tools/text/assemble.h"
+
+namespace {
+
+void usage(FILE *to) {
+    fputs("Usage: qlasm [options] FILE.ift\n"
+          "Makes an intermediate file from its text.\n"
+          "  -o FILE.if    write there (default: the name of the text with .if for .ift)\n"
+          "  --help        this text\n"
+          "Mistakes are told as FILE:LINE:COLUMN: error: ..., up to 20 of them, and no file is left.\n"
+          "Exit status: 0; 1 the text has mistakes, or a file can't be read or written; 2 wrong usage.\n",
+          to);
+}
+
+struct SETTINGS {
+    std::string input, output;
+};
+
+[[noreturn]] void misused(const char *what, const char *argument) {
+    fprintf(stderr, "qlasm: %s%s\n", what, argument);
+    usage(stderr);
+    exit(2);
+}
+
+SETTINGS parse(int argc, char **argv) {
+    SETTINGS s;
+    bool options_ended = false;
+    for (int i = 1; i < argc; i++) {
+        const char *a = argv[i];
+        if (options_ended || a[0] != '-') {
+            if (!s.input.empty()) misused("more than one file: ", a);
+            s.input = a;
+        } else if (!strcmp(a, "--")) options_ended = true;
+        else if (!strcmp(a, "--help")) {
+            usage(stdout);
+            exit(0);
+        } else if (!strcmp(a, "-o")) {
+            if (++i == argc) misused("an argument is missing behind ", a);
+            s.output = argv[i];
+        } else misused("unknown option ", a);
+    }
+    if (s.input.empty()) misused("no file", "");
+    if (s.output.empty()) {
+        s.output = s.input;
+        if (s.output.ends_with(".ift")) s.output.pop_back();
+        else s.output += ".if";
+    }
+    std::error_code error;
+    if (std::filesystem::equivalent(s.input, s.output, error))
+        misused("the output would replace the text ", s.input.c_str());
+    return s;
+}
+
+std::string refused;
+struct REFUSED {};
+
+// Reads what was written: a file that the readers do not take is not given out.
+bool reads_back(const std::string &path) {
+    if_bad_file_handler = [](const char *text) {
+        refused = text;
+        throw REFUSED();
+    };
+    try {
+        read_model(path.c_str());
+        return true;
+    } catch (const REFUSED &) {
+        fprintf(stderr, "qlasm: the file that the text describes is not valid: %s\n", refused.c_str());
+        return false;
+    }
+}
+
+// Under another name first, so that no one finds half a file.
+bool write_output(MODEL &m, const std::string &output) {
+    std::string draft = output + ".new";
+    if (!write_model(m, draft.c_str())) return false;
+    std::error_code error;
+    if (reads_back(draft)) {
+        std::filesystem::rename(draft, output, error);
+        if (!error) return true;
+        fprintf(stderr, "%s: cannot rename to %s: %s\n", draft.c_str(), output.c_str(),
+                error.message().c_str());
+    }
+    remove(draft.c_str());
+    return false;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    SETTINGS s = parse(argc, argv);
+    TYPE_PKG::abi = 1; // what the names of the basic types mean in the text
+    MODEL m;
+    TEXT_FILE text;
+    bool done = false;
+    try {
+        if (!text.load(s.input.c_str(), m)) return 1;
+    } catch (const TOO_MANY_ERRORS &) {}
+    if (!text.error_count()) {
+        ASSEMBLER(text, m).assemble();
+        if (!text.error_count()) done = write_output(m, s.output);
+    }
+    text.print_messages(stderr);
+    std::error_code error;
+    // What is left of an earlier run is not the file of this text.
+    if (!done && std::filesystem::is_regular_file(s.output, error)) remove(s.output.c_str());
+    return !done;
+}
