@@ -95,7 +95,7 @@ MSYM *ASSEMBLER::symbol(TOKEN_KIND kind) {
     s.type = s.cpp_type = type();
     TEXT_LAYOUT layout = default_symbol_layout(s.type);
     s.size = uint32_t(layout.size), s.align = layout.align;
-    bool has_class = row || false;
+    bool has_class = row != nullptr;
     while (token().kind == T_ID) {
         has_class |= at_word("class");
         symbol_attribute(&s);
@@ -255,7 +255,10 @@ void ASSEMBLER::function() {
         uint32_t start = token().at;
         try {
             line();
-        } catch (const BAD_TEXT &) { skip_bad(start); }
+        } catch (const BAD_TEXT &) {
+            skip_bad(start);
+            if (take_punct('}')) end_line(); // of the block that broke off
+        }
     }
     uint32_t at = token().at;
     pos++;
@@ -475,7 +478,7 @@ EHT_ENTRY ASSEMBLER::exception_entry() {
 void ASSEMBLER::line_exceptions() {
     const TOKEN &t = token();
     expect_punct('{', "behind exceptions");
-    if (has_exceptions) f.fail_at(t.at, "a second exception table in a function");
+    if (has_exceptions) f.error_at(t.at, "a second exception table in a function");
     has_exceptions = true;
     std::vector<EHT_ENTRY> entries;
     std::vector<uint32_t> places;

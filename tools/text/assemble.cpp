@@ -117,12 +117,10 @@ void ASSEMBLER::skip_line() {
 
 void ASSEMBLER::skip_bad(uint32_t start) {
     unsigned limit = f.place(start).column;
-    for (; token().kind != T_END; pos++)
-        if (token().kind == T_NEWLINE && token(1).kind != T_NEWLINE && column(token(1)) <= limit &&
-            token(1).at > start) {
-            pos++;
-            return;
-        }
+    for (; token().kind != T_END; pos++) {
+        bool new_line = is_line_start(pos) && token().kind != T_NEWLINE && token().at > start;
+        if (new_line && column(token()) <= limit) return;
+    }
 }
 
 // --- the top level ---
@@ -238,6 +236,8 @@ void ASSEMBLER::assemble() {
         auto each = [this](const std::vector<CONSTRUCT> &list) {
             for (const CONSTRUCT &c : list) {
                 pos = c.at;
+                func = nullptr;
+                place = P_OUTSIDE;
                 try {
                     switch (c.kind) {
                     case CONSTRUCT::SYMBOL: global_symbol(); break;
