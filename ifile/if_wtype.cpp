@@ -138,9 +138,8 @@ struct IF_TYPE_WRITER {
 
     void write_csu_type(TYPE *t) {
         const tpCSU &csu = *t->sub.csu;
-        bool is_short = csu.bclass.empty() && csu.adecl.empty() && csu.ffriend.empty() &&
-                        csu.cfriend.empty() && csu.ntype.empty() && csu.sdata.empty() && csu.mfunc.empty() &&
-                        csu.params.empty() && csu.word == 0;
+        // A list that exists has a header and trailer even when nothing is in it, and only the long form announces it.
+        bool is_short = !(csu.lists & ~(1u << TPL_mdata)) && csu.word == 0;
         begin(t, is_short ? ITF_CSU_SHORT : ITF_CSU_LONG);
         f.i_write_i8(t->kind == K_struct ? ICK_STRUCT : t->kind == K_union ? ICK_UNION : ICK_CLASS);
         f.i_write_string(csu.name, 0);
