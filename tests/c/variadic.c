@@ -54,7 +54,10 @@ static int twice(const char *names, ...) {
     return s * first;
 }
 static int take(va_list *ap) { return va_arg(*ap, int); }
-static int rest(va_list ap) { return va_arg(ap, int) - va_arg(ap, int); }
+static int rest(va_list ap) {
+    int a = va_arg(ap, int);
+    return a - va_arg(ap, int);
+}
 static int handed(int n, ...) {
     va_list ap;
     va_start(ap, n);

@@ -26,9 +26,9 @@ const PSN *LOWER::psn_of(SourceLocation where) {
 void LOWER::translation_unit() {
     for (const Decl *d : ctx.getTranslationUnitDecl()->decls()) {
         if (auto *v = dyn_cast<VarDecl>(d)) {
-            // One symbol for all declarations of a variable; defined where clang says so.
-            if (v->getDefinition() || v->hasInit() || v->getActingDefinition() || v->hasAttr<UsedAttr>())
-                if (v == v->getMostRecentDecl()) global_variable(v);
+            // One symbol for all declarations of a variable, made where it is defined.
+            const VarDecl *def = definition_of(v);
+            if (def ? v == def : v->hasAttr<UsedAttr>() && v == v->getMostRecentDecl()) global_variable(v);
         } else if (auto *f = dyn_cast<FunctionDecl>(d)) {
             if (f->doesThisDeclarationHaveABody() && !f->isDependentContext()) function_definition(f);
         } else if (auto *a = dyn_cast<FileScopeAsmDecl>(d)) {

@@ -119,6 +119,7 @@ class LOWER {
 
     // --- declarations (lower_decl.cpp) ---
     void global_variable(const clang::VarDecl *);
+    static const clang::VarDecl *definition_of(const clang::VarDecl *); // null: only declared
     void function_definition(const clang::FunctionDecl *);
     MSYM *function_symbol(const clang::FunctionDecl *);
     MSYM *variable_symbol(const clang::VarDecl *); // global, function static or local

@@ -103,6 +103,14 @@ void LOWER::function_attributes(MSYM *s, const FunctionDecl *f) {
     if (f->hasAttr<NakedAttr>()) refuse(f->getLocation(), "a naked function");
 }
 
+// The definition, else a tentative one: an extern declaration after it, also within a function, does not undo it.
+const VarDecl *LOWER::definition_of(const VarDecl *v) {
+    if (const VarDecl *def = v->getDefinition()) return def;
+    for (const VarDecl *d : v->redecls())
+        if (d->isThisDeclarationADefinition() == VarDecl::TentativeDefinition) return d;
+    return nullptr;
+}
+
 MSYM *LOWER::variable_symbol(const VarDecl *v) {
     auto lit = locals.find(v);
     if (lit != locals.end()) return lit->second;
@@ -112,8 +120,7 @@ MSYM *LOWER::variable_symbol(const VarDecl *v) {
     if (!v->hasGlobalStorage()) refuse(v->getLocation(), "a variable used outside its function");
     if (v->getTLSKind() != VarDecl::TLS_None) refuse(v->getLocation(), "thread-local storage");
     const VarDecl *best = v;
-    if (const VarDecl *def = v->getDefinition()) best = def;
-    else if (const VarDecl *acting = const_cast<VarDecl *>(v)->getActingDefinition()) best = acting;
+    if (const VarDecl *def = definition_of(v)) best = def;
     std::string name = v->getName().str();
     if (auto *label = v->getAttr<AsmLabelAttr>()) name = label->getLabel().str();
     int sclass = 5;
@@ -145,8 +152,6 @@ MSYM *LOWER::variable_symbol(const VarDecl *v) {
 }
 
 void LOWER::global_variable(const VarDecl *v) {
-    const VarDecl *def = v->getDefinition();
-    if (!def) def = const_cast<VarDecl *>(v)->getActingDefinition();
     bool is_static = v->getFormalLinkage() != ExternalLinkage;
     bool wanted = !is_static || v->isUsed(false) || v->isReferenced() || v->hasAttr<UsedAttr>();
     for (const VarDecl *d : v->redecls()) wanted |= d->isUsed(false) || d->isReferenced();
