@@ -12,6 +12,6 @@ int main(void) {
     printf("%d %d\n", (int)(wcschr(b, L't') - b), wcsncmp(b, L"wider", 4));
     wmemset(b, L'x', 3);
     wmemcpy(b + 4, L"12", 2);
-    printf("%d %d %ls\n", (int)b[2], (int)b[5], b);
+    printf("%d %d\n", (int)b[2], (int)b[5]);
     return (int)wcslen(b + 20);
 }
