@@ -94,7 +94,8 @@ static int recursive_global(int n) {
 int main(void) {
     int x = 0, y = 0;
     printf("%d %d\n", both(&x, &y), both(&x, &x));
-    printf("%d %d %d\n", across(&x), across(&g), g);
+    y = across(&x), x = across(&g);
+    printf("%d %d %d\n", y, x, g);
     printf("%08x %08x\n", through_bytes(0x11223344), through_bytes(0));
     int e = escaped(5);
     printf("%d %d\n", e, g);

@@ -96,7 +96,8 @@ int main(void) {
         int k = conditional(a, 40, f, out);
         printf("%d %d ", k, out[k - 1]);
     }
-    printf("%d %d %d\n", invariant(10, 7, &calls), invariant(3, 0, &calls), calls);
+    int twice = invariant(10, 7, &calls), never = invariant(3, 0, &calls);
+    printf("%d %d %d\n", twice, never, calls);
     for (int n = 0; n < 60; n += 13) printf("%lld %d ", mixed(n), triangle(n / 3));
     int sum = 0, i, j;
     for (i = 0; i < 64; i += 3) sum += s[i] >> 2;

@@ -89,7 +89,8 @@ int main(void) {
     char letters[] = "abcde", grid[5][6] = {"..#...", ".##.#.", "#...#.", "..###.", ".#...."}, text[40];
     int count = permute(letters, 0, 5, &hash);
     printf("%d %d %d %u %s\n", pegs[2], moves, count, hash, letters);
-    printf("%d %d %d\n", flood(grid, 0, 0), flood(grid, 5, 0), flood(grid, 0, 0));
+    for (int x = 0; x < 6; x++) printf("%d ", flood(grid, x, 0));
+    printf("\n");
     printf("%d%d%d%d\n", match("a*b?d", "axxbbcd"), match("*", ""), match("a?", "a"), match("*ab*ab*", "xabyab"));
     digits(digits(text, 4000000000u, 10), 0xbeef, 16);
     static const int coins[] = {50, 20, 10, 5, 2, 1, 0};

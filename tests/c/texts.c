@@ -17,7 +17,8 @@ static void numbers(const char *s, int base) {
     long long ll = strtoll(s, &end, base);
     printf("%lld %d|", ll, errno);
     errno = 0;
-    printf("%llu %d\n", strtoull(s, NULL, base), errno);
+    unsigned long long ull = strtoull(s, NULL, base);
+    printf("%llu %d\n", ull, errno);
 }
 
 int main(void) {
