@@ -104,7 +104,7 @@ int main(void) {
     unsigned sum = 0;
     for (int i = 0; i < 256; i++) sum = sum * 5 + table[i];
     printf("%u %d\n", sum, table['z']);
-    printf("%d %d %d %d\n", other(4), maybe(9), missing ? 1 : 0, real == other);
+    printf("%d %d %d %d\n", other(4), maybe(9), missing ? missing(2) : 0, real == other);
     printf("%d %d %d\n", apart(9), close_by(3), both(12));
     for (int i = 0; i < 5; i++) printf("%d ", counter());
     for (int i = 0; i < 5; i++) printf("%d ", other_counter(i % 2));

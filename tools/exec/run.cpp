@@ -148,8 +148,11 @@ void resolve_references() {
                 auto it = program.by_name.find(name);
                 XFUNC *f = it != program.by_name.end() ? it->second : library_function(name);
                 if (!f) {
-                    if (s->find_pragma(PRAG_QL_WEAK)) continue; // its address is null
-                    f = new_function(s, name);                  // calling it is a fault
+                    if (s->find_pragma(PRAG_QL_WEAK)) { // its address is null
+                        program.object_of[s] = 0;
+                        continue;
+                    }
+                    f = new_function(s, name); // calling it is a fault
                     program.by_name[name] = f;
                 }
                 program.function_of[s] = f;
