@@ -28,9 +28,7 @@ bool read_and_write(const char *from, const char *to) {
         std::unique_ptr<MODEL> m = read_model(from);
         if (!write_model(*m, to)) abort();
         return true;
-    } catch (FILE_REFUSED &) {
-        return false;
-    }
+    } catch (FILE_REFUSED &) { return false; }
 }
 
 } // namespace

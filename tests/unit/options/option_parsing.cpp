@@ -259,7 +259,7 @@ TEST_F(options, table_is_consistent) {
         EXPECT_EQ(row.kind == PARM_NONE, row.parse_type >= PARSE_NOTHING) << id;
         EXPECT_EQ(row.kind == PARM_NONE, row.parameter == nullptr) << id;
         for (int other = 0; row.letter && other < id; ++other) {
-            const char* letter = option_definitions[other].letter;
+            const char *letter = option_definitions[other].letter;
             EXPECT_TRUE(!letter || strcmp(row.letter, letter)) << row.letter;
         }
         // Every enumerator, deprecated or not, has a text to export under.
