@@ -250,7 +250,12 @@ EXPR FUNC_GEN::wide(MNODE *t) {
         if (type->kind != CK_complex) cannot(t, "a result that is not complex");
         std::vector<EXPR> v = values({t->left, t->right});
         for (EXPR &e : v) e = convert(e, type->part);
-        if (type->part->is_float()) return call_text("__builtin_complex", v, type);
+        if (type->part->is_float()) {
+            // Both operands must have the very same type: not an aliasing or qualified form of it.
+            const char *plain = type->part->kind == CK_f32 ? "(float)(" : "(double)(";
+            for (EXPR &e : v) e.text = plain + e.text + ")", e.prec = P_UNARY;
+            return call_text("__builtin_complex", v, type);
+        }
         EXPR e;
         e.text = new_temp(type), e.type = type;
         put("__real__ " + e.text + " = " + v[0].text, v[0].fx);
