@@ -4,7 +4,7 @@ source_file=$1
 shift
 [ -f "$source_file" ] || { say "ql: no file $source_file"; exit 2; }
 install "${run_packages[@]}"
-build_targets qlparse qlopt qlrun
+build_targets qlparse qlopt qlrun qlgen
 out=${QL_OUT:-$build/run/$(basename "${source_file%.c}")}
 mkdir -p "$out"
 level=${QL_LEVEL:-2}
@@ -27,7 +27,7 @@ if [ -x "$build/tools/gen/qlgen" ]; then
     say "== as ARM program under qemu"
     "$build/tools/gen/qlgen" "$out/optimized.if" -o "$out/optimized.c"
     # shellcheck disable=SC2046
-    arm-linux-gnueabihf-gcc -static -marm -w $("$build/tools/gen/qlgen" --print-backend-options) "$out/optimized.c" -o "$out/program" -lm
+    arm-linux-gnueabihf-gcc -static -marm -w $("$build/tools/gen/qlgen" --print-backend-options) "$out/optimized.c" -o "$out/program" -lm 2>"$out/program.log" || { cat "$out/program.log" >&2; exit 1; }
     qemu-arm "$out/program" "$@" || arm_status=$?
     [ "${arm_status:-0}" -eq $status ] || { say "ql: the ARM program ends with status ${arm_status:-0}"; exit 1; }
 fi
