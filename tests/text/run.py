@@ -109,6 +109,18 @@ def test_hand(tools):
             else:
                 fail("%s: the dump has no line %r" % (name, line))
         check_file(tools, "hand.if", name)
+    # The examples of the manual are good.
+    with open(os.path.join(HERE, "../../docs/text-form.md")) as f:
+        examples = re.findall(r"^```ift\n(.*?)^```", f.read(), re.M | re.S)
+    for number, text in enumerate(examples, 1):
+        write("example.ift", text)
+        done = run(tools["qlasm"], "example.ift")
+        if done.returncode or done.stderr:
+            fail("example %d of the manual: %s" % (number, done.stderr.decode()))
+        else:
+            check_file(tools, "example.if", "example %d" % number)
+    if not examples:
+        fail("the manual has no examples")
     # Together the texts have every opcode of a file and every word of a main stream.
     with open(os.path.join(HERE, "../../ifile/opcodes.def")) as f:
         rows = re.findall(r"_ROW\s*\(\s*(\d+), (\w+),", f.read())
@@ -167,6 +179,7 @@ BAD = [
     ("size", "global @x : int[size 65]\n", ["1:16: a size of 65 bits where 1 to 64 can be"]),
     ("attribute", "global @x : int[vararg]\n",
      ["1:17: one of size align boolean ptm plain explicit should stand here, not 'vararg'"]),
+    ("piece of an attribute", "global @x : int[e]\n", ["1:17: one of size align boolean"]),
     ("array of void", "global @x : array(void, 3)\n", ["1:13: an array of a type without values"]),
     ("array size", "global @x : array(int, 3)[size 64]\n", ["1:13: an array of another size than its elements"]),
     ("parts", "global @x : complex(ptr(int))\nglobal @y : fixed(float, 1)\nglobal @z : ptm(int, int)\n",

@@ -26,6 +26,11 @@ const DECLARING_ROW *declaring_row(std::string_view word) {
     return nullptr;
 }
 
+// `words` has a blank behind each.
+bool is_among(const char *words, const std::string &word) {
+    return !word.empty() && (" " + std::string(words)).find(" " + word + " ") != std::string::npos;
+}
+
 bool is_tag_word(std::string_view word) {
     const DECLARING_ROW *row = declaring_row(word);
     return row && row->kind != K_typedef;
@@ -281,8 +286,28 @@ void ASSEMBLER::record_line(TYPE *t) {
     end_line();
 }
 
+// What stands behind an element of a list, in any order. `allowed` has the words, each with a blank behind it.
+ASSEMBLER::ELEMENT ASSEMBLER::element(const char *allowed) {
+    ELEMENT e;
+    while (token().kind == T_ID && is_among(allowed, f.value(token()))) {
+        if (take_word("at")) e.offset = int32_t(signed_number("an offset", INT32_MIN, INT32_MAX));
+        else if (take_word("access")) e.access = uint8_t(number("an access", UINT8_MAX));
+        else if (take_word("virtual")) e.is_virtual = true;
+        else if (take_word("word")) e.word = int32_t(signed_number("a word", INT32_MIN, INT32_MAX));
+        else if (take_word("kind")) e.kind = u32("the kind of a parameter");
+        else if (take_word("flags"))
+            for (bool &flag : e.flags) flag = number("a flag", 1);
+        else break;
+    }
+    return e;
+}
+
 bool ASSEMBLER::record_list(TYPE *t) {
-    auto access = [this] { return uint8_t(take_word("access") ? number("an access", UINT8_MAX) : 0); };
+    std::string who;
+    auto named = [&](const char *what) {
+        who = name(what);
+        expect_punct(':', "behind the name");
+    };
     if (take_word("empty")) {
         const WORD_ROW *row = token().kind == T_ID ? row_of_word(list_words, f.spelling(token())) : nullptr;
         if (!row) fail_expected("the name of a list");
@@ -292,37 +317,27 @@ bool ASSEMBLER::record_list(TYPE *t) {
         uint32_t at = token().at;
         TYPE *base = type();
         if (!base->is_csu()) f.fail_at(at, "a base that is no class");
-        int32_t offset = 0;
-        if (take_word("at")) offset = int32_t(signed_number("an offset", INT32_MIN, INT32_MAX));
-        bool is_virtual = take_word("virtual");
-        t->add_bclass(base, offset, access(), is_virtual);
-    } else if (take_word("access_decl")) t->add_adecl(0, access());
+        ELEMENT e = element("at access virtual ");
+        t->add_bclass(base, e.offset, e.access, e.is_virtual);
+    } else if (take_word("access_decl")) t->add_adecl(0, element("access ").access);
     else if (take_word("friend")) {
-        std::string who = name("the name of a function");
-        expect_punct(':', "behind the name");
+        named("the name of a function");
         t->add_ffriend(who.c_str(), type_or_none());
     } else if (take_word("friend_class")) t->add_cfriend(type_or_none());
     else if (take_word("nested")) t->add_ntype(type_or_none());
     else if (take_word("static")) {
-        std::string who = name("the name of a static member");
-        expect_punct(':', "behind the name");
+        named("the name of a static member");
         TYPE *type = type_or_none();
-        t->add_sdata(who.c_str(), type, access());
+        t->add_sdata(who.c_str(), type, element("access ").access);
     } else if (take_word("method")) {
-        std::string who = name("the name of a member function");
-        expect_punct(':', "behind the name");
+        named("the name of a member function");
         TYPE *type = type_or_none();
-        int32_t word = 0;
-        bool flags[4] = {};
-        if (take_word("word")) word = int32_t(signed_number("a word", INT32_MIN, INT32_MAX));
-        if (take_word("flags"))
-            for (bool &flag : flags) flag = number("a flag", 1);
-        t->add_mfunc(who.c_str(), type, access(), word, flags);
+        ELEMENT e = element("word flags access ");
+        t->add_mfunc(who.c_str(), type, e.access, e.word, e.flags);
     } else if (take_word("parameter")) {
-        std::string who = name("the name of a parameter");
-        expect_punct(':', "behind the name");
+        named("the name of a parameter");
         TYPE *type = this->type();
-        t->add_param(type, who.c_str(), take_word("kind") ? u32("the kind of a parameter") : 0);
+        t->add_param(type, who.c_str(), element("kind ").kind);
     } else return false;
     return true;
 }
@@ -406,7 +421,7 @@ ASSEMBLER::ATTRIBUTES ASSEMBLER::attributes(const char *allowed) {
     if (!take_punct('[')) return a;
     while (!take_punct(']')) {
         std::string word = token().kind == T_ID ? f.value(token()) : "";
-        if (word.empty() || !strstr(allowed, (word + " ").c_str()))
+        if (!is_among(allowed, word))
             f.fail_at(token().at, "one of %sshould stand here, not %s", allowed, describe(token()).c_str());
         pos++;
         if (word == "size") a.size = u32("a size");

@@ -98,6 +98,12 @@ struct ASSEMBLER {
         int sign = -1, cc = 0, expl_sign = -1;
         bool boolean = false, ptm = false, incomplete = false, cpp = false, noproto = false;
     };
+    struct ELEMENT {
+        int32_t offset = 0, word = 0;
+        uint32_t kind = 0;
+        uint8_t access = 0;
+        bool is_virtual = false, flags[4] = {};
+    };
     std::vector<TYPE_DEF> type_defs;
     std::unordered_map<std::string, size_t> type_names; // "foo", "struct foo", "enum foo" ... -> type_defs
     unsigned type_depth = 0;
@@ -113,6 +119,7 @@ struct ASSEMBLER {
     void record_line(TYPE *);
     void member(TYPE *);
     bool record_list(TYPE *);
+    ELEMENT element(const char *allowed);
     void check_layout(uint32_t at, uint64_t size, uint32_t align, uint64_t least, uint64_t most);
     TYPE *type();         // a type of the text
     TYPE *type_or_none(); // the same, or the word none
