@@ -6,10 +6,12 @@
   run.py bad   TOOLS           texts with mistakes: message and place of each, exit status, no file left
   run.py deep  TOOLS           nesting of all kinds, both ways, in time that grows with the size
   run.py usage TOOLS           command lines, summaries, single functions
+  run.py noise TOOLS [SEED [COUNT]]   texts with random damage: told or taken, never a crash
 
 TOOLS is the build directory's list of programs, as name=path.
 """
 import os
+import random
 import re
 import subprocess
 import sys
@@ -301,6 +303,50 @@ def test_deep(tools):
         print("%-16s %6.1f s, dump %d bytes" % (name, time.time() - start, os.path.getsize("text0.ift")))
 
 
+# --- random damage ---
+
+def damage(rng, text, words):
+    lines = text.splitlines()
+    for _ in range(rng.randint(1, 3)):
+        at = rng.randrange(len(lines))
+        line = lines[at]
+        cut = rng.randrange(len(line) + 1)
+        kind = rng.randrange(6)
+        if kind == 0:
+            lines[at] = line[:cut] + line[cut + rng.randint(1, 9):]
+        elif kind == 1:
+            lines[at] = line[:cut] + " " + rng.choice(words) + " " + line[cut:]
+        elif kind == 2:
+            lines[at] = line[:cut] + rng.choice("()[]{}:,=;\"@%\\#0-L.") + line[cut + 1:]
+        elif kind == 3:
+            lines.insert(rng.randrange(len(lines)), line)
+        elif kind == 4:
+            lines[at] = re.sub(r"\d+", lambda m: str(rng.choice([0, 1, 7, 2**31, 2**32, 10**30])), line, count=1)
+        elif len(lines) > 1:
+            del lines[at]
+    return "\n".join(lines) + "\n"
+
+
+def test_noise(tools, seed=1, count=300):
+    rng = random.Random(seed)
+    texts = [read(os.path.join(HERE, n), "r") for n in sorted(os.listdir(HERE)) if n.endswith(".ift")]
+    words = sorted(set(" ".join(texts).split()))
+    taken = 0
+    for number in range(count):
+        text = damage(rng, rng.choice(texts), words)
+        write("noise.ift", text)
+        done = run(tools["qlasm"], "noise.ift", timeout=20)
+        told = done.stderr.decode(errors="replace")
+        # A place in the text, or the one line of the reader that tries the file.
+        good = done.returncode == 0 or (done.returncode == 1 and re.match(r"(noise\.ift:\d+:\d+: |qlasm: )", told))
+        if not good:
+            fail("seed %d, text %d: status %d, %s\n%s" % (seed, number, done.returncode, told[:300], text))
+        if done.returncode == 0:
+            taken += 1
+            check_file(tools, "noise.if", "seed %d, text %d" % (seed, number))
+    print("%d of %d texts were taken" % (taken, count))
+
+
 # --- command lines ---
 
 def test_usage(tools):
@@ -317,6 +363,15 @@ def test_usage(tools):
                     r"^ +\d+ +1 +2 +0 +0 +0 +2  f$", r"^ +\d+ +2 +6 +1 +0 +0 +2  g$"]:
         if not re.search(pattern, summary, re.M):
             fail("the summary has no line %r:\n%s" % (pattern, summary))
+    # Devices are written to and stay; a link stays a link.
+    write("target.if", "")
+    os.symlink("target.if", "link.if")
+    must(tools["qlasm"], "two.ift", "-o", "/dev/null")
+    must(tools["qlasm"], "two.ift", "-o", "link.if")
+    if not os.path.islink("link.if") or read("target.if") != read("two.if"):
+        fail("the link is gone")
+    if run(tools["qldump"], "two.if", "-o", "/dev/full").returncode != 1 or not os.path.exists("/dev/full"):
+        fail("a full device")
     write("broken.if", read("two.if")[:-3])
     for argv, status in [(["qldump"], 2), (["qldump", "--frob", "two.if"], 2), (["qldump", "two.if", "two.if"], 2),
                          (["qldump", "-o"], 2), (["qldump", "none.if"], 1), (["qldump", "two.ift"], 1),
@@ -334,11 +389,16 @@ def test_usage(tools):
 
 def main():
     kind, tools = sys.argv[1], dict(t.split("=", 1) for t in sys.argv[2].split(","))
-    paths = [os.path.abspath(p) for p in sys.argv[3:]]
+    more = sys.argv[3:]
+    paths = [os.path.abspath(p) for p in more]
     with tempfile.TemporaryDirectory() as place:
         os.chdir(place)
-        {"hand": test_hand, "bad": test_bad, "deep": test_deep, "usage": test_usage}.get(
-            kind, lambda t: test_files(t, paths))(tools)
+        if kind == "files":
+            test_files(tools, paths)
+        elif kind == "noise":
+            test_noise(tools, *map(int, more))
+        else:
+            {"hand": test_hand, "bad": test_bad, "deep": test_deep, "usage": test_usage}[kind](tools)
     return 1 if failures else 0
 
 

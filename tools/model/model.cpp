@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 #include "support/fatal.h"
 
@@ -293,6 +294,11 @@ std::unique_ptr<MODEL> read_model(const char *path) {
     return m;
 }
 
+void remove_output(const char *path) {
+    std::error_code error;
+    if (std::filesystem::is_regular_file(path, error)) remove(path);
+}
+
 bool write_model(MODEL &m, const char *path) {
     FILE *file = fopen(path, "w+b");
     if (!file) {
@@ -314,6 +320,6 @@ bool write_model(MODEL &m, const char *path) {
     }
     if (!f->if_close(true, false)) return true;
     fprintf(stderr, "%s: error while writing: %s\n", path, strerror(errno));
-    remove(path);
+    remove_output(path);
     return false;
 }

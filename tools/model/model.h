@@ -198,3 +198,5 @@ struct MODEL {
 std::unique_ptr<MODEL> read_model(const char *path);
 // Writes a file. False, with a message on standard error and no file left, when it can't be written.
 bool write_model(MODEL &, const char *path);
+// Removes what a failed run left under the name of its output, unless it is a device or a pipe.
+void remove_output(const char *path);

@@ -75,11 +75,14 @@ bool reads_back(const std::string &path) {
     }
 }
 
-// Under another name first, so that no one finds half a file.
-bool write_output(MODEL &m, const std::string &output) {
-    std::string draft = output + ".new";
-    if (!write_model(m, draft.c_str())) return false;
+// Under another name first, so that no one finds half a file. A device has no other name; what a link leads to does.
+bool write_output(MODEL &m, const std::string &name) {
     std::error_code error;
+    if (std::filesystem::exists(name, error) && !std::filesystem::is_regular_file(name, error))
+        return write_model(m, name.c_str());
+    std::string output = std::filesystem::weakly_canonical(name, error), draft = output + ".new";
+    if (error) output = name, draft = name + ".new";
+    if (!write_model(m, draft.c_str())) return false;
     if (reads_back(draft)) {
         std::filesystem::rename(draft, output, error);
         if (!error) return true;
@@ -106,8 +109,7 @@ int main(int argc, char **argv) {
         if (!text.error_count()) done = write_output(m, s.output);
     }
     text.print_messages(stderr);
-    std::error_code error;
     // What is left of an earlier run is not the file of this text.
-    if (!done && std::filesystem::is_regular_file(s.output, error)) remove(s.output.c_str());
+    if (!done) remove_output(s.output.c_str());
     return !done;
 }

@@ -83,6 +83,6 @@ int main(int argc, char **argv) {
         fprintf(stderr, "%s: error while writing: %s\n", s.output ? s.output : "standard output",
                 strerror(errno));
     else if (!found) fprintf(stderr, "%s: no function %s\n", s.input, s.function);
-    if ((failed || !found) && s.output) remove(s.output);
+    if ((failed || !found) && s.output) remove_output(s.output);
     return failed || !found;
 }
