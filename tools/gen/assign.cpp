@@ -20,6 +20,20 @@ const OP_ROW &op_row(int op) {
     return op_rows[0];
 }
 
+// Whether a tree names a variable; a tree too large to look through counts as doing so.
+bool mentions(MNODE *root, const MSYM *s) {
+    constexpr int ENOUGH = 300;
+    std::vector<MNODE *> todo{root};
+    for (int seen = 0; !todo.empty(); seen++) {
+        MNODE *t = todo.back();
+        todo.pop_back();
+        if (seen == ENOUGH || (t->op == NAME && t->sym == s)) return true;
+        if (t->left) todo.push_back(t->left);
+        if (t->right) todo.push_back(t->right);
+    }
+    return false;
+}
+
 EXPR nothing(CTYPES &types, TYPE *void_type) {
     EXPR e;
     e.type = types.of(void_type);
@@ -93,6 +107,14 @@ EXPR FUNC_GEN::stored_value(const LVAL &l, const EXPR &v) {
 EXPR FUNC_GEN::assignment(MNODE *t, bool want_value) {
     const CTYPE *type = types.of(t->left->type);
     if (t->op != ASG || type->kind == CK_record || type->kind == CK_array) return record_copy(t, want_value);
+    MNODE *step = want_value ? nullptr : stepping_address(t->left);
+    if (step && !mentions(t->right, step->left->sym)) { // *p++ = v
+        EXPR p = convert(value(step->left), types.of(t->left->left->type));
+        LVAL l = as_type(deref(p, type, t->left->type->is_volatile()), t->left->type);
+        store(l, beside(l, [&] { return convert_to(value(t->right), t->right->type, t->left->type); }));
+        effect(step);
+        return nothing(types, g.model.package->void_type());
+    }
     LVAL l = as_type(lvalue(t->left), t->left->type);
     EXPR v = beside(l, [&] { return convert_to(value(t->right), t->right->type, t->left->type); });
     if (v.type->kind == CK_void) cannot(t, "a value of type void");
@@ -235,6 +257,13 @@ EXPR FUNC_GEN::op_assignment(MNODE *t, bool want_value) {
         return nothing(types, g.model.package->void_type());
     }
     v = v.fx.changes_something() ? keep(v) : v;
+    // Of a variable the old value is the new one stepped back: no second register stays alive.
+    bool back = post && l.local >= 0 && l.direct && !l.is_volatile && v.is_const && l.type == type &&
+                (whole || type->kind == CK_s32 || type->kind == CK_u32);
+    if (back) {
+        step(l, t->op, v, t, whole);
+        return binary_text(load_from(l, t->left), row.plain == PLUS ? "-" : "+", v, P_ADD, type);
+    }
     if (post) {
         l = repeatable(l);
         EXPR old = temp(load_from(l, t->left), seq->last());

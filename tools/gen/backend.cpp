@@ -29,20 +29,22 @@ const char *const select_only[] = {
     "-fno-tree-pre",
     "-fno-tree-dominator-opts",
     "-fno-tree-dce",
+    "-fno-tree-builtin-call-dce",
     "-fno-tree-dse",
     "-fno-tree-sink",
     "-fno-tree-sra",
     "-fno-tree-forwprop",
     "-fno-tree-copy-prop",
     "-fno-tree-phiprop",
+    "-fno-tree-cselim",
     "-fno-tree-reassoc",
     "-fno-tree-slsr",
     "-fno-tree-switch-conversion",
     "-fno-ssa-phiopt",
     "-fno-ssa-backprop",
     "-fno-thread-jumps",
+    "-fdisable-tree-iftoswitch",
     "-fdisable-tree-ifcombine",
-    "-fdisable-tree-phiopt1",
     // loops
     "-fno-tree-ch",
     "-fno-tree-loop-optimize",
@@ -50,16 +52,22 @@ const char *const select_only[] = {
     "-fno-ivopts",
     "-fno-move-loop-invariants",
     "-fno-branch-count-reg",
-    // registers
+    // before the registers are given out
     "-fno-gcse",
-    "-fno-cprop-registers",
     "-fno-forward-propagate",
     "-fno-dse",
     "-fno-crossjumping",
-    "-fno-if-conversion",
-    "-fno-if-conversion2",
     "-fdisable-rtl-cse1",
+    "-fdisable-rtl-ce1",
+    "-fdisable-rtl-ce2",
     "-fdisable-rtl-postreload",
+    // What is left of if-conversion makes short branches conditional instructions, in Thumb state as the assembler
+    // printer does in ARM state anyway. The rest is a code generator's work that -O1 leaves out.
+    "-fif-conversion",
+    "-fif-conversion2",
+    "-fschedule-insns2",
+    "-fpeephole2",
+    "-fcaller-saves",
 };
 
 } // namespace

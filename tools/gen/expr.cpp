@@ -636,9 +636,32 @@ EXPR FUNC_GEN::load(MNODE *t) {
         return address(lvalue(t), t); // in place of a value it stands for its address
     if (type->kind == CK_void) cannot(t, "a value of type void");
     if (type->kind == CK_none) cannot(t, "a type without counterpart in C");
+    if (MNODE *step = stepping_address(t)) { // *p++: the load, then the step
+        LVAL l =
+            as_type(deref(convert(value(step->left), types.of(t->left->type)), type, t->type->is_volatile()),
+                    t->type);
+        EXPR e = temp(load_from(l, t), seq->last());
+        effect(step);
+        return type->is_scalar() ? convert(e, type) : e;
+    }
     LVAL l = as_type(lvalue(t), t->type);
     EXPR e = load_from(l, t);
     return type->is_scalar() ? convert(e, type) : e;
+}
+
+// Of an indirection through a pointer variable that steps afterwards, by a constant and out of reach of any address:
+// the step. Nothing can tell whether the variable changes before or behind the access, and behind it the code generator
+// can join the two.
+MNODE *FUNC_GEN::stepping_address(MNODE *t) {
+    if (t->op != UMULT) return nullptr;
+    MNODE *p = without_notes(t->left);
+    while (p && p->op == PCONV) p = without_notes(p->left);
+    if (!p || (p->op != PLUSPLUS && p->op != MINMIN) || p->left->op != NAME || p->right->op != ICON)
+        return nullptr;
+    auto it = locals.find(p->left->sym);
+    bool alone = it != locals.end() && it->second.number >= 0 && !it->second.is_volatile &&
+                 it->second.type->kind == CK_ptr;
+    return alone ? p : nullptr;
 }
 
 // --- any value ---

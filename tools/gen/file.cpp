@@ -34,7 +34,7 @@ std::string section_of(const std::string &title, const std::string &text) {
 std::string asm_text(const std::string &text) {
     std::string escaped;
     for (char c : text) {
-        if (c == '%' || c == '{' || c == '}' || c == '|') escaped += '%';
+        if (c == '%') escaped += '%';
         escaped += c;
     }
     return c_string(escaped);

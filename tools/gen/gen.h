@@ -216,6 +216,7 @@ class FUNC_GEN {
     EXPR value(MNODE *);
     EXPR value_of(MNODE *);
     EXPR load(MNODE *);
+    MNODE *stepping_address(MNODE *);
     EXPR load_from(const LVAL &, MNODE *t);
     EXPR number(int64_t v, const CTYPE *);
     EXPR real(const std::string &text, const CTYPE *);
@@ -301,7 +302,7 @@ class FUNC_GEN {
 };
 
 std::string c_string(const std::string &bytes); // a literal with quotes; a NUL is added by C
-std::string asm_text(const std::string &text);  // the operand of an extended asm: % and braces escaped
+std::string asm_text(const std::string &text);  // the text of an extended asm: % is escaped
 MNODE *scaled_index(MNODE *t,
                     uint64_t size);     // of an index times a size in 32 bits: the index; null: no such tree
 inline MNODE *without_notes(MNODE *t) { // edge profiles and dependence nodes say nothing about the meaning

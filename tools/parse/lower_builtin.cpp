@@ -124,6 +124,7 @@ MNODE *LOWER::builtin_call(const CallExpr *e, unsigned id) {
                                                              : FLE;
         return m.node(op, int_t(), arg(0), arg(1));
     }
+    case Builtin::BI__builtin_islessgreater: return m.node(FNEQ, int_t(), arg(0), arg(1));
     case Builtin::BI__builtin_isunordered: return m.node(FUNO, int_t(), arg(0), arg(1));
     case Builtin::BI__builtin_complex: return m.node(COMPLEX, unqualified(e->getType()), arg(0), arg(1));
     case Builtin::BI__builtin_isnan: {
