@@ -2,6 +2,8 @@
 //
 //   gen_opcodes table FILE.if           each operator over edge values of each type, one line of output a result
 //   gen_opcodes random SEED FILE.if     functions of random statements full of side effects
+//   gen_opcodes deep N FILE.if          trees nested N deep in every direction
+//   gen_opcodes bad WHAT FILE.if        something that has no form in C
 //
 // What the files print is compared between the interpreter and the generated C (opcodes.py).
 #include <cstdio>
@@ -486,6 +488,63 @@ struct RANDOM : MAKER {
     }
 };
 
+// --- deep trees ---
+
+struct DEEP : MAKER {
+    void make(int n_deep) {
+        start();
+        MSYM *x = data("x", i32(), {ic(3)});
+        auto chain = [&](const char *what, auto grow) {
+            begin(what);
+            MNODE *t = name(x);
+            for (int i = 0; i < n_deep; i++) t = grow(t, i);
+            print(what, t);
+            end();
+        };
+        chain("left", [&](MNODE *t, int i) { return n(i % 3 ? PLUS : XORB, i32(), t, ic(i % 7)); });
+        chain("right", [&](MNODE *t, int i) { return n(i % 3 ? MINUS : ORB, i32(), name(x), t); });
+        chain("quest", [&](MNODE *t, int i) {
+            return n(QUEST, i32(), n(EQ, i32(), name(x), ic(i + 10)), n(COLON, i32(), ic(i), t));
+        });
+        chain("or", [&](MNODE *t, int i) { return n(OROR, i32(), n(EQ, i32(), name(x), ic(i + 10)), t); });
+        chain("assign", [&](MNODE *t, int) { return n(ASG, i32(), name(x), n(PLUS, i32(), t, ic(1))); });
+        chain("comma",
+              [&](MNODE *t, int) { return n(COMMAOP, i32(), n(PLUSASG, i32(), name(x), ic(1)), t); });
+        chain("pointer", [&](MNODE *t, int) {
+            return n(UMULT, i32(), n(PCONV, ptr(i32()), n(COMMAOP, ptr(i32()), t, addr(name(x)))));
+        });
+        finish();
+    }
+};
+
+// --- what C can't say ---
+
+void make_bad(MAKER &m, const std::string &what) {
+    m.start();
+    TYPE *rec = m.m.package->mk_struct("rec", 32, 32, false);
+    fkMDATA *bits = rec->add_bitfield("bits", m.i32(), 3, 5);
+    m.m.package->type_frozen(rec);
+    MSYM *x = m.global("x", rec);
+    m.begin("f");
+    PSN here{"bad.c", 12, 5};
+    if (what == "built-in") m.emit(m.named(ICALL, m.i32(), "no_such_thing", m.ic(1)));
+    else if (what == "operands") m.emit(m.named(ICALL, m.i32(), "_smulbb", m.ic(1)));
+    else if (what == "label") m.branch(77);
+    else if (what == "twice") m.label(1), m.label(1);
+    else if (what == "register") m.emit(m.n(UMINUS, m.i32(), m.n(VREG, m.i32())));
+    else if (what == "vector") m.local("v", m.m.package->mk_vector(m.i32(), 3));
+    else if (what == "fixed") m.local("v", m.m.package->mk_fxtpt(m.i32(), 8));
+    else if (what == "bit address") {
+        MNODE *f = m.n(FIELD, m.i32());
+        f->member = bits, f->csu = rec;
+        m.emit(m.n(ASG, m.i32(), m.n(UMULT, m.i32(), m.addr(m.n(STDOT, m.i32(), m.name(x), f))), m.ic(1)));
+    }
+    for (MRECORD &r : m.func->records)
+        if (r.tag == IF_STATEMENT) r.psn = m.m.psn(here.file, here.line, here.column);
+    m.end();
+    m.finish();
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -501,6 +560,17 @@ int main(int argc, char **argv) {
         r.make(unsigned(atol(argv[2])));
         return !write_model(r.m, argv[3]);
     }
-    fprintf(stderr, "usage: gen_opcodes table FILE.if | random SEED FILE.if\n");
+    if (argc == 4 && !strcmp(argv[1], "deep")) {
+        DEEP d;
+        d.make(atoi(argv[2]));
+        return !write_model(d.m, argv[3]);
+    }
+    if (argc == 4 && !strcmp(argv[1], "bad")) {
+        MAKER m;
+        make_bad(m, argv[2]);
+        return !write_model(m.m, argv[3]);
+    }
+    fprintf(stderr,
+            "usage: gen_opcodes table FILE.if | random SEED FILE.if | deep N FILE.if | bad WHAT FILE.if\n");
     return 2;
 }

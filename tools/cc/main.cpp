@@ -78,8 +78,11 @@ std::string stage_file(const std::string &source, const std::string &suffix, boo
 
 // --- stages ---
 
+// The macros of the front end, so that headers show the cross compiler the same text.
 std::vector<std::string> preprocess_options() {
-    std::vector<std::string> o{"-D__QL__=1", "-D_FORTIFY_SOURCE=0", "-U__OPTIMIZE__"};
+    std::vector<std::string> o{"-D__QL__=1",         "-D_FORTIFY_SOURCE=0",   "-U__OPTIMIZE__",
+                               "-U__GNUC__",         "-D__GNUC__=4",          "-U__GNUC_MINOR__",
+                               "-D__GNUC_MINOR__=2", "-U__GNUC_PATCHLEVEL__", "-D__GNUC_PATCHLEVEL__=1"};
     append(o, args.preprocess);
     return o;
 }
@@ -115,6 +118,8 @@ bool preprocess(const std::string &source) {
 bool parse(const std::string &source, const std::string &to) {
     std::vector<std::string> c{sibling("qlparse", "tools/parse/")};
     append(c, args.parse);
+    bool preprocessed = source.size() > 2 && source.compare(source.size() - 2, 2, ".i") == 0;
+    if (preprocessed) append(c, {"-x", "c"}); // which reads such a text as well
     append(c, {source, "-o", to});
     return run(c);
 }

@@ -56,7 +56,7 @@ enum PREC : uint8_t {
 };
 
 constexpr unsigned MAX_NESTING = 30;   // of parts in one C expression
-constexpr unsigned MAX_DEPTH = 200000; // of a tree
+constexpr unsigned MAX_DEPTH = 100000; // of a tree
 
 struct EXPR {
     std::string text;
