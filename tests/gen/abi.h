@@ -1,13 +1,30 @@
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
-struct two { short s; char c; };
-struct one_byte { char c; };
-struct hfa { float x, y; };
-struct hfa4 { double d[4]; };
-struct big { int a[3]; char c; };
-struct ll { long long v; };
-union either { int i; float f; };
+struct two {
+    short s;
+    char c;
+};
+struct one_byte {
+    char c;
+};
+struct hfa {
+    float x, y;
+};
+struct hfa4 {
+    double d[4];
+};
+struct big {
+    int a[3];
+    char c;
+};
+struct ll {
+    long long v;
+};
+union either {
+    int i;
+    float f;
+};
 
 struct two mine_two(int), theirs_two(int);
 struct one_byte mine_byte(char), theirs_byte(char);
