@@ -1,8 +1,8 @@
 // The implicit conversions of a tree.
 //
-// The language lets operands of different types meet; trees of the input carry the conversions that the parser
-// wrote. insert_mandatory_casts is the place where conversions that passes left implicit become nodes again.
-// The trees that reach it now are those of the input, whose conversions stay as they are: it has nothing to add.
+// The language lets operands of different types meet; insert_mandatory_casts is the place where conversions that
+// passes left implicit become nodes again, so that what reads the tree next finds one type at each operator. Pointer
+// arithmetic in trees counts bytes: it is never scaled again here.
 #pragma once
 
 #include "OPT5/fwd.h"

@@ -21,3 +21,7 @@ NODE *coerce_to_type(TYPE *type, NODE *tree) {
 }
 
 NODE *push_down_pointer_cast(TYPE *type, NODE *pointer) { return coerce_to_type(type, pointer); }
+NODE *remove_pushed_down_casts(NODE *tree) { return tree; }
+NODE *simp_SCONV(NODE *node, struct LOOP *) { return node; }
+NODE *simp_PCONV(NODE *node, struct LOOP *) { return node; }
+NODE *simp_ACONV(NODE *node, struct LOOP *) { return node; }

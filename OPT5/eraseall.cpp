@@ -36,6 +36,8 @@ void erase_all() {
     erase_widened_entries(f);
 
     erase_tree_list(f->statements);
+    erase_tree_list(f->global_assertions);
+    f->global_assertions = nullptr;
     f->statements = nullptr;
     erase_tree(f->first_statement);
     f->first_statement = nullptr;

@@ -14,3 +14,5 @@ void truncate_fval_to_target(simul_fval *v, TYPE *type) {
     f_cvt_stot(v, &target, kind);
     f_cvt_ttos(&target, v, kind);
 }
+
+NODE *fold_constants(NODE *tree) { return tree; }

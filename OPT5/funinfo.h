@@ -121,7 +121,8 @@ struct FUNINFO {
     bool is_leaf = true;              // makes no calls
     bool has_vector_trees = false;    // set by seq_trees
     bool has_complex_trees = false;
-    unsigned assertion_word = 0; // an NASSERT stayed in the body
+    LIST *global_assertions = nullptr; // facts that hold in the whole function; owned
+    unsigned assertion_word = 0;       // an NASSERT stayed in the body
 
     // maps of passes, cleared per function
     SPMAP *symbol_pointees = nullptr;

@@ -27,6 +27,7 @@
 #include "OPT5/passes.h"
 #include "OPT5/procint.h"
 #include "OPT5/read.h"
+#include "OPT5/rules.h"
 #include "OPT5/readexpr.h"
 #include "OPT5/sblk.h"
 #include "OPT5/simpcfg.h"
@@ -296,6 +297,7 @@ void init_tables() {
     init_symbols();
     init_fileopts();
     init_BIF_descriptors();
+    init_rules();
     setup_passes(true);
 }
 
@@ -307,6 +309,7 @@ void read_and_optimize() {
     else guarded(run_schedule);
     guarded(finalize_symbols);
     report_pass_times();
+    report_rule_stats();
 }
 
 } // namespace

@@ -8,6 +8,8 @@
 
 NODE *simp_tree(NODE *tree, struct LOOP *) { return tree; }
 NODE *simp_node(NODE *node, struct LOOP *) { return node; }
+void simp_all_trees() {}
+NODE *simp_COMMAOP(NODE *node, struct LOOP *) { return node; }
 
 // --- peeling ---
 

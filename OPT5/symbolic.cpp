@@ -20,7 +20,7 @@ INT65 greatest_of_type(const TYPE *type) {
 }
 
 // Through conversions to types that hold every value of what they convert.
-NODE *strip_widening(NODE *n) {
+const NODE *strip_widening(const NODE *n) {
     while (n->op == SCONV && is_integer(n->type) && is_integer(n->left->type) &&
            least_of_type(n->type) <= least_of_type(n->left->type) &&
            greatest_of_type(n->type) >= greatest_of_type(n->left->type))
@@ -30,14 +30,16 @@ NODE *strip_widening(NODE *n) {
 
 } // namespace
 
-INT65 calculate_minval_for_tree(NODE *tree, struct LOOP *loop) {
-    NODE *n = strip_widening(tree);
+INT65 calculate_minval_for_tree(const NODE *tree, struct LOOP *loop) {
+    const NODE *n = strip_widening(tree);
     if (n->op == ICON) return n->u.lval;
-    return op_is_icall(n->op) ? calculate_minval_for_BIF_call(n, loop) : least_of_type(n->type);
+    return op_is_icall(n->op) ? calculate_minval_for_BIF_call(const_cast<NODE *>(n), loop)
+                              : least_of_type(n->type);
 }
 
-INT65 calculate_maxval_for_tree(NODE *tree, struct LOOP *loop) {
-    NODE *n = strip_widening(tree);
+INT65 calculate_maxval_for_tree(const NODE *tree, struct LOOP *loop) {
+    const NODE *n = strip_widening(tree);
     if (n->op == ICON) return n->u.lval;
-    return op_is_icall(n->op) ? calculate_maxval_for_BIF_call(n, loop) : greatest_of_type(n->type);
+    return op_is_icall(n->op) ? calculate_maxval_for_BIF_call(const_cast<NODE *>(n), loop)
+                              : greatest_of_type(n->type);
 }

@@ -1,13 +1,51 @@
-// Bounds: the least and the greatest value that an integer tree can have.
+// Value reasoning: bounds, signs, overflow.
 //
-// An answer is safe, not exact: no evaluation of the tree gives a value outside. `loop` may be null. A tree that is
-// no integer has no bounds; its answers are INT65::min() and INT65::max().
+// Answers are safe, not exact: no evaluation of the tree gives a value outside the bounds, and a predicate that is true
+// holds for every value; false is also "not known". `loop` may be null; its facts and those of the loops around it, or
+// the function's, narrow the answers. Bounds are in the tree's own type: of an unsigned one never negative. A tree
+// that is no integer (integral or enum; a pointer counts as unsigned int where a rule says so) has no bounds;
+// its answers are INT65::min() and INT65::max().
 //
-// Known so far: constants, conversions that keep the value, calls of built-ins, and the ranges of types.
+// Cost: bounds need both bounds of the operands, so walks are cut at BOUND_DEPTH levels, where types answer.
 #pragma once
 
 #include "OPT5/fwd.h"
 #include "support/xint.h"
 
-INT65 calculate_minval_for_tree(NODE *tree, struct LOOP *loop);
-INT65 calculate_maxval_for_tree(NODE *tree, struct LOOP *loop);
+constexpr int BOUND_DEPTH = 24;
+constexpr int PRODUCT_OVERFLOW_DEPTH = 9;
+extern unsigned bound_depth_hits;
+
+INT65 calculate_minval_for_tree(const NODE *tree, struct LOOP *loop);
+INT65 calculate_maxval_for_tree(const NODE *tree, struct LOOP *loop);
+
+// Whether the sum or product is outside the type's range.
+bool sum_may_overflow(INT65, INT65, TYPE *);
+bool prod_may_overflow(INT65, INT65, TYPE *);
+// Whether a MULT can leave the range of its type; true for any other tree.
+bool expr_product_may_overflow(const NODE *mult, struct LOOP *loop);
+
+bool tree_is_non_negative(const NODE *, struct LOOP *);
+bool tree_is_positive(const NODE *, struct LOOP *);
+bool tree_is_negative(const NODE *, struct LOOP *);
+bool tree_is_zero(const NODE *, struct LOOP *);
+bool tree_is_non_zero(const NODE *, struct LOOP *);
+bool tree_is_ivalue(const NODE *, INT65, struct LOOP *);
+bool tree_is_not_ivalue(const NODE *, INT65, struct LOOP *);
+bool tree_difference_is_ivalue(const NODE *a, const NODE *b, INT65 a_minus_b, struct LOOP *);
+bool tree_values_are_not_equal(const NODE *, const NODE *, struct LOOP *);
+
+// -1, 0 or 1, or SIGN_UNKNOWN. `strict` nonzero: 1 and -1 exclude zero; else they mean "not negative", "not positive".
+constexpr int SIGN_UNKNOWN = 2;
+int sign_of_integer_expression(const NODE *, struct LOOP *, int strict);
+bool positive_tree_is_power_of_2(const NODE *, struct LOOP *);
+
+// A new tree for the greatest or least value that the tree takes in the loop, induction variables replaced by their
+// bounds; null when that can't be done without a change of meaning.
+NODE *partially_eval_for_maximum(const NODE *, struct LOOP *, int flag);
+NODE *partially_eval_for_minimum(const NODE *, struct LOOP *, int flag);
+// A copy of a comparison, DIV or MOD, simplified for a left operand that is limited to low, low+step, ... up to high.
+NODE *simp_tree_in_range(const NODE *, INT65 low, INT65 high, INT65 step);
+
+// Less, equal, greater: -1, 0, 1, in the signedness of the type.
+int compare_SLLONG_values(INT65, INT65, TYPE *);

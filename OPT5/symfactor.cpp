@@ -2,6 +2,6 @@
 
 #include "OPT5/tree.h"
 
-bool constant_divides_expr(INT65 c, TYPE *, NODE *tree, struct LOOP *) {
+bool constant_divides_expr(INT65 c, TYPE *, const NODE *tree, struct LOOP *) {
     return tree->op == ICON && !c.is_zero() && (tree->u.lval % c).is_zero();
 }
