@@ -68,6 +68,8 @@ ql COMMAND [ARGUMENT...]
   build [TARGET...]   build everything, or the named targets
   run FILE.c [ARG...] compile, optimize and run a program in the interpreter and as ARM code; counts before and after
   test [CTEST-OPTION] build and run the tests
+  diff FILE.c...      compare C programs in many configurations (--matrix=full: in all)
+  fuzz [--minutes N]  hunt with random programs; prints seeds and what repeats a failure
   fuzz-reader [--minutes N]   hunt for files that break the reader
   format [--check]    lay out the sources, or tell which are not
   install             install what building, testing and fuzzing need
