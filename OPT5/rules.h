@@ -24,10 +24,10 @@ struct REWRITE_RULE {
 // Counts one firing of the rule; false when the limit is reached: the caller must leave the tree as it is.
 bool rule_may_fire(REWRITE_RULE *rule);
 
-#define RULE(text)                                                                                                     \
-    ([]() -> bool {                                                                                                    \
-        __attribute__((section("ql_rules"), used)) static REWRITE_RULE rule = {text, __FILE__, __LINE__, 0};           \
-        return rule_may_fire(&rule);                                                                                   \
+#define RULE(text)                                                                                           \
+    ([]() -> bool {                                                                                          \
+        __attribute__((section("ql_rules"), used)) static REWRITE_RULE rule = {text, __FILE__, __LINE__, 0}; \
+        return rule_may_fire(&rule);                                                                         \
     }())
 
 extern unsigned long rules_fired; // firings in this run so far

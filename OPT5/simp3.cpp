@@ -10,7 +10,8 @@ NODE *simp_for_control(NODE *tree, struct LOOP *) { return tree; }
 NODE *make_boolean(NODE *tree, struct LOOP *) {
     if (returns_1_or_0(tree)) return tree;
     TYPE *type = tree->type;
-    return maketree(type->is_fltpt() ? FNEQN : NEQ, tree, mk_ICON(INT65(0), tp->int_type()), tp->int_type(), tree->scope);
+    return maketree(type->is_fltpt() ? FNEQN : NEQ, tree, mk_ICON(INT65(0), tp->int_type()), tp->int_type(),
+                    tree->scope);
 }
 NODE *invert_boolean_tree(NODE *tree) { return mk_EXCLAIM(tree); }
 bool tree_is_trivially_invertible(const NODE *tree) { return boolean_inv[tree->op] != ILLOP; }

@@ -1,6 +1,5 @@
 #include "OPT5/simp_arith.h"
 
-
 NODE *simp_assoc(NODE *node, struct LOOP *) { return node; }
 NODE *simp_PLUS(NODE *node, struct LOOP *) { return node; }
 NODE *simp_MINUS(NODE *node, struct LOOP *) { return node; }

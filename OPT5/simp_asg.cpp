@@ -5,5 +5,7 @@
 
 NODE *simp_ASG(NODE *node, struct LOOP *) { return node; }
 NODE *simp_opASG(NODE *node, struct LOOP *) { return node; }
-NODE *truncate_RHS_for_assignment(const NODE *target, NODE *rhs, int) { return coerce_to_type(target->type, rhs); }
+NODE *truncate_RHS_for_assignment(const NODE *target, NODE *rhs, int) {
+    return coerce_to_type(target->type, rhs);
+}
 NODE *bubble_term_to_top(const NODE *, NODE *rhs) { return rhs; }

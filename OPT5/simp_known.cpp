@@ -1,6 +1,5 @@
 #include "OPT5/simp_known.h"
 
-
 unsigned known_bits_depth_hits;
 INT65 find_known_ones(const NODE *, TYPE *) { return INT65(0); }
 INT65 find_known_zeros(const NODE *, TYPE *) { return INT65(-1); }

@@ -1,6 +1,5 @@
 #include "OPT5/simp_strict.h"
 
-
 bool strict_expr_allows_strict_expr(const NODE *, const NODE *, struct LOOP *) { return false; }
 bool lvalue_is_inherently_strict(const NODE *, struct LOOP *) { return false; }
 bool rhs_may_need_guard_in_lhs(const NODE *, const NODE *) { return true; }
