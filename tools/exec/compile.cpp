@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
+
+#include "tools/exec/claims.h"
 
 XN *new_xn() {
     static std::deque<XN> pool;
@@ -40,8 +43,42 @@ void COMPILER::cannot(const MNODE *t, const char *why) {
 
 // --- lvalues ---
 
+// The lvalue with a note of each use.
+LVALUE COMPILER::noted(MNODE *t, const LVALUE &lv, uint32_t id, int use) {
+    if (lv.am == AM_FRAME && lv.offset < int64_t(func->checked_from)) return lv; // nothing else leads there
+    XN *base = new_xn(), *note = new_xn();
+    apply(base, lv);
+    base->fn = eval_address(lv.am);
+    note->a = base, note->kind = SK_u32, note->imm = id, note->node = t;
+    note->imm2 =
+        std::min<uint32_t>(255, lv.is_bits ? (lv.bit + lv.width + 7) / 8 : uint32_t(t->type->size / 8));
+    note->shift = uint8_t(use);
+    note->fn = [](const XN *n, FRAME *f) {
+        uint64_t a = n->a->fn(n->a, f);
+        claims_touch(f, n, uint32_t(a), n->shift & READS, n->shift & WRITES);
+        return a;
+    };
+    LVALUE out = lv;
+    out.am = AM_DYN, out.address = note, out.offset = 0;
+    return out;
+}
+
+// A store, behind which the notes of its target count.
+XN *COMPILER::then_stored(XN *store) {
+    if (!notes_references) return store;
+    XN *x = new_xn();
+    x->a = store, x->kind = store->kind, x->node = store->node;
+    x->fn = [](const XN *n, FRAME *f) {
+        uint64_t v = n->a->fn(n->a, f);
+        claims_stored(f);
+        return v;
+    };
+    return x;
+}
+
 LVALUE COMPILER::lvalue(MNODE *t) {
     LVALUE lv;
+    int use = std::exchange(next_use, int(READS));
     switch (t->op) {
     case NAME: {
         count(CN_NODES);
@@ -71,10 +108,11 @@ LVALUE COMPILER::lvalue(MNODE *t) {
         else lv.am = AM_DYN, lv.address = a;
         // An object reached through its own address may be larger than the access only when the types agree.
         if (lv.am != AM_DYN && t->left->op != UAND) lv.address = a, lv.am = AM_DYN, lv.offset = 0;
-        return lv;
+        return notes_all ? noted(t, lv, 0, use) : lv;
     }
     case STDOT: {
         count(CN_NODES, 2);
+        next_use = use;
         lv = lvalue(t->left);
         const fkMDATA *md = t->right->member;
         if (!md) cannot(t, "a member that its record does not have");
@@ -93,10 +131,11 @@ LVALUE COMPILER::lvalue(MNODE *t) {
         if (md->is_bitfld())
             lv.is_bits = true, lv.bit = uint32_t(md->offset & 7), lv.width = uint32_t(md->width());
         lv.offset = md->offset >> 3;
-        return lv;
+        return notes_all ? noted(t, lv, 0, use) : lv;
     }
     case VFIELD: {
         count(CN_NODES);
+        next_use = use;
         lv = lvalue(t->left);
         unsigned lane = unsigned(t->type->size / 8);
         if (t->right->op == ICON) {
@@ -119,8 +158,18 @@ LVALUE COMPILER::lvalue(MNODE *t) {
         lv.am = AM_DYN, lv.address = sum;
         return lv;
     }
-    case DDNODE:
-    case EPVAL: count(CN_NODES); return lvalue(t->left);
+    case DDNODE: {
+        count(CN_NODES);
+        if (!notes_references) return lvalue(t->left);
+        bool all = std::exchange(notes_all, false); // one note for each reference
+        lv = lvalue(t->left);
+        notes_all = all;
+        return noted(t, lv, uint32_t(t->value), use);
+    }
+    case EPVAL:
+        count(CN_NODES);
+        next_use = use;
+        return lvalue(t->left);
     case ASG:
     case STASG:
     case ARASG: {
@@ -159,6 +208,7 @@ LVALUE COMPILER::lvalue(MNODE *t) {
     case REAL:
     case IMAG: {
         count(CN_NODES);
+        next_use = use;
         lv = lvalue(t->left);
         if (t->op == IMAG) lv.offset += int64_t(t->type->size / 8);
         return lv;
@@ -373,6 +423,7 @@ XN *COMPILER::comma(MNODE *first, MNODE *second, bool is_wide) {
 XN *COMPILER::record_copy(MNODE *t, MNODE *to, MNODE *from, uint32_t bytes) {
     XN *x = make(t);
     x->kind = SK_u32;
+    next_use = WRITES;
     x->a = address(to);
     SK fk = scalar_kind(from->type);
     if (from->op == CALL || from->op == UCALL || fk != SK_record) x->b = value(from);
@@ -388,13 +439,14 @@ XN *COMPILER::record_copy(MNODE *t, MNODE *to, MNODE *from, uint32_t bytes) {
         if (run_options.check_init) mem.mark_written(to_a, size);
         return uint64_t(to_a);
     };
-    return x;
+    return then_stored(x);
 }
 
 XN *COMPILER::assignment(MNODE *t) {
     SK k = scalar_kind(t->left->type);
     if (t->op == STASG || t->op == ARASG || k == SK_record)
         return record_copy(t, t->left, t->right, uint32_t(t->left->type->size / 8));
+    next_use = WRITES;
     LVALUE lv = lvalue(t->left);
     XN *x = make(t);
     x->kind = k;
@@ -406,7 +458,7 @@ XN *COMPILER::assignment(MNODE *t) {
         x->shift = uint8_t(lv.bit), x->imm2 = lv.width;
         x->fn = eval_bits_store(lv.am);
         count(CN_BYTES, (lv.bit + lv.width + 7) / 8);
-        return x;
+        return then_stored(x);
     }
     XN *v = value(t->right);
     bool same_bits = v->kind < SK_f32 && k < SK_f32; // integers are cut by the store
@@ -418,7 +470,7 @@ XN *COMPILER::assignment(MNODE *t) {
     }
     x->fn = eval_store(k, lv.am, x->is_volatile);
     count(CN_BYTES, sk_bytes(k));
-    return x;
+    return then_stored(x);
 }
 
 namespace {
@@ -444,6 +496,7 @@ int plain_op(int op) {
 XN *COMPILER::op_assignment(MNODE *t) {
     int op = plain_op(t->op);
     bool post = t->op == PLUSPLUS || t->op == MINMIN;
+    next_use = READS | WRITES;
     LVALUE lv = lvalue(t->left);
     XN *x = make(t);
     SK k = x->kind = scalar_kind(t->left->type);
@@ -459,12 +512,12 @@ XN *COMPILER::op_assignment(MNODE *t) {
         x->c->imm = op, x->c->imm2 = post, x->c->from = k;
         x->fn = eval_bits_op_store(lv.am);
         count(CN_BYTES, 2 * ((lv.bit + lv.width + 7) / 8));
-        return x;
+        return then_stored(x);
     }
     count(CN_BYTES, 2 * sk_bytes(k));
     x->fn = post ? eval_post_step(k, lv.am, op == MINUS) : eval_op_store(op, k, lv.am);
     if (!x->fn || k >= SK_void) cannot(t, "operands of this type");
-    return x;
+    return then_stored(x);
 }
 
 XN *COMPILER::memcpy_node(MNODE *t) {
@@ -800,9 +853,14 @@ XN *COMPILER::value(MNODE *t) {
     case PCONV:
     case ACONV:
     case VRCONV: return convert(t);
+    case DDNODE:
+        if (notes_references && (t->left->op == UMULT || t->left->op == NAME || t->left->op == STDOT ||
+                                 t->left->op == STREF || t->left->op == VFIELD))
+            return load(t);
+        count(CN_NODES);
+        return value(t->left);
     case TOIEEE:
     case FRIEEE:
-    case DDNODE:
     case EPVAL: count(CN_NODES); return value(t->left);
     case PMCONV: { // index * (bits / 8)
         XN *x = make(t);

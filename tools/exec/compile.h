@@ -46,6 +46,12 @@ class COMPILER {
     MODEL *model;
     UNIT scratch;
     bool saw_setjmp = false;
+    // With --check-records, when the function claims something about memory.
+    bool notes_references = false, notes_all = false;
+    enum USE { READS = 1, WRITES = 2 };
+    int next_use = READS; // of the lvalue that is compiled next
+    LVALUE noted(MNODE *t, const LVALUE &lv, uint32_t id, int use);
+    XN *then_stored(XN *store);
     std::unordered_map<const MSYM *, uint32_t> slot; // frame offset of a local
     std::unordered_map<int, uint32_t> label_step;
     std::vector<std::pair<uint32_t, int>> fixups; // step -> label

@@ -22,6 +22,8 @@ struct XN;
 struct FRAME;
 struct XFUNC;
 struct PROGRAM;
+struct CLAIMS;
+struct CLAIM_STATE;
 
 struct WIDE {
     uint64_t lo = 0, hi = 0;
@@ -146,6 +148,7 @@ struct XFUNC {
     std::vector<uint8_t> shadow_image;
     std::vector<UNIT *> arms;
     std::vector<XLOOP> loops;
+    CLAIMS *claims = nullptr; // with --check-records, when it makes any
     uint64_t entered = 0;
     uint64_t dynamic_bytes = 0; // of copies whose size is not known before
     bool compiled = false;
@@ -164,6 +167,7 @@ struct FRAME {
     bool jumped_back = false; // a setjmp of this step returns a second time
     uint64_t jump_value = 0;
     WIDE wide_result;
+    CLAIM_STATE *claims = nullptr; // when the function makes claims
 };
 
 // One argument as the caller evaluated it.

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "tools/exec/claims.h"
 #include "tools/exec/compile.h"
 
 RUN_OPTIONS run_options;
@@ -448,6 +449,7 @@ void COMPILER::loops() {
 }
 
 void COMPILER::body() {
+    if (run_options.check_records) notes_references = claims_need_references(func->body, &notes_all);
     layout_frame();
     func->result = scalar_kind(func->symbol->type->return_type());
     uint32_t n = 0;
@@ -461,6 +463,7 @@ void COMPILER::body() {
     func->steps.push_back(end);
     resolve_labels();
     loops();
+    if (run_options.check_records) func->claims = collect_claims(func);
 }
 
 void compile_function(XFUNC *f) {
@@ -475,13 +478,14 @@ void compile_function(XFUNC *f) {
 
 namespace {
 
-uint64_t run_steps(FRAME &f, uint32_t at) {
+template <bool CHECKS> uint64_t run_steps(FRAME &f, uint32_t at) {
     XFUNC *func = f.func;
     STEP *steps = func->steps.data();
     STEP *s = steps + at;
     for (;;) {
         f.step = s;
         s->unit.executed++;
+        if (CHECKS) claims_at_step(&f, uint32_t(s - steps));
         switch (s->kind) {
         case ST_EXPR:
             s->tree->fn(s->tree, &f);
@@ -517,7 +521,10 @@ uint64_t run_frame(FRAME &f) {
     uint32_t at = 0;
     for (;;) {
         try {
-            return run_steps(f, at);
+            if (!f.claims) return run_steps<false>(f, at);
+            uint64_t v = run_steps<true>(f, at);
+            claims_at_return(&f);
+            return v;
         } catch (LONG_JUMP &j) {
             if (j.frame_id != f.id) throw;
             current_frame = &f;
@@ -607,6 +614,8 @@ uint64_t call_function(XFUNC *f, const ARG *args, unsigned n, FRAME *caller, con
     if (run_options.check_init) mem.mark_unwritten(fr.base, f->frame_bytes);
     store_arguments(f, fr, args, n);
     f->entered++;
+    CLAIM_STATE claims;
+    if (f->claims) fr.claims = &claims;
     FRAME *outer = current_frame;
     current_frame = &fr;
     uint64_t v;
