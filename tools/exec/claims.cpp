@@ -273,7 +273,8 @@ void leave_loops(FRAME *f, CLAIM_STATE &state, int innermost) {
 void enter_loops(CLAIM_STATE &state, const CLAIMS &claims, int innermost) {
     std::vector<int> entered;
     int top = state.open.empty() ? -1 : state.open.back().loop;
-    for (int at = innermost; at >= 0 && at != top; at = claims.loops[size_t(at)].parent) entered.push_back(at);
+    for (int at = innermost; at >= 0 && at != top; at = claims.loops[size_t(at)].parent)
+        entered.push_back(at);
     for (size_t i = entered.size(); i-- > 0;) state.open.push_back({entered[i], 0, ++state.entries});
 }
 
@@ -292,7 +293,8 @@ void claims_at_step(FRAME *f, uint32_t step) {
     if (state.armed >= 0) {
         const CLAIMED_LOOP &loop = claims.loops[size_t(state.armed)];
         if (loop.body[step]) state.armed = -1;
-        else if (claims.guarded[step] != state.armed && claims.innermost[step] == claims.innermost[loop.guard_from]) {
+        else if (claims.guarded[step] != state.armed &&
+                 claims.innermost[step] == claims.innermost[loop.guard_from]) {
             state.armed = -1;
             check_count(loop, 0, true);
         }
@@ -343,20 +345,22 @@ void check_edge(const CLAIMS &claims, const CLAIM_ACCESS &from, const CLAIM_ACCE
         if ((v.flags & 3) || v.elements.empty()) return;
         bool holds = true;
         for (size_t i = 1; i < v.elements.size() && i <= common; i++)
-            holds &= element_holds(v.elements[i], int64_t(to.position[i - 1].second) -
-                                                      int64_t(from.position[i - 1].second));
+            holds &= element_holds(v.elements[i],
+                                   int64_t(to.position[i - 1].second) - int64_t(from.position[i - 1].second));
         if (holds) return;
     }
     std::string distance;
     for (size_t i = 0; i < common; i++)
-        distance += (i ? ", " : "") + std::to_string(int64_t(to.position[i].second - from.position[i].second));
-    fault("%s and later %s touch 0x%08x at the distance (%s), which their edge excludes", place_of(from).c_str(),
-          place_of(to).c_str(), to.address, distance.c_str());
+        distance +=
+            (i ? ", " : "") + std::to_string(int64_t(to.position[i].second - from.position[i].second));
+    fault("%s and later %s touch 0x%08x at the distance (%s), which their edge excludes",
+          place_of(from).c_str(), place_of(to).c_str(), to.address, distance.c_str());
 }
 
 void check_pair(const CLAIMS &claims, const CLAIM_ACCESS &from, const CLAIM_ACCESS &to) {
     if (!from.writes && !to.writes) return;
-    if (from.writes && to.writes && from.address == to.address && from.bytes == to.bytes && from.value == to.value)
+    if (from.writes && to.writes && from.address == to.address && from.bytes == to.bytes &&
+        from.value == to.value)
         return;
     size_t common = common_loops(from, to);
     for (size_t i = 0; i < common; i++) {
@@ -394,7 +398,8 @@ void commit(FRAME *f, CLAIM_ACCESS access) {
 void claims_touch(FRAME *f, const XN *reference, uint32_t address, bool reads, bool writes) {
     CLAIM_STATE &state = *f->claims;
     if (!mem.ok_range(address, uint64_t(reference->imm2))) return; // the access itself will tell
-    CLAIM_ACCESS access{reference, uint32_t(reference->imm), address, uint8_t(reference->imm2), false, 0, {}, {}};
+    CLAIM_ACCESS access{reference, uint32_t(reference->imm), address, uint8_t(reference->imm2), false, 0, {},
+                        {}};
     for (auto &open : state.open) {
         access.position.emplace_back(open.loop, open.iterations);
         access.entries.push_back(open.entry);
