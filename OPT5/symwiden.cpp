@@ -11,6 +11,8 @@
 #include "support/dbgout.h"
 #include "support/fatal.h"
 
+bool wst_trustable = false;
+
 // --- entries ---
 
 namespace {

@@ -21,6 +21,10 @@ struct WIDENED {
     WIDENED *next = nullptr;
 };
 
+// Whether every value of a widened symbol that is read lies in the range of its entry: while a pass that knows it
+// has the flag set. Known bits ignore the entries otherwise.
+extern bool wst_trustable;
+
 // Acts on the current function, from level 2 on and where int has 32 bits.
 void widen_user_variables();
 
