@@ -70,6 +70,8 @@ ql COMMAND [ARGUMENT...]
   test [CTEST-OPTION] build and run the tests
   diff FILE.c...      compare C programs in many configurations (--matrix=full: in all)
   fuzz [--minutes N]  hunt with random programs; prints seeds and what repeats a failure
+  bisect FILE         the pass and the rewrite that break a program
+  reduce FILE         make a failing program small
   fuzz-reader [--minutes N]   hunt for files that break the reader
   format [--check]    lay out the sources, or tell which are not
   install             install what building, testing and fuzzing need

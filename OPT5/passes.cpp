@@ -8,6 +8,7 @@
 #include "OPT5/flags.h"
 #include "OPT5/funinfo.h"
 #include "OPT5/infix.h"
+#include "OPT5/passlimit.h"
 #include "OPT5/pipeline.h"
 #include "OPT5/validate.h"
 #include "support/dbgout.h"
@@ -24,6 +25,11 @@ const register_option skip_switch("debug:skip_pass");
 const register_option validate_switch("debug:validate");
 
 const register_option times_switch("debug:pass_times");
+const register_option limit_switch("debug:limit_passes");
+const register_option trace_switch("debug:trace_passes");
+
+// Runs that "debug:limit_passes" counts.
+int counted_runs;
 
 // What passes that ran inside the running one have taken so far.
 double nested_seconds;
@@ -72,6 +78,17 @@ void pass_manager::delete_passes() {
 pass::pass(std::string name, void (*action)(), unsigned gate)
     : serial_object(&global_pass_manager), name(std::move(name)), action_(action), gate_(gate) {}
 
+bool pass::within_limit() const {
+    if ((gate_ & NEEDED) || is_barrier()) return true;
+    int limit = limit_switch;
+    if (limit && counted_runs >= limit) return false;
+    ++counted_runs;
+    if (trace_switch)
+        fprintf(stderr, "pass run %d: %u '%s' %s\n", counted_runs, serial_number, name.c_str(),
+                currfuninfo ? currfuninfo->name.c_str() : "");
+    return true;
+}
+
 void pass::run() {
     int skipped = skip_switch;
     if (skipped > 0 && static_cast<unsigned>(skipped) == serial_number) {
@@ -84,7 +101,7 @@ void pass::run() {
     bool timed = passes_are_timed();
     double outer_nested = nested_seconds, start = timed ? now() : 0;
     nested_seconds = 0;
-    bool acts = action_ && pass_gate_holds(gate_);
+    bool acts = action_ && pass_gate_holds(gate_) && within_limit();
     if (acts) action_();
     double elapsed = timed ? now() - start : 0;
     seconds += elapsed - nested_seconds;
@@ -154,6 +171,8 @@ static void force_order(const char *text, const char *origin) {
 }
 
 void setup_passes(bool allow_forced) {
+    counted_runs = 0;
+    init_pass_limits();
     global_pass_manager.delete_passes();
     normal_order_passes.clear();
     add_pipeline_passes(normal_order_passes);

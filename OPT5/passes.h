@@ -12,7 +12,9 @@
 // The order can be forced, to hunt for a faulty pass: with --opt_passes or the environment variable
 // FORCED_OPT_PASSES, a list of positions or "random". Positions may repeat or be left out; one outside the list is
 // refused. "debug:skip_pass=N" leaves out pass N, which must be positive; "debug:validate" checks the structure of
-// the program after every pass and names the pass that broke it.
+// the program after every pass and names the pass that broke it. "debug:limit_passes=N" lets the first N runs of passes
+// on functions happen and skips the later ones (-1: all), but for those that others count on; "debug:trace_passes" tells
+// each counted run with its number.
 //
 // In debug, and with "debug:pass_times", every pass is timed. The times are exclusive: a pass that runs another inside
 // itself is not charged for it.
@@ -43,6 +45,7 @@ enum PASS_GATE : unsigned {
     GOAL_2 = 0x010,    // size_speed_goal() at least 2
     GOAL_5 = 0x020,    // size_speed_goal() above 4
     NEON = 0x040,      // arm_neon()
+    NEEDED = 0x080, // no condition: what follows counts on the pass, so "debug:limit_passes" leaves it alone
 };
 bool pass_gate_holds(unsigned gate);
 
@@ -69,6 +72,7 @@ struct pass : serial_object<pass, pass_manager> {
     unsigned runs = 0;
 
   private:
+    bool within_limit() const;
     void (*action_)();
     unsigned gate_;
 };

@@ -125,7 +125,7 @@ pass *take_barrier() {
 
 void run_schedule() {
     schedule = active_passes;
-    schedule.push_back(new pass("output function", output_function));
+    schedule.push_back(new pass("output function", output_function, NEEDED));
     for (SYMTAB *function : functions) steps_table[function] = 0;
     matcher_init();
 

@@ -4,6 +4,7 @@
 
 #include "OPT5/cfg.h"
 #include "OPT5/funinfo.h"
+#include "OPT5/passlimit.h"
 #include "OPT5/profile.h"
 #include "OPT5/seqtrees.h"
 #include "OPT5/simp1.h"
@@ -93,6 +94,7 @@ bool thread_empty_blocks() {
         for (NODE *ref : refs) {
             BBLK *to = end[size_t(ref->label->block->dfn)];
             if (to == ref->label->block) continue;
+            if (!TRANSFORM("simpcfg", "a jump to a jump goes where that goes")) continue;
             point_labelref(ref, first_label(to));
             simpcfg_counts.threaded++;
             here = true;
@@ -243,7 +245,10 @@ unsigned drop_cases_of_default(NODE *sw) {
     NODE *def = chain_last(sw->right);
     if (def->op != DEFAULT) return 0;
     BBLK *to = def->left->label->block;
-    unsigned dropped = filter_cases(sw, [&](NODE *c) { return c->right->label->block != to; });
+    unsigned dropped = filter_cases(sw, [&](NODE *c) {
+        return c->right->label->block != to ||
+               !TRANSFORM("simpcfg", "a case that leads where the default leads goes");
+    });
     simpcfg_counts.cases_dropped += dropped;
     return dropped;
 }
@@ -284,7 +289,8 @@ bool fold_transfer(BBLK *bb) {
         set_succs(bb);
         changed = true;
     }
-    if (NODE *ref = only_target(sw)) {
+    if (NODE *ref = only_target(sw);
+        ref && TRANSFORM("simpcfg", "a transfer that always goes one way becomes a BRANCH")) {
         become_branch(t, ref);
         changed = true;
     }
@@ -315,6 +321,7 @@ bool merge_blocks() {
         LIST *before = nullptr, *last = bb->statements;
         for (; last->next; last = last->next) before = last;
         while (BBLK *s = mergeable_successor(bb, last)) {
+            if (!TRANSFORM("simpcfg", "a block takes in its only successor")) break;
             LIST *branch = last;
             (before ? before->next : bb->statements) = s->statements;
             erase_tree_list(branch);

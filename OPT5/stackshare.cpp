@@ -14,6 +14,7 @@
 #include "OPT5/cfg.h"
 #include "OPT5/flags.h"
 #include "OPT5/funinfo.h"
+#include "OPT5/passlimit.h"
 #include "OPT5/read.h"
 #include "OPT5/scopes.h"
 #include "OPT5/symtab.h"
@@ -521,6 +522,7 @@ void share_stack_space() {
         const GROUP *group = tree->groups[0].get();
         while (group->children.size() == 1) group = group->children[0];
         if (group->children.empty()) continue;
+        if (!TRANSFORM("stackshare", "variables of disjoint blocks share a place")) continue;
         if (number == 0) dprintf("\n\n\t\t\t-------- ENTERING 'stack sharing' --------\n\n");
         number++;
         std::unique_ptr<RECORD> record = LAYOUT(number).union_of(group, 1);

@@ -13,6 +13,7 @@
 #include "OPT5/congruent.h"
 #include "OPT5/ddssa.h"
 #include "OPT5/funinfo.h"
+#include "OPT5/passlimit.h"
 #include "OPT5/restrict.h"
 #include "OPT5/scopes.h"
 #include "OPT5/symtab.h"
@@ -279,7 +280,8 @@ void EXPLOSION::run() {
         if (found == candidates_.end()) continue;
         const EXPLODED &e = found->second;
         bool used = !e.parts.empty() || e.prolog;
-        if (!used || !parts_are_disjoint(e)) candidates_.erase(found);
+        if (!used || !parts_are_disjoint(e) || !TRANSFORM("symexplode", "a local record becomes variables"))
+            candidates_.erase(found);
     }
     if (candidates_.empty()) return;
     for (SYMTAB *s : order_)
@@ -411,6 +413,7 @@ void subst_csu_returning_temp_for_local_var() {
         function_calls_setjmp())
         return;
 
+    if (!TRANSFORM("csu_temp", "a result is constructed in place")) return;
     dprintf("Constructing the result in place: %s\n", result->name);
     dprintf("    for local var  %s\n", local->name);
     for_each_statement([&](LIST *l) { subst_result_for_local(l->tree, local, result); });

@@ -9,6 +9,7 @@
 #include "OPT5/flags.h"
 #include "OPT5/funinfo.h"
 #include "OPT5/infix.h"
+#include "OPT5/passlimit.h"
 #include "OPT5/scopes.h"
 #include "OPT5/simp1.h"
 #include "OPT5/symtab.h"
@@ -293,6 +294,7 @@ void TAIL_CALLS::try_block(BBLK *bb) {
         return; // called without the arguments that it has
     }
 
+    if (!TRANSFORM("tailcall", "a call of itself in tail position is a jump")) return;
     dprintf("Tail call: %s\n", stmt2infix(tail.statement->tree).c_str());
     for (PASSED &p : passed) {
         p.value = value_for_leaf(p, p.value);

@@ -34,8 +34,8 @@ def main():
         runs += result.runs
         if result.discarded:
             progress.say("%s: left out, %s" % (result.path, result.discarded))
-        for finding in result.findings:
-            progress.say("%s: %s" % (result.path, finding))
+        for line in stages.grouped(result.findings):
+            progress.say("%s: %s" % (result.path, line))
         report.append({"file": result.path, "left out": result.discarded, "counts": result.counts,
                        "findings": [{"kind": f.kind, "config": f.config, "text": f.text} for f in result.findings]})
     progress.clear()

@@ -95,9 +95,10 @@ def main():
         kept = os.path.join(args.keep, "s%d.c" % seed)
         with open(kept, "w") as f:
             f.write(text)
-        for finding in result.findings:
-            found[finding.kind] += 1
-            progress.say("seed %d: %s" % (seed, finding))
+        for kind in {f.kind for f in result.findings}:
+            found[kind] += 1
+        for line in stages.grouped(result.findings):
+            progress.say("seed %d: %s" % (seed, line))
         worst = result.findings[0]
         progress.say("  repeat: ./ql diff %s%s%s" % ("--matrix=%s " % worst.config if worst.config else "",
                                                    "".join("--qlopt-option=%s " % o for o in args.qlopt_option), kept))

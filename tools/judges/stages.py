@@ -92,10 +92,10 @@ class Outcome:
         return (lines or ["(no message)"])[-1].strip()[:240]
 
 
-def run(command, stdin=None, timeout=60, env=None):
+def run(command, stdin=None, timeout=60, env=None, cwd=None):
     start = time.monotonic()
     with open(stdin or os.devnull, "rb") as source:
-        p = subprocess.Popen(command, stdin=source, stdout=subprocess.PIPE, stderr=subprocess.PIPE, env=env,
+        p = subprocess.Popen(command, stdin=source, stdout=subprocess.PIPE, stderr=subprocess.PIPE, env=env, cwd=cwd,
                              start_new_session=True)
         try:
             out, err = p.communicate(timeout=timeout)
@@ -125,6 +125,16 @@ class Finding:
 
     def __str__(self):
         return "%s%s: %s" % (self.kind, " " + self.config if self.config else "", self.text)
+
+
+def grouped(findings):
+    """Lines for findings: those that say the same in one line, with their configurations."""
+    groups = {}
+    for f in findings:
+        groups.setdefault((f.kind, f.text), []).append(f.config)
+    return ["%s%s: %s" % (kind, "".join(" " + c for c in configs[:6]) +
+                          (" and %d more" % (len(configs) - 6) if len(configs) > 6 else ""), text)
+            for (kind, text), configs in groups.items()]
 
 
 class Result:
@@ -158,9 +168,12 @@ class Judge:
     """Runs programs through stages. Files go to the folder given with each call."""
 
     def __init__(self, build, seconds=5, extra=(), undefined=False, counts=False):
+        build = os.path.abspath(build)
         self.tool = lambda *p: os.path.join(build, *p)
         self.qlopt = os.environ.get("QL_QLOPT", self.tool("qlopt"))
         self.seconds, self.extra, self.undefined, self.counts = seconds, list(extra), undefined, counts
+        self.patience = 24 * seconds  # for the interpreter on the parsed file
+        self.grace = 10  # what an optimized program may take besides ten times that
         self.backend = None
 
     # ---- single stages
@@ -241,7 +254,7 @@ class Judge:
             result.findings.append(Finding("parse", "", "status %d: %s" % (parsed.status, parsed.says())))
             return None
         counts = os.path.join(place, "counts.json") if self.counts else None
-        got = self.execute(file, path, 24 * self.seconds, trace, counts)
+        got = self.execute(file, path, self.patience, trace, counts)
         result.runs += 1
         if got.timed_out():
             result.discarded = "runs too long in the interpreter"
@@ -253,6 +266,20 @@ class Judge:
             result.counts["parsed" + (".big" if endian == "big" else "")] = total(counts)
         order = volatile_order(got.err) if trace else None
         return {"file": file, "outcome": got, "order": order, "native": reference}
+
+    def base_of_file(self, path, place):
+        """The same for an intermediate file, or its text, that is a program: it is its own reference."""
+        file = os.path.join(place, "given.if")
+        if path.endswith(".ift"):
+            made = run([self.tool("tools", "text", "qlasm"), path, "-o", file])
+            if made.status:
+                return None
+        else:
+            shutil.copy(path, file)
+        got = self.execute(file, path, self.patience, True)
+        if got.timed_out() or got.status in (1, 2) and not got.out and got.err or got.status in (120, 124, 125):
+            return None
+        return {"file": file, "outcome": got, "order": volatile_order(got.err), "native": got}
 
     def optimized(self, path, place, name, base, result):
         out = os.path.join(place, "out.if")
@@ -271,7 +298,7 @@ class Judge:
             return
         counts = os.path.join(place, "counts.json") if self.counts else None
         expected = base["outcome"]
-        got = self.execute(out, path, 10 + 10 * expected.seconds, base["order"] is not None, counts)
+        got = self.execute(out, path, self.grace + 10 * expected.seconds, base["order"] is not None, counts)
         result.runs += 1
         if got.timed_out():
             result.findings.append(Finding("hang", name, "the optimized program does not end"))
