@@ -43,3 +43,7 @@ INT65 calculate_maxval_for_tree(const NODE *tree, struct LOOP *loop) {
     return op_is_icall(n->op) ? calculate_maxval_for_BIF_call(const_cast<NODE *>(n), loop)
                               : greatest_of_type(n->type);
 }
+
+bool tree_is_non_negative(const NODE *tree, struct LOOP *loop) {
+    return is_integer(tree->type) && !calculate_minval_for_tree(tree, loop).is_negative();
+}
