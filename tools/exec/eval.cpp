@@ -96,23 +96,25 @@ using UNS = typename std::conditional_t<std::is_floating_point_v<T>, std::type_i
 
 [[noreturn]] void division_by_zero() { fault("integer division by zero"); }
 
+// A NaN that an operation makes is the target's positive one, whatever the host's looks like.
+template <class T> T made_here(T r, T a, T b) {
+    return __builtin_expect(r != r, 0) && a == a && b == b ? std::numeric_limits<T>::quiet_NaN() : r;
+}
+
 template <int OP, class T> T combine(T a, T b) {
     using U = UNS<T>;
-    if constexpr (OP == PLUS) return static_cast<T>(static_cast<U>(a) + static_cast<U>(b));
+    if constexpr (std::is_floating_point_v<T>) {
+        T r = OP == PLUS ? a + b : OP == MINUS ? a - b : OP == MULT ? a * b : OP == DIV ? a / b : T(0);
+        return made_here(r, a, b);
+    } else if constexpr (OP == PLUS) return static_cast<T>(static_cast<U>(a) + static_cast<U>(b));
     else if constexpr (OP == MINUS) return static_cast<T>(static_cast<U>(a) - static_cast<U>(b));
-    else if constexpr (OP == MULT) {
-        if constexpr (std::is_floating_point_v<T>) return a * b;
-        else return static_cast<T>(static_cast<uint64_t>(a) * static_cast<uint64_t>(b));
-    } else if constexpr (OP == DIV) {
-        if constexpr (std::is_floating_point_v<T>) return a / b;
-        else {
-            if (b == 0) division_by_zero();
-            if constexpr (std::is_signed_v<T>)
-                if (b == -1) return static_cast<T>(U(0) - static_cast<U>(a));
-            return static_cast<T>(a / b);
-        }
-    } else if constexpr (std::is_floating_point_v<T>) return T(0);
-    else if constexpr (OP == MOD) {
+    else if constexpr (OP == MULT) return static_cast<T>(static_cast<uint64_t>(a) * static_cast<uint64_t>(b));
+    else if constexpr (OP == DIV) {
+        if (b == 0) division_by_zero();
+        if constexpr (std::is_signed_v<T>)
+            if (b == -1) return static_cast<T>(U(0) - static_cast<U>(a));
+        return static_cast<T>(a / b);
+    } else if constexpr (OP == MOD) {
         if (b == 0) division_by_zero();
         if constexpr (std::is_signed_v<T>)
             if (b == -1) return 0;
@@ -216,8 +218,11 @@ template <int OP, class T> uint64_t unary(const XN *n, FRAME *f) {
     } else if constexpr (OP == ABS) {
         if constexpr (std::is_floating_point_v<T>) return put<T>(std::fabs(a));
         else return put<T>(a < 0 ? static_cast<T>(U(0) - static_cast<U>(a)) : a);
-    } else if constexpr (OP == SQRT) return put<T>(static_cast<T>(std::sqrt(a)));
-    else if constexpr (OP == SQR) return put<T>(combine<MULT, T>(a, a));
+    } else if constexpr (OP == SQRT) {
+        auto r = static_cast<T>(std::sqrt(a));
+        if constexpr (std::is_floating_point_v<T>) r = made_here(r, a, a);
+        return put<T>(r);
+    } else if constexpr (OP == SQR) return put<T>(combine<MULT, T>(a, a));
     else if constexpr (OP == RECIP)
         return put<T>(static_cast<T>(T(1) / (a == 0 && !std::is_floating_point_v<T> ? T(1) : a)));
     else if constexpr (OP == NOTB && !std::is_floating_point_v<T>) return put<T>(static_cast<T>(~a));

@@ -87,7 +87,6 @@ uint64_t do_raise(CALL_CONTEXT &c) {
     uint32_t h = handlers[c.i32(0)];
     if (h == 1) return 0;
     if (h) {
-        handlers[c.i32(0)] = 0;
         call_guest(h, {uint64_t(c.u32(0))});
         return 0;
     }

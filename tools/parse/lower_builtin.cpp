@@ -126,6 +126,28 @@ MNODE *LOWER::builtin_call(const CallExpr *e, unsigned id) {
     }
     case Builtin::BI__builtin_islessgreater: return m.node(FNEQ, int_t(), arg(0), arg(1));
     case Builtin::BI__builtin_isunordered: return m.node(FUNO, int_t(), arg(0), arg(1));
+    case Builtin::BI__builtin_fpclassify: { // (nan, infinite, normal, subnormal, zero, x)
+        MNODE *v = arg(5);
+        bool single = v->type->size <= 32;
+        MSYM *x = temp(v->type), *size = temp(v->type);
+        MNODE *set = m.node(ASG, x->type, m.name(x), v);
+        MNODE *abs = m.node(ASG, size->type, m.name(size), m.node(ABS, x->type, m.name(x)));
+        auto number = [&](const char *text) {
+            MNODE *n = m.node(FCON, v->type);
+            n->text = text;
+            return n;
+        };
+        auto choose = [&](MNODE *test, MNODE *yes, MNODE *no) {
+            return m.node(QUEST, int_t(), test, m.node(COLON, int_t(), yes, no));
+        };
+        auto kind = [&](unsigned i) { return convert(arg(i), int_t()); };
+        MNODE *small = choose(m.node(FEQ, int_t(), m.name(size), number("0x0p+0")), kind(4), kind(3));
+        MNODE *normal = m.node(FGE, int_t(), m.name(size), number(single ? "0x1p-126" : "0x1p-1022"));
+        MNODE *finite = choose(normal, kind(2), small);
+        MNODE *large = choose(m.node(FEQ, int_t(), m.name(size), number("inf")), kind(1), finite);
+        MNODE *all = choose(m.node(FUNO, int_t(), m.name(x), m.name(x)), kind(0), large);
+        return comma_op(set, comma_op(abs, all));
+    }
     case Builtin::BI__builtin_complex: return m.node(COMPLEX, unqualified(e->getType()), arg(0), arg(1));
     case Builtin::BI__builtin_isnan: {
         MNODE *v = arg(0);
