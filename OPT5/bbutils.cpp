@@ -479,15 +479,11 @@ bool pointer_is_an_adcon(const NODE *p) {
     return false;
 }
 
-namespace {
-
 bool symbol_is_weak(const SYMTAB *s) {
     for (const PRAGMA *p = s->pragmas; p; p = p->next)
         if (p->number == PRAG_QL_WEAK) return true;
     return false;
 }
-
-} // namespace
 
 bool pointer_contains_adcon_term(const NODE *pointer) {
     return pointer && for_each_node(pointer, [](const NODE *n) {

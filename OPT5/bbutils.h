@@ -73,6 +73,8 @@ INT65 total_pointer_offset_value(const NODE *pointer);
 INT65 byte_offset_on_indirection(const NODE *lvalue);
 // The address of one object or string, plus a constant.
 bool pointer_is_an_adcon(const NODE *pointer);
+// A weak symbol that nothing defines has the null address.
+bool symbol_is_weak(const SYMTAB *);
 // A sum with the address of an object in it, which makes it non-null; a weak symbol may have no object.
 bool pointer_contains_adcon_term(const NODE *pointer);
 // Whether an access to the lvalue may assume that many bits of alignment.

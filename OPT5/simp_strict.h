@@ -7,6 +7,10 @@
 
 #include "OPT5/fwd.h"
 
+constexpr int STRICT_WALK_CAP = 200; // nodes of `second`; larger trees are not worth evaluating in vain
+constexpr int NEVER_SPECULATED = 666;
+extern unsigned strict_walk_hits;
+
 bool strict_expr_allows_strict_expr(const NODE *first, const NODE *second, struct LOOP *loop);
 // The access to this lvalue can't fail by itself.
 bool lvalue_is_inherently_strict(const NODE *lvalue, struct LOOP *loop);
