@@ -1,0 +1,17 @@
+// Rules for folding and conversions, row by row.
+#include "tests/oracle/lib/rows.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// clang-format off
+const std::vector<oracle_row> rows = {
+    {"(T)(H)x"},
+    {"(c + d) CMakeLists.txt judge.cpp lib rows_arith.cpp rows_bits.cpp rows_cond.cpp rows_vals.cpp value_queries.cpp whole_trees.cpp x"},
+};
+// clang-format on
+
+} // namespace
+
+TEST(rows_vals, hold) { run_rows(rows); }
