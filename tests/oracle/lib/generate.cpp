@@ -4,6 +4,7 @@
 #include <cstring>
 #include <map>
 
+#include "OPT5/bif.h"
 #include "OPT5/fold.h"
 #include "OPT5/symtab.h"
 #include "OPT5/tree.h"
@@ -172,7 +173,8 @@ NODE *GENERATOR::with_effect(TYPE *type, int depth) {
     bool saved = effects;
     effects = false; // nothing below has an effect, so no order is left open
     NODE *n = nullptr;
-    switch (pick(random, 6)) {
+    switch (pick(random, 7)) {
+    case 5: n = t_convert(type, builtin(depth)); break;
     case 0: n = t_convert(type, t_call(chance(random, 30) ? w.pure : w.ext, tree(w.i32, depth - 1))); break;
     case 1:
         if (!type->is_fltpt() && !type->is_bool() && modified++ == 0) {
@@ -204,6 +206,21 @@ NODE *GENERATOR::with_effect(TYPE *type, int depth) {
     }
     effects = saved;
     return n ? n : leaf(type);
+}
+
+// A call of an operation that the target has.
+NODE *GENERATOR::builtin(int depth) {
+    static const char *const names[] = {
+        "MIN",    "MAX",        "MINU",       "MAXU",           "LLMIN",       "_smulbb",          "_smull",
+        "_umull", "ETSI_L_ADD", "ETSI_L_SHL", "ETSI_EXTRACT_H", "ETSI_NORM_L", "__builtin_expect", "_smlabb"};
+    const char *name = names[pick(random, std::size(names))];
+    const BIF *bif = find_BIF_descriptor(name);
+    if (!bif) return leaf(world().i32);
+    NODE *args = nullptr;
+    for (NODE *parameter : arg_list_args(bif->parameters))
+        args =
+            arg_list_append(args, t_convert(parameter->type->dtype, tree(parameter->type->dtype, depth - 2)));
+    return mk_ICALL(name, args, bif->result_type);
 }
 
 NODE *GENERATOR::condition(int depth) {
@@ -301,6 +318,15 @@ NODE *GENERATOR::tree(TYPE *type, int depth) {
     return type->is_fltpt() ? float_tree(type, depth) : integer_tree(type, depth);
 }
 
+// Something that can be assigned to.
+NODE *GENERATOR::target(TYPE *type) {
+    for (;;) {
+        NODE *t = leaf(type);
+        if (t->op != ICON && t->op != FCON) return t;
+        erase_tree(t);
+    }
+}
+
 NODE *GENERATOR::statement(int depth) {
     ORACLE_WORLD &w = world();
     TYPE *type = some_type();
@@ -315,19 +341,11 @@ NODE *GENERATOR::statement(int depth) {
     case 2: modified = 0; return tree(type, depth);
     default: break;
     }
-    bool saved = effects;
-    effects = false;
-    NODE *target = leaf(type);
-    while (target->op == ICON || target->op == FCON) {
-        erase_tree(target);
-        target = leaf(type);
-    }
-    effects = saved;
     static const int ops[] = {PLUSASG, MINUSASG, MULTASG, ANDBASG, ORBASG,
                               XORBASG, SLLASG,   SRLASG,  DIVASG,  MODASG};
     bool plain = type->is_fltpt() || type->is_bool() || type->is_enum() || chance(random, 60);
     int op = plain ? ASG : ops[pick(random, std::size(ops))];
     NODE *value =
         op == SLLASG || op == SRLASG ? t_icon(pick(random, unsigned(type->size)), w.i32) : tree(type, depth);
-    return maketree(op, target, value, type, nullptr);
+    return maketree(op, target(type), value, type, nullptr);
 }

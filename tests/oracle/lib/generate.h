@@ -39,6 +39,8 @@ struct GENERATOR {
     NODE *integer_tree(TYPE *type, int depth);
     NODE *float_tree(TYPE *type, int depth);
     NODE *with_effect(TYPE *type, int depth);
+    NODE *builtin(int depth);
+    NODE *target(TYPE *type);
 };
 
 // A constant of an integer type that sits where arithmetic turns over: small, a power of two, a mask, an end of

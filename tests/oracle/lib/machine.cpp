@@ -394,14 +394,19 @@ struct TRANSLATOR {
     void short_circuit(const NODE *n) {
         uint32_t other = labels++, end = labels++;
         if (n->op == QUEST) {
-            if (!n->right || n->right->op != COLON) return refuse("no COLON under", n);
+            const NODE *colon = n->right;
             VK k = value_kind(n->type);
             truth(n->left);
+            for (; colon && colon->op == COMMAOP; colon = colon->right) { // effects before the choice
+                value(colon->left);
+                emit({.code = C_DROP});
+            }
+            if (!colon || colon->op != COLON) return refuse("no COLON under", n);
             emit(label_op(C_JUMP_ZERO, other));
-            value(n->right->left, k);
+            value(colon->left, k);
             emit(label_op(C_JUMP, end));
             emit(label_op(C_LABEL, other));
-            value(n->right->right, k);
+            value(colon->right, k);
             emit(label_op(C_LABEL, end));
             return;
         }
