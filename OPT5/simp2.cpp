@@ -123,10 +123,13 @@ uint64_t with_neighbours(uint64_t kept, uint64_t mask, const TYPE *t) {
     return result;
 }
 
-// The cheapest constant with these bits in the mask, which is not empty.
-uint64_t shaped(uint64_t bits, uint64_t mask, TYPE *t) {
-    uint64_t clear = bits & mask, filled = with_neighbours(clear, mask, t);
-    uint64_t best = cost_of_constant(filled, t) < cost_of_constant(clear, t) ? filled : clear;
+// The cheapest constant with these bits in the mask, which is not empty. In a sum the bits outside are not filled: the
+// conversions' rules cut its constants too, and one shape must win.
+uint64_t shaped(uint64_t bits, uint64_t mask, TYPE *t, bool may_fill) {
+    uint64_t best = bits & mask;
+    if (uint64_t filled = with_neighbours(best, mask, t);
+        may_fill && cost_of_constant(filled, t) < cost_of_constant(best, t))
+        best = filled;
     return cost_of_constant(best, t) <= cost_of_constant(bits, t) ? best : bits;
 }
 
@@ -154,13 +157,19 @@ struct PROP_LEVEL {
 
 NODE *push(NODE *x, uint64_t m, bool may_strip);
 
-// The operand of an operator of type `t`, of which the bits m are read.
-NODE *push_operand(NODE *x, uint64_t m, const TYPE *t, bool may_strip = true) {
+// A tree of which the bits m are read by something that may be wider: bits that the tree's type does not have are
+// copies of its sign, or zeros, and its type must stay for them.
+NODE *push_from_above(NODE *x, uint64_t m, bool may_strip = true) {
     if (!is_ring(x->type)) return x;
-    uint64_t own = m & mask_of(t) & mask_of(x->type);
-    bool reads_extension = (m & mask_of(t) & ~mask_of(x->type)) != 0;
+    uint64_t own = m & mask_of(x->type);
+    bool reads_extension = own != m;
     if (reads_extension && x->type->is_signed()) own |= sign_of(x->type);
     return push(x, own, may_strip && !reads_extension);
+}
+
+// The operand of an operator of type `t`.
+NODE *push_operand(NODE *x, uint64_t m, const TYPE *t, bool may_strip = true) {
+    return push_from_above(x, m & mask_of(t), may_strip);
 }
 
 void push_into(NODE *&place, uint64_t m, const TYPE *t) { place = push_operand(place, m, t); }
@@ -172,8 +181,8 @@ NODE *push_and_keep_left(NODE *x, uint64_t m) {
     return only_left(x, nullptr);
 }
 
-void shape_operand(NODE *icon, uint64_t m, TYPE *t) {
-    uint64_t old = bits_of(icon, t), better = shaped(old, m, t);
+void shape_operand(NODE *icon, uint64_t m, TYPE *t, bool may_fill) {
+    uint64_t old = bits_of(icon, t), better = shaped(old, m, t, may_fill);
     if (better == old || !RULE("mask: constant of a sum or XORB, bits outside of the mask")) return;
     set_ICON(icon, better, t);
     prop.changes++;
@@ -213,7 +222,7 @@ NODE *push_into_sum(NODE *x, uint64_t m) {
         return push_and_keep_left(x, m);
     for (auto place : {&x->left, &x->right}) {
         NODE *&operand = *place;
-        if (operand->op == ICON) shape_operand(operand, low, t);
+        if (operand->op == ICON) shape_operand(operand, low, t, false);
         else push_into(operand, low, t);
     }
     return x;
@@ -279,7 +288,7 @@ NODE *push_into_ORB(NODE *x, uint64_t m) {
     uint64_t c = bits_of(x->right, t), kept = c & m;
     if (kept == 0 && RULE("mask: x | c, x ^ c -> x")) return push_and_keep_left(x, m);
     if (x->op == XORB) {
-        if (kept != 0) shape_operand(x->right, m, t);
+        if (kept != 0) shape_operand(x->right, m, t, true);
         push_into(x->left, m, t);
         return x;
     }
@@ -399,10 +408,7 @@ NODE *push(NODE *x, uint64_t m, bool may_strip) {
 
 } // namespace
 
-NODE *prop_mask_into_subtree(NODE *tree, INT65 mask) {
-    if (!is_ring(tree->type)) return tree;
-    return push(tree, mask.to_uint64() & mask_of(tree->type), true);
-}
+NODE *prop_mask_into_subtree(NODE *tree, INT65 mask) { return push_from_above(tree, mask.to_uint64()); }
 
 // ---------------------------------------------------------------------------------------------------------
 // ANDB

@@ -10,8 +10,8 @@
 // simplified. Its end is safe: each rewrite takes away a node, turns a sum into an XORB or a product into an ANDB, or
 // sets a constant to what depends on its kept bits alone, so that a second run changes nothing.
 //
-// A shaped constant has its don't-care bits clear. In a sum and an XORB they are copies of their neighbours instead
-// where that is cheaper for the target's immediate operands.
+// A shaped constant has its don't-care bits clear; in an XORB they are copies of their neighbours instead where that
+// is cheaper for the target's immediate operands, and in a sum it stays as it was where the cut one would cost more.
 //
 // Cost: masks go PROP_MASK_DEPTH levels and PROP_MASK_VISITS nodes deep.
 #pragma once
@@ -29,6 +29,7 @@ constexpr int DROP_WALK_CAP = 128; // nodes of a masked-out operand, looked thro
 extern unsigned prop_mask_cap_hits, drop_walk_cap_hits;
 
 // A tree that is equal to `tree` in the bits of the mask; the other bits may differ. Takes the tree. Only an integer
-// or enum is looked into, and only the bits of its type count in the mask. A conversion at the top may go: the result
-// may have another integer type, which has all bits of the mask too.
+// or enum is looked into. Bits of the mask that its type does not have are read from what extends it, sign or zeros,
+// and then its type stays; else a conversion at the top may go, and the result have another integer type with all bits
+// of the mask.
 NODE *prop_mask_into_subtree(NODE *tree, INT65 mask);
