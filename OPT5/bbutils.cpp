@@ -589,6 +589,16 @@ void subst_sym_pairs_in_tree(const SYMPAIRLIST *pairs, NODE *tree) {
     });
 }
 
+namespace {
+
+// Whether the left operand is meant as a place, not for its value; `is_place`: the node itself is.
+bool left_is_a_place(const NODE *n, bool is_place) {
+    return opcode_is_ASG(n->op) || is_address_op(n->op) ||
+           (is_place && (n->op == STDOT || n->op == DDNODE || n->op == SSA_DEF || n->op == SSA_CHI));
+}
+
+} // namespace
+
 NODE *subst_tree_for_lvalue_in_tree(const NODE *replacement, const NODE *lvalue, NODE *tree) {
     struct ITEM {
         NODE **slot;
@@ -610,27 +620,36 @@ NODE *subst_tree_for_lvalue_in_tree(const NODE *replacement, const NODE *lvalue,
             continue;
         }
         if (n->op == CSE_DUPE) continue; // its operands are another tree's
-        bool left_is_place =
-            opcode_is_ASG(n->op) || is_address_op(n->op) ||
-            (is_place && (n->op == STDOT || n->op == DDNODE || n->op == SSA_DEF || n->op == SSA_CHI));
         if (n->right) todo.push({&n->right, false});
-        if (n->left) todo.push({&n->left, left_is_place});
+        if (n->left) todo.push({&n->left, left_is_a_place(n, is_place)});
     }
     return root;
 }
 
 NODE *simp_subst_icon(INT65 value, TYPE *type, NODE *within, const NODE *for_tree) {
+    struct ITEM {
+        NODE **slot;
+        bool is_place;
+    };
+    if (!within) return nullptr;
     NODE *root = within;
     bool changed = false;
-    walk_tree_slots(root, [&](NODE *&slot) {
-        if (slot != for_tree && !trees_are_congruent(slot, for_tree)) return WALK_INTO;
-        NODE *constant = mk_ICON(value, type);
-        constant->scope = slot->scope;
-        if (slot != for_tree) erase_tree(slot); // the pattern itself stays the caller's
-        slot = constant;
-        changed = true;
-        return WALK_OVER;
-    });
+    walk_stack<ITEM> todo;
+    todo.push({&root, false});
+    while (!todo.empty()) {
+        auto [slot, is_place] = todo.pop();
+        NODE *n = *slot;
+        if (n == for_tree || (!is_place && n->op == for_tree->op && trees_are_congruent(n, for_tree))) {
+            *slot = mk_ICON(value, type);
+            (*slot)->scope = n->scope;
+            if (n != for_tree) erase_tree(n); // the pattern itself stays the caller's
+            changed = true;
+            continue;
+        }
+        if (n->op == CSE_DUPE) continue; // its operands are another tree's
+        if (n->right) todo.push({&n->right, false});
+        if (n->left) todo.push({&n->left, left_is_a_place(n, is_place)});
+    }
     return changed ? simp_tree(root, nullptr) : root;
 }
 

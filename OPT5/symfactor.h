@@ -1,11 +1,15 @@
 // Factors: which constants divide every value of an integer tree.
 //
 // Arithmetic of the program wraps, so a factor that is no power of two survives an operation only when the operation
-// can't overflow. `loop` may be null.
+// can't overflow. `loop` may be null. A walk is cut at FACTOR_DEPTH levels and at a number of nodes; below it only 1
+// is known to divide.
 #pragma once
 
 #include "OPT5/fwd.h"
 #include "support/xint.h"
+
+constexpr int FACTOR_DEPTH = 24;
+extern unsigned factor_depth_hits; // walks that were cut
 
 // A constant that divides every value of the tree, the greatest one known; 0 for a tree that is always zero, else at
 // least 1. `flag` nonzero: facts about variables count too.
