@@ -320,13 +320,13 @@ NODE *fold_floating_comparison(NODE *n) {
     return take_left(n);
 }
 
-// (1/f) * x  ->  x / f           unless rounding must stay as written
+// (1/y) * x  ->  x / y           x or y constant; unless rounding must stay as written
 NODE *fold_product_with_RECIP(NODE *n) {
     NODE *recip = n->left;
-    if (strict_fp || recip->left->op != FCON || recip->type != n->type || recip->left->type != n->type ||
-        n->right->type != n->type)
+    if (strict_fp || (recip->left->op != FCON && n->right->op != FCON) || recip->type != n->type ||
+        recip->left->type != n->type || n->right->type != n->type)
         return n;
-    if (!RULE("FOLD: RECIP(f) * x -> x / f")) return n;
+    if (!RULE("FOLD: RECIP(y) * x -> x / y")) return n;
     n->left = n->right;
     n->right = recip->left;
     n->op = DIV;

@@ -381,11 +381,13 @@ RANGE range_of_fact(int op, TYPE *type, INT65 c, int bits) {
     }
 }
 
-RANGE narrowed_by(const LIST *givens, const NODE *n, RANGE r) {
+RANGE narrowed_by(const LIST *givens, const NODE *n, RANGE r, bool inequalities) {
     for (const LIST *l = givens; l; l = l->next) {
         const NODE *given = l->tree;
         while (given && (given->op == ASSERT || given->op == NASSERT)) given = given->left;
-        if (!given || given->op < EQ || given->op > UGT || given->right->op != ICON) continue;
+        if (!given || given->op < EQ || given->op > UGT || given->right->op != ICON ||
+            (given->op == NEQ) != inequalities)
+            continue;
         if (given->left->op != n->op || given->left->type->size != n->type->size ||
             given->left->type->is_unsigned() != n->type->is_unsigned() ||
             !trees_are_congruent(given->left, n))
@@ -405,8 +407,12 @@ RANGE narrowed_by(const LIST *givens, const NODE *n, RANGE r) {
 
 RANGE WALKER::narrowed_by_givens(const NODE *n, RANGE r) {
     if (n->op == ICON || r.low == r.high) return r;
-    if (!loop) return narrowed_by(givens_of_loop(nullptr), n, r);
-    for (struct LOOP *each = loop; each; each = each->parent) r = narrowed_by(givens_of_loop(each), n, r);
+    // what a value is not narrows only a bound that the other facts have found
+    for (bool inequalities : {false, true}) {
+        if (!loop) r = narrowed_by(givens_of_loop(nullptr), n, r, inequalities);
+        for (struct LOOP *each = loop; each; each = each->parent)
+            r = narrowed_by(givens_of_loop(each), n, r, inequalities);
+    }
     return r;
 }
 

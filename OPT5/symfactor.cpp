@@ -170,8 +170,9 @@ bool is_sum(const NODE *n) { return n->op == PLUS || n->op == MINUS; }
 
 // Whether a conversion keeps every value, so that a coefficient of the operand is one of the result.
 bool converts_idly(const NODE *n) {
+    if (n->op != SCONV) return false;
     const TYPE *t = n->type, *s = n->left->type;
-    if (n->op != SCONV || !is_integer(t) || !is_integer(s) || t->is_bool()) return false;
+    if (!is_integer(t) || !is_integer(s) || t->is_bool()) return false;
     return s->is_unsigned() ? t->size > s->size : t->is_signed() && t->size >= s->size;
 }
 
