@@ -1,0 +1,47 @@
+// Initial values: nested designators, addresses with offsets, arrays of texts, unions, bit-fields, functions, wide texts, ranges.
+#include <stddef.h>
+#include <stdio.h>
+#include <wchar.h>
+
+struct inner { short s[3]; char name[6]; };
+struct outer { int n; struct inner in[2]; const char *text; int *where; int (*call)(int); unsigned a : 3, b : 7, : 4, c : 9; signed d : 5; };
+static int numbers[10] = {[0 ... 3] = 7, [5] = 1, 2, [9] = -1};
+static int inc(int v) { return v + 1; }
+static struct outer table[] = {
+    {1, {{{1, 2}, "one"}, {{[2] = 9}, {'x', 'y'}}}, "first", &numbers[5], inc, 5, 100, 300, -7},
+    [2] = {.n = 3, .in[1].s[1] = 4, .in[0].name = "abcdef", .where = numbers + 3, .c = 511, .text = "third" + 2},
+};
+static const char *const words[][2] = {{"a", "b"}, {"c"}, {[1] = "d"}};
+static const char flat[][4] = {"abc", "de", "", "wxyz"};
+static union { double d; unsigned char b[8]; int i[2]; } u1 = {1.0}, u2 = {.b = {1, 2, [7] = 3}}, u3 = {.i[1] = 5};
+static struct { char c; struct { int x; union { int y; float z; }; }; } anon = {'k', {1, {.z = 2.5f}}};
+static int *chain0 = numbers, **chain1 = &chain0, ***chain2 = &chain1;
+static const size_t sizes[] = {sizeof table, offsetof(struct outer, text), sizeof(struct inner[3]), sizeof(words[0])};
+static char *between = (char *)&table[1].in[1].s[2] - 1;
+static const wchar_t wide[] = L"w\x00e4\u20ac";
+static double computed = 1.0 / 3 + 2 * (3 > 2), hexed = 0x1.8p3, huge = 1e300 * 10;
+static long long big = (1ll << 40) - 1 + (unsigned char)300 * sizeof(int);
+static unsigned char flags[4] = {1 << 7 | 1, ~0 & 0xff, 'A' + 1, (unsigned char)-2};
+static struct node { int v; struct node *next; } ring[3] = {{1, ring + 1}, {2, ring + 2}, {3, ring}};
+static int zeroed[1000], (*matrix)[5] = (int[][5]){{1, 2}, {[4] = 3}};
+int main(void) {
+    for (int i = 0; i < 10; i++) printf("%d ", numbers[i]);
+    for (int i = 0; i < 3; i++) {
+        struct outer *o = table + i;
+        printf("\n%d %d %d %d %.6s|%.6s %s %d %d %u %u %u %d", o->n, o->in[0].s[1], o->in[1].s[1], o->in[1].s[2], o->in[0].name,
+               o->in[1].name, o->text ? o->text : "-", o->where ? *o->where : -9, o->call ? o->call(41) : 0, o->a, o->b, o->c, o->d);
+    }
+    printf("\n%s%s%s %s %.4s%d\n", words[0][1], words[1][0], words[2][1], words[1][1] ? "?" : "null", flat[3], flat[2][0]);
+    printf("%g %d %d %d\n", u1.d, u2.b[1], u2.b[7], u3.i[0] + u3.i[1]);
+    printf("%c %d %g %d\n", anon.c, anon.x, (double)anon.z, ***chain2);
+    for (unsigned i = 0; i < sizeof sizes / sizeof *sizes; i++) printf("%u ", (unsigned)sizes[i]);
+    printf("%d %d %d\n", (int)(between - (char *)table), (int)(sizeof wide / sizeof *wide), (int)wide[2]);
+    printf("%.6f %g %g %lld %d %d %d %d\n", computed, hexed, huge, big, flags[0], flags[1], flags[2], flags[3]);
+    struct outer local[2] = {table[0], {.in = {[1] = {.s = {5}, .name = "q"}}}};
+    char text[] = "sized", part[3] = "abc", empty[8] = "";
+    int s = 0;
+    for (struct node *n = ring; s < 50; n = n->next) s += n->v;
+    printf("%d %d %s %d %d %d %d %d\n", local[0].in[0].s[0], local[1].in[1].s[0], local[1].in[1].name, (int)sizeof text, part[2], empty[7], s,
+           zeroed[999] + matrix[1][4]);
+    return 0;
+}
