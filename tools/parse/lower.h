@@ -16,6 +16,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -86,6 +87,11 @@ class LOWER {
     std::unordered_map<const clang::Expr *, MSYM *>
         vla_counts; // evaluated element counts, by size expression
     std::unordered_map<const clang::Decl *, int> label_numbers;
+    // Computed gotos: the labels whose address is taken, in order of the source; the address is the place in this list,
+    // counted from 1, and all computed gotos go through one switch at the end of the function.
+    std::vector<const clang::LabelDecl *> addressed_labels;
+    int dispatch_label = 0;
+    MSYM *dispatch_target = nullptr;
     std::unordered_map<const clang::SwitchCase *, int> case_labels;
     std::unordered_map<const clang::OpaqueValueExpr *, MNODE *> opaque_values;
     std::vector<JUMPS> jumps;
@@ -176,6 +182,9 @@ class LOWER {
     void initialise_string(MNODE *lvalue, const clang::StringLiteral *, clang::QualType);
     void fill_zero(MNODE *lvalue, uint64_t bytes);
     int label_of(const clang::LabelDecl *);
+    int64_t label_address(const clang::LabelDecl *);
+    void computed_goto(const clang::IndirectGotoStmt *);
+    void dispatch();
 
     // --- expressions (lower_expr.cpp, lower_ops.cpp, lower_builtin.cpp) ---
     MNODE *rvalue(const clang::Expr *);

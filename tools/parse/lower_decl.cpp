@@ -218,6 +218,8 @@ MNODE *LOWER::constant_address(const APValue &v, QualType q, SourceLocation wher
             address = address_of(m.name(obj));
         } else if (auto *p = dyn_cast<PredefinedExpr>(e)) {
             address = address_of(m.name(string_object(p->getFunctionName())));
+        } else if (auto *l = dyn_cast<AddrLabelExpr>(e)) {
+            return m.node(PCONV, t, icon(label_address(l->getLabel()) + offset, int_t()));
         }
     }
     if (!address) refuse(where, "this address in a constant");
@@ -247,6 +249,10 @@ MNODE *LOWER::constant_value(const APValue &v, QualType q, SourceLocation where)
         MNODE *a = constant_address(v, q, where);
         return q->isPointerType() ? a : m.node(SCONV, t, a);
     }
+    case APValue::AddrLabelDiff:
+        return icon(label_address(v.getAddrLabelDiffLHS()->getLabel()) -
+                        label_address(v.getAddrLabelDiffRHS()->getLabel()),
+                    t);
     default: refuse(where, "this constant");
     }
 }
@@ -503,6 +509,7 @@ void LOWER::function_definition(const FunctionDecl *f) {
     locals.clear(), vla_sizes.clear(), vla_counts.clear(), label_numbers.clear(), case_labels.clear();
     jumps.clear(), pending_locals.clear(), opaque_values.clear();
     result_pointer = nullptr;
+    addressed_labels.clear(), dispatch_label = 0, dispatch_target = nullptr;
     next_label = 1, next_temp = 1, reachable = true;
     position = psn_of(f->getLocation());
 
@@ -515,6 +522,7 @@ void LOWER::function_definition(const FunctionDecl *f) {
     MNODE *self = m.name(s);
     if (f->isMain() && reachable) emit(m.node(RETURN, int_t(), self, icon(0, int_t())));
     else if (reachable) emit(m.node(URETURN, void_t(), self));
+    dispatch();
     MRECORD &end = func->records.emplace_back();
     end.tag = I_EF, end.psn = position;
 

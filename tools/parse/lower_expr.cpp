@@ -536,7 +536,9 @@ MNODE *LOWER::rvalue(const Expr *e) {
         if (e->EvaluateAsRValue(v, ctx)) return constant_value(v.Val, e->getType(), e->getBeginLoc());
         break;
     }
-    case Stmt::AddrLabelExprClass: refuse(e->getBeginLoc(), "the address of a label");
+    case Stmt::AddrLabelExprClass:
+        return m.node(PCONV, type_of(e->getType()),
+                      icon(label_address(cast<AddrLabelExpr>(e)->getLabel()), int_t()));
     case Stmt::MemberExprClass:
     case Stmt::ArraySubscriptExprClass:
     case Stmt::CompoundLiteralExprClass: return lvalue(e);

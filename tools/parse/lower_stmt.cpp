@@ -30,7 +30,7 @@ void LOWER::emit_cbranch(MNODE *c, int label_if_false) {
     emit(m.node(CBRANCH, void_t(), c, m.label(label_if_false, void_t())));
 }
 
-// Whether lowering this needs statements of its own: a statement expression anywhere inside.
+// Whether lowering this needs statements of its own: a statement expression or a compound literal anywhere inside.
 bool LOWER::needs_statements(const Stmt *s) {
     if (!s) return false;
     std::vector<const Stmt *> todo{s};
@@ -38,6 +38,7 @@ bool LOWER::needs_statements(const Stmt *s) {
         const Stmt *at = todo.back();
         todo.pop_back();
         if (isa<StmtExpr>(at)) return true;
+        if (auto *l = dyn_cast<CompoundLiteralExpr>(at); l && !l->isFileScope()) return true;
         if (auto *t = dyn_cast<UnaryExprOrTypeTraitExpr>(at);
             t && !t->getTypeOfArgument()->isVariableArrayType())
             continue;
@@ -86,6 +87,56 @@ int LOWER::label_of(const LabelDecl *d) {
     int &n = label_numbers[d];
     if (!n) n = new_label();
     return n;
+}
+
+int64_t LOWER::label_address(const LabelDecl *d) {
+    if (addressed_labels.empty()) {
+        std::vector<const Stmt *> todo{func_decl->getBody()};
+        while (!todo.empty()) {
+            const Stmt *s = todo.back();
+            todo.pop_back();
+            if (!s) continue;
+            if (auto *a = dyn_cast<AddrLabelExpr>(s)) addressed_labels.push_back(a->getLabel());
+            std::vector<const Stmt *> parts(s->child_begin(), s->child_end());
+            todo.insert(todo.end(), parts.rbegin(), parts.rend());
+        }
+        std::vector<const LabelDecl *> all = addressed_labels;
+        std::set<const LabelDecl *> seen;
+        addressed_labels.clear();
+        for (const LabelDecl *l : all)
+            if (seen.insert(l).second) addressed_labels.push_back(l);
+    }
+    auto it = std::find(addressed_labels.begin(), addressed_labels.end(), d);
+    return it - addressed_labels.begin() + 1;
+}
+
+void LOWER::computed_goto(const IndirectGotoStmt *s) {
+    if (const LabelDecl *d = s->getConstantTarget()) return emit_branch(label_of(d));
+    if (!dispatch_label) dispatch_label = new_label(), dispatch_target = temp(int_t());
+    emit(m.node(ASG, int_t(), m.name(dispatch_target), m.node(SCONV, int_t(), rvalue(s->getTarget()))));
+    emit_branch(dispatch_label);
+}
+
+// The switch that all computed gotos of the function lead to.
+void LOWER::dispatch() {
+    if (!dispatch_label) return;
+    if (addressed_labels.empty()) label_address(nullptr);
+    emit_label(dispatch_label);
+    int other = new_label();
+    MNODE *list = nullptr;
+    for (size_t i = 0; i < addressed_labels.size(); i++)
+        list = append_arg(list, m.node(CASE, void_t(), icon(int64_t(i) + 1, int_t()),
+                                       m.label(label_of(addressed_labels[i]), void_t())));
+    list = append_arg(list, m.node(DEFAULT, void_t(), m.label(other, void_t())));
+    MNODE *sw = m.node(SWITCH, void_t(), m.name(dispatch_target), list);
+    sw->value = int64_t(addressed_labels.size());
+    emit(sw);
+    emit_branch(other);
+    emit_label(other);
+    MNODE *never = m.node(UMCALL, void_t());
+    never->text = "_never_executed";
+    emit(never);
+    emit(m.node(URETURN, void_t(), m.name(func->symbol)));
 }
 
 void LOWER::effect(const Expr *e) {
@@ -241,7 +292,7 @@ void LOWER::statement(const Stmt *s) {
     }
     case Stmt::GCCAsmStmtClass:
     case Stmt::MSAsmStmtClass: return assembly(cast<AsmStmt>(s));
-    case Stmt::IndirectGotoStmtClass: refuse(s->getBeginLoc(), "a computed goto");
+    case Stmt::IndirectGotoStmtClass: return computed_goto(cast<IndirectGotoStmt>(s));
     default: refuse(s->getBeginLoc(), std::string("a statement of kind ") + s->getStmtClassName());
     }
 }
@@ -290,19 +341,21 @@ void LOWER::for_loop(const ForStmt *s) {
     pragma_records(pragmas);
     int head = new_label(), latch = new_label(), end = new_label();
     const Expr *c = s->getCond();
+    bool once = c && needs_statements(c); // its own labels and variables exist once: a test at the top only
+    if (once) emit_label(head);
     if (c) {
         int in = new_label();
         branch_on(c, in, end, true);
         emit_label(in);
     }
-    emit_label(head);
+    if (!once) emit_label(head);
     jumps.push_back({end, latch, 0});
     statement(s->getBody());
     jumps.pop_back();
     position = psn_of(s->getBeginLoc());
     emit_label(latch);
     if (s->getInc()) effect(s->getInc());
-    if (c) {
+    if (c && !once) {
         int back = new_label();
         branch_on(c, back, end, true);
         emit_label(back);
@@ -315,15 +368,17 @@ void LOWER::for_loop(const ForStmt *s) {
 void LOWER::while_loop(const WhileStmt *s) {
     loop_pragmas(s->getBeginLoc());
     int head = new_label(), latch = new_label(), end = new_label(), in = new_label(), back = new_label();
+    bool once = needs_statements(s->getCond());
+    if (once) emit_label(head);
     branch_on(s->getCond(), in, end, true);
     emit_label(in);
-    emit_label(head);
+    if (!once) emit_label(head);
     jumps.push_back({end, latch, 0});
     statement(s->getBody());
     jumps.pop_back();
     position = psn_of(s->getBeginLoc());
     emit_label(latch);
-    branch_on(s->getCond(), back, end, true);
+    if (!once) branch_on(s->getCond(), back, end, true);
     emit_label(back);
     emit_branch(head);
     emit_label(end);
