@@ -72,6 +72,7 @@ ql COMMAND [ARGUMENT...]
   fuzz [--minutes N]  hunt with random programs; prints seeds and what repeats a failure
   bisect FILE         the pass and the rewrite that break a program
   reduce FILE         make a failing program small
+  real [NAME...]      build free programs from Debian's source packages with qlcc and run their own tests
   fuzz-reader [--minutes N]   hunt for files that break the reader
   format [--check]    lay out the sources, or tell which are not
   install             install what building, testing and fuzzing need
@@ -89,6 +90,7 @@ build) cmd_build "$@" ;;
 test) cmd_test "$@" ;;
 format) cmd_format "$@" ;;
 install) install "${build_packages[@]}" "${run_packages[@]}" "${fuzz_packages[@]}" ;;
+real) . "$root/tools/ql/real-programs.sh" ;;
 help | -h | --help) cmd_help ;;
 *)
     extra="$root/tools/ql/$command.sh"

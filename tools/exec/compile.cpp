@@ -625,7 +625,7 @@ XN *COMPILER::call(MNODE *t) {
     x->fn = [](const XN *n, FRAME *f) {
         auto *call = static_cast<const XCALL *>(n->extra);
         ARG args_v[MANY];
-        uint32_t saved = program.stack_pointer;
+        uint32_t saved = program.stack_pointer, top = f ? f->alloca_top : 0;
         for (size_t i = 0; i < call->args.size(); i++) {
             const XN *a = call->args[i];
             if (a->kind == SK_wide) {
@@ -644,9 +644,8 @@ XN *COMPILER::call(MNODE *t) {
         uint64_t v = call->direct ? call_function(call->direct, args_v, argc, f, call, nullptr)
                                   : call_address(uint32_t(call->target->fn(call->target, f)), args_v, argc, f,
                                                  call, nullptr);
-        // Stack that the callee itself took for the caller (alloca) stays.
-        if (!f || f->alloca_top == 0 || f->alloca_top >= saved) program.stack_pointer = saved;
-        else program.stack_pointer = f->alloca_top;
+        // Stack that the callee took for the caller (alloca) stays, and what it gave back is gone.
+        program.stack_pointer = f && f->alloca_top != top ? f->alloca_top : saved;
         return v;
     };
     x->wide = [](const XN *n, FRAME *f, WIDE *out) {

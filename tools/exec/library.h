@@ -12,7 +12,7 @@ struct LIBRARY_ROW {
     uint64_t (*fn)(CALL_CONTEXT &);
 };
 extern const LIBRARY_ROW library_stdio[], library_string[], library_stdlib[], library_math[], library_misc[],
-    library_wchar[]; // end with a null name
+    library_wchar[], library_atomic[]; // end with a null name
 
 // --- guest memory, checked ---
 char *guest_bytes(uint32_t a, uint64_t n, bool write); // host address; faults outside an object

@@ -18,7 +18,11 @@ const char *const preamble = "typedef signed char s8;\n"
                              "typedef float f32 __attribute__((may_alias));\n"
                              "typedef double f64 __attribute__((may_alias));\n\n";
 
-bool is_builtin_name(const std::string &name) { return name.rfind("__builtin_", 0) == 0; }
+bool is_builtin_name(const std::string &name) {
+    for (const char *prefix : {"__builtin_", "__atomic_", "__sync_"})
+        if (name.rfind(prefix, 0) == 0) return true;
+    return false;
+}
 
 bool twice_returning(const std::string &name) {
     return name == "setjmp" || name == "_setjmp" || name == "__sigsetjmp" || name == "sigsetjmp" ||

@@ -9,6 +9,9 @@ void LOWER::refuse(SourceLocation where, const std::string &what) {
     if (p.isValid())
         fprintf(stderr, "%s:%u:%u: error: qlparse does not take this: %s\n", p.getFilename(), p.getLine(),
                 p.getColumn(), what.c_str());
+    else if (position)
+        fprintf(stderr, "%s:%u:%u: error: qlparse does not take this: %s\n", position->file, position->line,
+                position->column, what.c_str());
     else fprintf(stderr, "%s: error: qlparse does not take this: %s\n", m.file_name.c_str(), what.c_str());
     throw REFUSED();
 }

@@ -71,14 +71,24 @@ class LOWER {
     std::unordered_map<const clang::Decl *, MSYM *> symbols; // globals, by canonical declaration
     std::map<std::string, MSYM *> global_names;
     std::unordered_map<std::string, MSYM *> string_objects;
+    std::set<const MSYM *>
+        extended; // objects with an initialised flexible array, of a type that has room for it
     unsigned anonymous_count = 0;
     std::map<std::string, unsigned> static_count;
 
     // --- state of the function ---
     struct JUMPS {
         int break_label = 0, continue_label = 0;
-        size_t vla_depth = 0;
+        size_t depth = 0; // of `cleanups` outside
     };
+    // What leaving a block has to do, innermost last: call the cleanup function of a variable, or give back the stack
+    // space of variable arrays.
+    struct CLEANUP {
+        const clang::VarDecl *variable = nullptr;
+        MSYM *saved_stack = nullptr;
+    };
+    std::vector<CLEANUP> cleanups;
+    std::unordered_map<const clang::Decl *, size_t> label_depths; // of `cleanups` where a label stands
     MFUNC *func = nullptr;
     const clang::FunctionDecl *func_decl = nullptr;
     MSYM *result_pointer = nullptr; // level 2 symbol of the hidden parameter
@@ -113,7 +123,8 @@ class LOWER {
     TYPE *function_type(const clang::FunctionType *, clang::SourceLocation);
     TYPE *source_function_type(const clang::FunctionType *);
     TYPE *builtin_type(const clang::BuiltinType *);
-    void record_members(const clang::RecordDecl *, TYPE *);
+    void record_members(const clang::RecordDecl *, TYPE *, TYPE *flexible = nullptr);
+    TYPE *extended_record(const clang::VarDecl *); // null: its type as declared will do
     TYPE *int_t() { return m.package->int_type(); }
     TYPE *uint_t() { return m.package->basic_int(IK_uint); }
     TYPE *char_t() { return type_of(ctx.CharTy); }
@@ -183,6 +194,9 @@ class LOWER {
     void fill_zero(MNODE *lvalue, uint64_t bytes);
     int label_of(const clang::LabelDecl *);
     int64_t label_address(const clang::LabelDecl *);
+    void clean_up(size_t down_to, bool returning = false); // emits; the list stays
+    void leave_block(size_t depth);                        // at its end
+    void find_label_depths();
     void computed_goto(const clang::IndirectGotoStmt *);
     void dispatch();
 
@@ -198,6 +212,16 @@ class LOWER {
     MNODE *call(const clang::CallExpr *);
     MNODE *builtin_call(const clang::CallExpr *, unsigned id);
     MNODE *lower_va_arg(const clang::VAArgExpr *);
+    MNODE *overflow_call(const clang::CallExpr *, int op);
+    // lower_atomic.cpp
+    MNODE *atomic(const clang::AtomicExpr *);
+    MNODE *atomic_update(const clang::Expr *object, clang::BinaryOperatorKind, MNODE *value, bool old_value);
+    MNODE *sync_call(const clang::CallExpr *, const std::string &name);
+    TYPE *atomic_word(clang::QualType, clang::SourceLocation);
+    MNODE *atomic_call(const std::string &name, TYPE *word, TYPE *returns, std::vector<MNODE *> args);
+    MNODE *atomic_load(MNODE *address, TYPE *, int order);
+    MNODE *atomic_store(MNODE *address, MNODE *value, TYPE *, int order);
+    MNODE *barrier();
     MNODE *unary(const clang::UnaryOperator *);
     MNODE *increment(const clang::UnaryOperator *);
     MNODE *binary(const clang::BinaryOperator *);

@@ -84,7 +84,13 @@ MNODE *LOWER::builtin_call(const CallExpr *e, unsigned id) {
         MSYM *f = library_function("__builtin_va_start", ctx.VoidTy, {ctx.VoidPtrTy});
         return call_of(f, va_list_address(0), void_t());
     }
-    case Builtin::BI__builtin_va_end: return icon(0, int_t());
+    case Builtin::BI__builtin_va_end:
+    case Builtin::BI__builtin_prefetch: { // nothing but the effects of the argument
+        MNODE *nothing = icon(0, int_t());
+        const Expr *a = e->getArg(0)->IgnoreParenImpCasts();
+        if (!a->HasSideEffects(ctx)) return nothing;
+        return comma_op(a->isGLValue() ? address_of(lvalue(a)) : rvalue(a), nothing);
+    }
     case Builtin::BI__builtin_va_copy: {
         TYPE *pp = pointer_to(vp);
         MNODE *to = m.node(UMULT, vp, m.node(PCONV, pp, va_list_address(0)));
@@ -93,6 +99,11 @@ MNODE *LOWER::builtin_call(const CallExpr *e, unsigned id) {
     }
     case Builtin::BI__builtin_expect: {
         TYPE *t = m.package->basic_int(IK_long);
+        if (e->getArg(1)->HasSideEffects(ctx)) {
+            MSYM *kept = temp(t);
+            MNODE *first = m.node(ASG, t, m.name(kept), convert(arg(0), t));
+            return comma_op(first, comma_op(arg(1), m.name(kept)));
+        }
         MNODE *args = append_arg(convert(arg(0), t), convert(arg(1), t));
         MNODE *n = m.node(ICALL, t, args);
         n->text = "__builtin_expect";
@@ -108,7 +119,6 @@ MNODE *LOWER::builtin_call(const CallExpr *e, unsigned id) {
         return n;
     }
     case Builtin::BI__builtin_assume_aligned: return convert(arg(0), unqualified(e->getType()));
-    case Builtin::BI__builtin_prefetch: return icon(0, int_t());
     case Builtin::BI__builtin_alloca:
     case Builtin::BIalloca: {
         MSYM *f = library_function("__builtin_alloca", ctx.VoidPtrTy, {ctx.UnsignedIntTy});
@@ -161,9 +171,11 @@ MNODE *LOWER::builtin_call(const CallExpr *e, unsigned id) {
     case Builtin::BI__sync_synchronize:
     case Builtin::BI__atomic_thread_fence:
     case Builtin::BI__atomic_signal_fence:
-    case Builtin::BI__c11_atomic_thread_fence: return icon(0, int_t()); // one thread
+    case Builtin::BI__c11_atomic_thread_fence:
+    case Builtin::BI__c11_atomic_signal_fence: return barrier();
     default: break;
     }
+    if (MNODE *v = sync_call(e, name)) return v;
     // What the front end can evaluate: __builtin_constant_p, object sizes, infinities, type questions ...
     Expr::EvalResult value;
     if (!e->getType()->isVoidType() && !e->getType()->isPointerType() && e->EvaluateAsRValue(value, ctx) &&
@@ -185,33 +197,10 @@ MNODE *LOWER::builtin_call(const CallExpr *e, unsigned id) {
         "add_overflow", "sub_overflow", "mul_overflow"};
     bool is_kept = false;
     for (const char *k : kept) is_kept |= plain == k;
-    if (plain.find("overflow") != std::string::npos) {
-        // The result at full width decides; operands up to 32 bits fit 64-bit arithmetic.
-        QualType to = e->getArg(2)->getType()->getPointeeType();
-        QualType a = e->getArg(0)->getType(), b = e->getArg(1)->getType();
-        bool fits = ctx.getTypeSize(a) <= 32 && ctx.getTypeSize(b) <= 32 && ctx.getTypeSize(to) <= 32;
-        if (!fits) refuse(e->getBeginLoc(), "64-bit " + name);
-        TYPE *wide = m.package->basic_int(IK_llong);
-        int op = plain.find("add") != std::string::npos   ? PLUS
-                 : plain.find("sub") != std::string::npos ? MINUS
-                                                          : MULT;
-        // The product of two unsigned words needs 64 bits without a sign.
-        if (op == MULT && a->isUnsignedIntegerType() && b->isUnsignedIntegerType())
-            wide = m.package->basic_int(IK_ullong);
-        TYPE *t = type_of(to);
-        MSYM *full = temp(wide);
-        MSYM *part = temp(t->is_qual() ? t->stqs() : t);
-        MNODE *set =
-            m.node(ASG, wide, m.name(full), m.node(op, wide, convert(arg(0), wide), convert(arg(1), wide)));
-        MNODE *narrow = m.node(ASG, part->type, m.name(part), convert(m.name(full), part->type));
-        MNODE *store = assign(deref(arg(2), t), m.name(part));
-        MNODE *test = m.node(NEQ, int_t(), convert(m.name(part), wide), m.name(full));
-        if (wide->is_unsigned() && t->is_signed()) { // a value past the signed range shows as a changed sign
-            MNODE *high = m.node(UGT, int_t(), m.name(full), icon(0x7FFFFFFF, wide));
-            test = m.node(OROR, int_t(), test, high);
-        }
-        return comma_op(set, comma_op(narrow, comma_op(store, convert(test, unqualified(e->getType())))));
-    }
+    if (plain.find("overflow") != std::string::npos)
+        return overflow_call(e, plain.find("add") != std::string::npos   ? PLUS
+                                : plain.find("sub") != std::string::npos ? MINUS
+                                                                         : MULT);
     const FunctionDecl *fd = e->getDirectCallee();
     std::string target = is_kept ? name : plain;
     if (plain == "trap") target = "abort";
@@ -249,4 +238,71 @@ MNODE *LOWER::builtin_call(const CallExpr *e, unsigned id) {
     MNODE *args = nullptr;
     for (unsigned i = 0; i < n; i++) args = append_arg(args, argument(e->getArg(i)));
     return call_of(f, args, e->getType()->isVoidType() ? void_t() : unqualified(e->getType()));
+}
+
+// __builtin_add_overflow and its kin: the exact result decides, whatever the types. Operands up to 32 bits are computed
+// in 64; longer ones in 128, as a low and a high word.
+MNODE *LOWER::overflow_call(const CallExpr *e, int op) {
+    QualType to = e->getArg(2)->getType()->getPointeeType();
+    QualType a = e->getArg(0)->getType(), b = e->getArg(1)->getType();
+    TYPE *t = unqualified(to), *answer = unqualified(e->getType());
+    TYPE *s64 = m.package->basic_int(IK_llong), *u64 = m.package->basic_int(IK_ullong);
+    MNODE *all = nullptr;
+    // Evaluates now, behind what was evaluated so far; the result can be read any number of times.
+    auto let = [&](TYPE *type, MNODE *v) {
+        MSYM *kept = temp(type);
+        MNODE *set = m.node(ASG, type, m.name(kept), v->type == type ? v : m.node(SCONV, type, v));
+        all = all ? comma_op(all, set) : set;
+        return [this, kept] { return m.name(kept); };
+    };
+    auto both = [&](int o, MNODE *x, MNODE *y) { return m.node(o, u64, x, y); };
+    auto num = [&](uint64_t v) { return icon(int64_t(v), u64); };
+    bool narrow = ctx.getTypeSize(a) <= 32 && ctx.getTypeSize(b) <= 32;
+    MNODE *x_value = rvalue(e->getArg(0)), *y_value = rvalue(e->getArg(1));
+    bool x_signed = a->isSignedIntegerOrEnumerationType(), y_signed = b->isSignedIntegerOrEnumerationType();
+    auto x = let(x_signed ? s64 : u64, convert(x_value, x_signed ? s64 : u64));
+    auto y = let(y_signed ? s64 : u64, convert(y_value, y_signed ? s64 : u64));
+    auto low_of = [&](auto &v, bool is_signed) { return is_signed ? m.node(SCONV, u64, v()) : v(); };
+    auto sign_of = [&](auto &v, bool is_signed) { // 0 or all ones
+        return is_signed ? m.node(SCONV, u64, m.node(SRL, s64, v(), icon(63, int_t()))) : num(0);
+    };
+    auto p = let(u64, low_of(x, x_signed));
+    auto q = let(u64, low_of(y, y_signed));
+    MNODE *low, *high;
+    if (op != MULT) {
+        low = both(op, p(), q());
+        auto kept = let(u64, low);
+        MNODE *carry = m.node(
+            SCONV, u64, op == PLUS ? m.node(ULT, int_t(), kept(), p()) : m.node(ULT, int_t(), p(), q()));
+        high = both(op, both(op, sign_of(x, x_signed), sign_of(y, y_signed)), carry);
+        low = kept();
+    } else {
+        low = both(MULT, p(), q());
+        if (narrow && (x_signed || y_signed)) { // the product fits the low word with its sign
+            auto kept = let(s64, m.node(SCONV, s64, low));
+            low = m.node(SCONV, u64, kept()), high = sign_of(kept, true);
+        } else if (narrow) high = num(0);
+        else {
+            auto half = [&](auto &v, bool upper) {
+                return upper ? m.node(SRL, u64, v(), icon(32, int_t())) : both(ANDB, v(), num(0xFFFFFFFF));
+            };
+            auto first = let(u64, both(MULT, half(p, false), half(q, false)));
+            auto second = let(u64, both(PLUS, both(MULT, half(p, true), half(q, false)), half(first, true)));
+            auto third = let(u64, both(PLUS, both(MULT, half(p, false), half(q, true)), half(second, false)));
+            high = both(PLUS, both(MULT, half(p, true), half(q, true)),
+                        both(PLUS, half(second, true), half(third, true)));
+            // A negative factor counts as itself plus 2**64 in this product.
+            high = both(MINUS, high, both(ANDB, sign_of(x, x_signed), q()));
+            high = both(MINUS, high, both(ANDB, sign_of(y, y_signed), p()));
+        }
+    }
+    auto lo = let(u64, low);
+    auto hi = let(u64, high);
+    auto result = let(t, convert(lo(), t));
+    bool t_signed = to->isSignedIntegerOrEnumerationType();
+    auto wide = let(t_signed ? s64 : u64, convert(result(), t_signed ? s64 : u64));
+    MNODE *store = assign(deref(rvalue(e->getArg(2)), type_of(to)), result());
+    MNODE *test = m.node(OROR, int_t(), m.node(NEQ, int_t(), low_of(wide, t_signed), lo()),
+                         m.node(NEQ, int_t(), sign_of(wide, t_signed), hi()));
+    return comma_op(all, comma_op(store, convert(test, answer)));
 }

@@ -35,6 +35,22 @@ static bool definition_is_emitted(const FunctionDecl *f) {
     return f->isInlineDefinitionExternallyVisible();
 }
 
+// Whether an inline definition is used here as a function of this file alone, which C99 allows. Those of gnu89 may differ
+// from the function that they stand for.
+static bool definition_is_local(const FunctionDecl *f, ASTContext &ctx) {
+    return !definition_is_emitted(f) && !f->hasAttr<GNUInlineAttr>() && !ctx.getLangOpts().GNUInline;
+}
+
+// A name of the compiler that the front end does not know: the plain function where there is one.
+static std::string known_builtin(const std::string &name) {
+    static const char *const plain[] = {"exit",   "_exit",  "isinff",  "isinfl", "isnanf",
+                                        "isnanl", "finite", "finitef", "finitel"};
+    for (const char *p : plain)
+        if (name == std::string("__builtin_") + p)
+            return p[0] == 'i' || p[0] == 'f' ? std::string("__") + p : p;
+    return "";
+}
+
 MSYM *LOWER::function_symbol(const FunctionDecl *f) {
     const FunctionDecl *key = f->getCanonicalDecl();
     auto it = symbols.find(key);
@@ -43,9 +59,13 @@ MSYM *LOWER::function_symbol(const FunctionDecl *f) {
     f->hasBody(def);
     std::string name = f->getName().str();
     if (auto *label = f->getAttr<AsmLabelAttr>()) name = label->getLabel().str();
+    if (name.rfind("__builtin_", 0) == 0 && !def && !f->getBuiltinID()) {
+        name = known_builtin(name);
+        if (name.empty()) refuse(f->getLocation(), "the built-in function " + f->getName().str());
+    }
     const FunctionDecl *best = def ? def : f->getMostRecentDecl();
-    bool is_static = f->getFormalLinkage() != ExternalLinkage;
-    bool defined = def && definition_is_emitted(def);
+    bool is_static = f->getFormalLinkage() != ExternalLinkage || (def && definition_is_local(def, ctx));
+    bool defined = def && (is_static || definition_is_emitted(def));
     auto known = global_names.find(name);
     MSYM *s = known != global_names.end() ? known->second : nullptr;
     if (!s) {
@@ -137,8 +157,10 @@ MSYM *LOWER::variable_symbol(const VarDecl *v) {
     if (sclass != 5 && q->isIncompleteArrayType())
         q = ctx.getConstantArrayType(ctx.getAsArrayType(q)->getElementType(), llvm::APInt(32, 1), nullptr,
                                      ArrayType::Normal, 0);
-    MSYM *s = m.symbol(name.c_str(), type_of(q), sclass);
-    s->cpp_type = source_type(q);
+    TYPE *with_room = sclass == 5 ? nullptr : extended_record(best);
+    MSYM *s = m.symbol(name.c_str(), with_room ? with_room : type_of(q), sclass);
+    s->cpp_type = with_room ? with_room : source_type(q);
+    if (with_room) extended.insert(s);
     s->align = uint32_t(std::max<int64_t>(s->align, ctx.toBits(ctx.getDeclAlign(best))));
     symbols[key] = s;
     enter_global(s, best);
@@ -486,15 +508,26 @@ void LOWER::parameters(const FunctionDecl *f) {
     for (MSYM *s : incoming) record(IF_SYMBOL, s);
     record(I_EA, nullptr);
     for (auto &c : copies) record(IF_SYMBOL, c.second);
-    size_t end_of_locals = func->records.size();
     record(I_EL, nullptr);
     argument_prolog(copies);
-    (void)end_of_locals;
+    // The bounds of variable arrays among the parameters are evaluated here, those of their elements included; the
+    // outermost has no use but its effects.
+    for (const ParmVarDecl *p : f->parameters()) {
+        QualType q = p->getOriginalType();
+        if (!q->isVariablyModifiedType()) continue;
+        position = psn_of(p->getLocation());
+        if (auto *v = dyn_cast_or_null<VariableArrayType>(ctx.getAsArrayType(q))) {
+            if (v->getSizeExpr() && v->getSizeExpr()->HasSideEffects(ctx)) effect(v->getSizeExpr());
+            q = v->getElementType();
+        }
+        evaluate_array_sizes(q);
+    }
 }
 
 void LOWER::function_definition(const FunctionDecl *f) {
-    if (!definition_is_emitted(f)) return;
-    bool is_static = f->getFormalLinkage() != ExternalLinkage;
+    bool is_local = definition_is_local(f, ctx);
+    if (!definition_is_emitted(f) && !is_local) return;
+    bool is_static = f->getFormalLinkage() != ExternalLinkage || is_local;
     if (is_static && !f->isUsed(false) && !f->isReferenced() && !f->hasAttr<UsedAttr>() &&
         !f->hasAttr<ConstructorAttr>() && !f->hasAttr<DestructorAttr>()) {
         bool referenced = false;
@@ -509,6 +542,7 @@ void LOWER::function_definition(const FunctionDecl *f) {
     locals.clear(), vla_sizes.clear(), vla_counts.clear(), label_numbers.clear(), case_labels.clear();
     jumps.clear(), pending_locals.clear(), opaque_values.clear();
     result_pointer = nullptr;
+    cleanups.clear(), label_depths.clear();
     addressed_labels.clear(), dispatch_label = 0, dispatch_target = nullptr;
     next_label = 1, next_temp = 1, reachable = true;
     position = psn_of(f->getLocation());

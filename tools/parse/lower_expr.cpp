@@ -122,8 +122,11 @@ MNODE *LOWER::lower_cast(const CastExpr *c) {
     const Expr *sub = c->getSubExpr();
     TYPE *to = c->getType()->isVoidType() ? void_t() : type_of(c->getType().getUnqualifiedType());
     switch (c->getCastKind()) {
-    case CK_LValueToRValue:
-    case CK_AtomicToNonAtomic: {
+    case CK_AtomicToNonAtomic:
+        if (c->getType()->isScalarType() && !is_record(c->getType()) && sub->isGLValue())
+            return atomic_load(address_of(lvalue(sub)), to, 5);
+        [[fallthrough]];
+    case CK_LValueToRValue: {
         if (is_record(c->getType())) return record_value(sub);
         return lvalue(sub);
     }
@@ -255,6 +258,7 @@ MNODE *LOWER::lvalue(const Expr *e) {
         if (auto *v = dyn_cast<VarDecl>(d)) {
             MSYM *s = variable_symbol(v);
             if (v->getType()->isVariableArrayType()) return m.node(UMULT, type, m.name(s));
+            if (extended.count(s)) return deref(m.node(PCONV, pointer_to(type), address_of(m.name(s))), type);
             return m.name(s);
         }
         refuse(e->getBeginLoc(), "a reference to this declaration");
@@ -415,6 +419,7 @@ MNODE *LOWER::statement_expression(const StmtExpr *e, bool want_value) {
         last = dyn_cast<Expr>(s);
     }
     MSYM *kept = nullptr;
+    size_t depth = cleanups.size();
     for (const Stmt *s : c->body()) {
         if (last && s == c->body_back()) {
             while (auto *l = dyn_cast<LabelStmt>(s)) {
@@ -428,6 +433,7 @@ MNODE *LOWER::statement_expression(const StmtExpr *e, bool want_value) {
         }
         statement(s);
     }
+    leave_block(depth);
     position = here;
     return kept ? m.name(kept) : nullptr;
 }
@@ -515,22 +521,7 @@ MNODE *LOWER::rvalue(const Expr *e) {
         initialise(m.name(s), e, e->getType());
         return m.name(s);
     }
-    case Stmt::AtomicExprClass: {
-        auto *a = cast<AtomicExpr>(e);
-        switch (a->getOp()) {
-        case AtomicExpr::AO__c11_atomic_load:
-        case AtomicExpr::AO__atomic_load_n: {
-            TYPE *t = m.package->mk_qual(type_of(e->getType()), QUAL_volatile);
-            return deref(m.node(PCONV, pointer_to(t), rvalue(a->getPtr())), t);
-        }
-        case AtomicExpr::AO__c11_atomic_store:
-        case AtomicExpr::AO__atomic_store_n: {
-            TYPE *t = m.package->mk_qual(unqualified(a->getVal1()->getType()), QUAL_volatile);
-            return assign(deref(m.node(PCONV, pointer_to(t), rvalue(a->getPtr())), t), rvalue(a->getVal1()));
-        }
-        default: refuse(e->getBeginLoc(), "an atomic read-modify-write");
-        }
-    }
+    case Stmt::AtomicExprClass: return atomic(cast<AtomicExpr>(e));
     case Stmt::SourceLocExprClass: {
         Expr::EvalResult v;
         if (e->EvaluateAsRValue(v, ctx)) return constant_value(v.Val, e->getType(), e->getBeginLoc());

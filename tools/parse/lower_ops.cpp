@@ -183,25 +183,30 @@ MNODE *LOWER::assignment(const BinaryOperator *b) {
     // The right side first when it emits statements: they must not separate the left side's parts.
     MNODE *value = rvalue(b->getRHS());
     MNODE *lv = lvalue(b->getLHS());
+    if (b->getLHS()->getType()->isAtomicType())
+        return atomic_store(address_of(lv), value, unqualified(b->getType()), 5);
     return assign(lv, value);
 }
 
 MNODE *LOWER::compound_assignment(const CompoundAssignOperator *b) {
     BinaryOperatorKind kind = BinaryOperator::getOpForCompoundAssignment(b->getOpcode());
     QualType left_q = b->getLHS()->getType();
+    if (auto *a = left_q->getAs<AtomicType>()) left_q = a->getValueType();
     TYPE *left_t = unqualified(left_q);
     if (left_q->isPointerType()) {
         MNODE *zero = null_pointer(left_t);
         MNODE *sum = pointer_arithmetic(zero, b->getRHS(), left_q->getPointeeType(), false);
         MNODE *bytes = sum->right;
+        if (MNODE *v = atomic_update(b->getLHS(), kind, bytes, false)) return v;
         return m.node(kind == BO_Add ? PLUSASG : MINUSASG, left_t, lvalue(b->getLHS()), bytes);
     }
     TYPE *work = unqualified(b->getComputationLHSType());
     MNODE *right = rvalue(b->getRHS());
     int op = opcode_for(kind, work);
+    if (MNODE *v = atomic_update(b->getLHS(), kind, right, false)) return v;
     bool shift = kind == BO_Shl || kind == BO_Shr;
     if (shift) right = convert(right, int_t());
-    if (work == left_t && !work->is_complex() && !left_t->is_bool())
+    if (work == left_t && !work->is_complex() && !work->is_vector() && !left_t->is_bool())
         return m.node(assign_opcode(op), left_t, lvalue(b->getLHS()), shift ? right : convert(right, work));
     MNODE *first = nullptr;
     MNODE *lv = stable_lvalue(b->getLHS(), first);
@@ -220,8 +225,13 @@ MNODE *LOWER::compound_assignment(const CompoundAssignOperator *b) {
 MNODE *LOWER::increment(const UnaryOperator *u) {
     const Expr *sub = u->getSubExpr();
     QualType q = sub->getType();
-    TYPE *t = unqualified(q);
     bool inc = u->isIncrementOp(), post = u->isPostfix();
+    if (auto *a = q->getAs<AtomicType>()) {
+        QualType v = a->getValueType();
+        MNODE *by = v->isPointerType() ? element_size(v->getPointeeType(), int_t()) : icon(1, int_t());
+        return atomic_update(sub, inc ? BO_Add : BO_Sub, by, post);
+    }
+    TYPE *t = unqualified(q);
     if (q->isPointerType()) {
         MNODE *bytes = element_size(q->getPointeeType(), int_t());
         return m.node(post ? (inc ? PLUSPLUS : MINMIN) : (inc ? PLUSASG : MINUSASG), t, lvalue(sub), bytes);
@@ -237,7 +247,16 @@ MNODE *LOWER::increment(const UnaryOperator *u) {
         MNODE *save = m.node(ASG, t, m.name(kept), m.copy(lv));
         return comma_op(first, comma_op(save, comma_op(assign(lv, next), m.name(kept))));
     }
-    if (t->is_complex()) refuse(u->getBeginLoc(), "an increment of a complex number");
+    if (t->is_complex()) {
+        MNODE *first = nullptr, *lv = stable_lvalue(sub, first);
+        TYPE *part = t->part_type();
+        MSYM *kept = temp(t);
+        MNODE *save = m.node(ASG, t, m.name(kept), m.copy(lv));
+        MNODE *one = part->is_fltpt() ? float_constant(1, part) : icon(1, part);
+        MNODE *re = m.node(inc ? PLUS : MINUS, part, m.node(REAL, part, m.name(kept)), one);
+        MNODE *step = assign(lv, m.node(COMPLEX, t, re, m.node(IMAG, part, m.name(kept))));
+        return comma_op(first, comma_op(save, post ? comma_op(step, m.name(kept)) : step));
+    }
     if (t->is_fltpt() && post) {
         MNODE *first = nullptr;
         MNODE *lv = stable_lvalue(sub, first);

@@ -196,7 +196,7 @@ void LOWER::compound(const CompoundStmt *c, bool block) {
     bool declares = false;
     for (const Stmt *s : c->body()) declares |= isa<DeclStmt>(s);
     block &= declares;
-    size_t vlas = vla_sizes.size();
+    size_t depth = cleanups.size();
     if (block) {
         begin_scope(c->getLBracLoc());
         size_t at = func->records.size();
@@ -232,24 +232,59 @@ void LOWER::compound(const CompoundStmt *c, bool block) {
         func->records.insert(func->records.begin() + long(at), std::make_move_iterator(extra.begin()),
                              std::make_move_iterator(extra.end()));
     }
-    // Stack space of variable arrays goes back at the end of their block.
-    MSYM *saved_stack = nullptr;
-    for (const Stmt *s : c->body())
-        if (auto *d = dyn_cast<DeclStmt>(s))
-            for (const Decl *decl : d->decls())
-                if (auto *v = dyn_cast<VarDecl>(decl);
-                    v && !v->hasGlobalStorage() && v->getType()->isVariableArrayType() && block)
-                    saved_stack = temp(m.package->void_ptr_type());
-    if (saved_stack)
-        emit(m.node(ASG, saved_stack->type, m.name(saved_stack),
-                    call_of(library_function("__builtin_stack_save", ctx.VoidPtrTy, {}), nullptr,
-                            m.package->void_ptr_type())));
     for (const Stmt *s : c->body()) statement(s);
-    if (saved_stack && reachable)
-        emit(call_of(library_function("__builtin_stack_restore", ctx.VoidTy, {ctx.VoidPtrTy}),
-                     m.name(saved_stack), void_t()));
+    if (cleanups.size() > depth) position = psn_of(c->getRBracLoc());
+    leave_block(depth);
     if (block) end_scope(c->getRBracLoc());
-    (void)vlas;
+}
+
+void LOWER::clean_up(size_t down_to, bool returning) {
+    if (!reachable) return;
+    MSYM *stack = nullptr; // of the outermost variable array
+    for (size_t i = cleanups.size(); i-- > down_to;) {
+        if (cleanups[i].saved_stack) {
+            stack = cleanups[i].saved_stack;
+            continue;
+        }
+        const VarDecl *v = cleanups[i].variable;
+        const FunctionDecl *f = v->getAttr<CleanupAttr>()->getFunctionDecl();
+        TYPE *to = unqualified(f->getParamDecl(0)->getType());
+        MNODE *at = address_of(m.name(locals[v]));
+        TYPE *returns = f->getReturnType()->isVoidType() ? void_t() : unqualified(f->getReturnType());
+        emit(call_of(function_symbol(f), at->type == to ? at : m.node(PCONV, to, at), returns));
+    }
+    if (stack && !returning)
+        emit(call_of(library_function("__builtin_stack_restore", ctx.VoidTy, {ctx.VoidPtrTy}), m.name(stack),
+                     void_t()));
+}
+
+void LOWER::leave_block(size_t depth) {
+    clean_up(depth);
+    cleanups.resize(depth);
+}
+
+// How many cleanups are pending at each label: declarations count from where they stand to the end of their block.
+void LOWER::find_label_depths() {
+    auto pending = [](const Stmt *s) {
+        size_t n = 0;
+        if (auto *d = dyn_cast_or_null<DeclStmt>(s))
+            for (const Decl *decl : d->decls())
+                if (auto *v = dyn_cast<VarDecl>(decl); v && !v->hasGlobalStorage())
+                    n += v->hasAttr<CleanupAttr>() + v->getType()->isVariableArrayType();
+        return n;
+    };
+    std::vector<std::pair<const Stmt *, size_t>> todo{{func_decl->getBody(), 0}};
+    while (!todo.empty()) {
+        auto [s, depth] = todo.back();
+        todo.pop_back();
+        if (!s) continue;
+        if (auto *l = dyn_cast<LabelStmt>(s)) label_depths[l->getDecl()] = depth;
+        bool block = isa<CompoundStmt>(s) || isa<ForStmt>(s);
+        for (const Stmt *part : s->children()) {
+            todo.emplace_back(part, depth);
+            if (block) depth += pending(part);
+        }
+    }
 }
 
 void LOWER::statement(const Stmt *s) {
@@ -284,10 +319,18 @@ void LOWER::statement(const Stmt *s) {
     case Stmt::DoStmtClass: return do_loop(cast<DoStmt>(s));
     case Stmt::SwitchStmtClass: return switch_statement(cast<SwitchStmt>(s));
     case Stmt::ReturnStmtClass: return return_statement(cast<ReturnStmt>(s));
-    case Stmt::GotoStmtClass: return emit_branch(label_of(cast<GotoStmt>(s)->getLabel()));
-    case Stmt::BreakStmtClass: return emit_branch(jumps.back().break_label);
+    case Stmt::GotoStmtClass: {
+        const LabelDecl *to = cast<GotoStmt>(s)->getLabel();
+        if (!cleanups.empty()) {
+            if (label_depths.empty()) find_label_depths();
+            clean_up(label_depths[to]);
+        }
+        return emit_branch(label_of(to));
+    }
+    case Stmt::BreakStmtClass: clean_up(jumps.back().depth); return emit_branch(jumps.back().break_label);
     case Stmt::ContinueStmtClass: {
         auto it = std::find_if(jumps.rbegin(), jumps.rend(), [](auto &j) { return j.continue_label; });
+        clean_up(it->depth);
         return emit_branch(it->continue_label);
     }
     case Stmt::GCCAsmStmtClass:
@@ -314,6 +357,7 @@ void LOWER::loop_pragmas(SourceLocation where) { pragma_records(pragmas_before(w
 
 void LOWER::for_loop(const ForStmt *s) {
     auto pragmas = pragmas_before(s->getBeginLoc());
+    size_t depth = cleanups.size();
     auto *decl = dyn_cast_or_null<DeclStmt>(s->getInit());
     bool scope = false;
     if (decl)
@@ -349,7 +393,7 @@ void LOWER::for_loop(const ForStmt *s) {
         emit_label(in);
     }
     if (!once) emit_label(head);
-    jumps.push_back({end, latch, 0});
+    jumps.push_back({end, latch, cleanups.size()});
     statement(s->getBody());
     jumps.pop_back();
     position = psn_of(s->getBeginLoc());
@@ -362,6 +406,7 @@ void LOWER::for_loop(const ForStmt *s) {
     }
     emit_branch(head);
     emit_label(end);
+    leave_block(depth);
     if (scope) end_scope(s->getEndLoc());
 }
 
@@ -373,7 +418,7 @@ void LOWER::while_loop(const WhileStmt *s) {
     branch_on(s->getCond(), in, end, true);
     emit_label(in);
     if (!once) emit_label(head);
-    jumps.push_back({end, latch, 0});
+    jumps.push_back({end, latch, cleanups.size()});
     statement(s->getBody());
     jumps.pop_back();
     position = psn_of(s->getBeginLoc());
@@ -388,7 +433,7 @@ void LOWER::do_loop(const DoStmt *s) {
     loop_pragmas(s->getBeginLoc());
     int head = new_label(), latch = new_label(), end = new_label(), back = new_label();
     emit_label(head);
-    jumps.push_back({end, latch, 0});
+    jumps.push_back({end, latch, cleanups.size()});
     statement(s->getBody());
     jumps.pop_back();
     position = psn_of(s->getCond()->getBeginLoc());
@@ -473,7 +518,7 @@ void LOWER::switch_statement(const SwitchStmt *s) {
     }
     emit_branch(other);
     reachable = false;
-    jumps.push_back({end, 0, 0});
+    jumps.push_back({end, 0, cleanups.size()});
     statement(s->getBody());
     jumps.pop_back();
     emit_label(end);
@@ -482,7 +527,9 @@ void LOWER::switch_statement(const SwitchStmt *s) {
 void LOWER::return_statement(const ReturnStmt *s) {
     MNODE *self = m.name(func->symbol);
     const Expr *e = s->getRetValue();
+    bool cleaning = std::any_of(cleanups.begin(), cleanups.end(), [](auto &c) { return c.variable; });
     if (!e) {
+        clean_up(0, true);
         if (func_decl->isMain()) return emit(m.node(RETURN, int_t(), self, icon(0, int_t())));
         return emit(m.node(URETURN, void_t(), self));
     }
@@ -491,24 +538,70 @@ void LOWER::return_statement(const ReturnStmt *s) {
         MNODE *value = record_value(e);
         if (value->op == NAME && value->sym->level == 2) value = deref(address_of(value), t);
         emit(m.node(STASG, t, deref(m.name(result_pointer), t), value));
+        clean_up(0, true);
         return emit(m.node(URETURN, void_t(), self));
     }
     if (e->getType()->isVoidType()) {
         effect(e);
+        clean_up(0, true);
         if (reachable) emit(m.node(URETURN, void_t(), self));
         return;
     }
     MNODE *value = rvalue(e);
+    if (cleaning) {
+        MSYM *kept = temp(value->type);
+        emit(m.node(ASG, kept->type, m.name(kept), value));
+        value = m.name(kept);
+        clean_up(0, true);
+    }
     emit(m.node(RETURN, value->type, self, value));
 }
 
+// Assembly. With operands only an empty text is taken, which programs use to keep a value or memory from being
+// known: its outputs take the values of the inputs that share their place, or keep their own, through volatile
+// temporaries.
 void LOWER::assembly(const AsmStmt *s) {
     auto *g = dyn_cast<GCCAsmStmt>(s);
     if (!g) refuse(s->getBeginLoc(), "this form of assembly");
-    if (g->getNumOutputs() || g->getNumInputs() || g->isAsmGoto())
-        refuse(s->getBeginLoc(), "assembly with operands");
-    MRECORD &r = func->records.emplace_back();
-    r.tag = IF_ASSEMBLY, r.psn = position, r.text = g->getAsmString()->getString().str();
+    std::string text = g->getAsmString()->getString().str();
+    bool operands = g->getNumOutputs() || g->getNumInputs();
+    bool empty = text.find_first_not_of(" \t\n") == std::string::npos;
+    if ((operands && !empty) || g->isAsmGoto()) refuse(s->getBeginLoc(), "assembly with operands");
+    auto through = [&](MNODE *value, TYPE *t) {
+        MSYM *kept = temp(t);
+        TYPE *shown = m.package->mk_qual(t, QUAL_volatile);
+        kept->type = shown;
+        emit(assign(m.name(kept), value));
+        return kept;
+    };
+    auto scalar = [](QualType q) { return q->isScalarType() || q->isVectorType(); };
+    std::vector<MSYM *> inputs;
+    for (unsigned i = 0; i < g->getNumInputs(); i++) {
+        const Expr *e = g->getInputExpr(i);
+        inputs.push_back(nullptr);
+        if (e->isGLValue() || !scalar(e->getType())) { // an object in memory
+            MNODE *lv = is_record(e->getType()) ? record_value(e) : lvalue(e);
+            if (e->HasSideEffects(ctx)) emit(address_of(lv));
+        } else inputs[i] = through(rvalue(e), unqualified(e->getType()));
+    }
+    bool memory = false;
+    for (unsigned i = 0; i < g->getNumClobbers(); i++) memory |= g->getClobber(i) == "memory";
+    if (!operands || memory) {
+        MRECORD &r = func->records.emplace_back();
+        r.tag = IF_ASSEMBLY, r.psn = position, r.text = text;
+    }
+    for (unsigned i = 0; i < g->getNumOutputs(); i++) {
+        const Expr *e = g->getOutputExpr(i);
+        if (!scalar(e->getType())) continue; // its memory stays as it is
+        MSYM *from = nullptr;
+        for (unsigned k = 0; k < g->getNumInputs(); k++)
+            if (g->getInputConstraint(k) == std::to_string(i)) from = inputs[k];
+        MNODE *first = nullptr, *lv = stable_lvalue(e, first);
+        if (first) emit(first);
+        if (!from && !g->isOutputPlusConstraint(i)) continue; // no value is promised
+        if (!from) from = through(m.copy(lv), unqualified(e->getType()));
+        emit(assign(lv, convert(m.name(from), unqualified(e->getType()))));
+    }
 }
 
 // --- local declarations ---
@@ -530,7 +623,6 @@ void LOWER::declaration(const DeclStmt *s) {
 void LOWER::local_variable(const VarDecl *v) {
     MSYM *&s = locals[v];
     if (v->getTLSKind() != VarDecl::TLS_None) refuse(v->getLocation(), "thread-local storage");
-    if (v->hasAttr<CleanupAttr>()) refuse(v->getLocation(), "a cleanup attribute");
     if (!s) { // a declaration in a place without block of its own: one of the outermost block
         QualType q = v->getType();
         QualType body = q;
@@ -544,8 +636,9 @@ void LOWER::local_variable(const VarDecl *v) {
         pending_locals.push_back(s);
     }
     if (v->getType()->isVariablyModifiedType()) evaluate_array_sizes(v->getType());
-    if (v->getType()->isVariableArrayType()) return variable_array(v);
-    if (v->getInit()) initialise(m.name(s), v->getInit(), v->getType());
+    if (v->getType()->isVariableArrayType()) variable_array(v);
+    else if (v->getInit()) initialise(m.name(s), v->getInit(), v->getType());
+    if (v->hasAttr<CleanupAttr>()) cleanups.push_back({v, nullptr});
 }
 
 // Evaluates the bounds of variable arrays in a type once, where the declaration stands.
@@ -588,6 +681,11 @@ MNODE *LOWER::array_bytes(QualType q) {
 
 void LOWER::variable_array(const VarDecl *v) {
     MSYM *s = locals[v];
+    MSYM *saved = temp(m.package->void_ptr_type());
+    emit(m.node(ASG, saved->type, m.name(saved),
+                call_of(library_function("__builtin_stack_save", ctx.VoidPtrTy, {}), nullptr,
+                        m.package->void_ptr_type())));
+    cleanups.push_back({nullptr, saved});
     MSYM *bytes = temp(uint_t());
     emit(m.node(ASG, uint_t(), m.name(bytes), array_bytes(v->getType())));
     vla_sizes[v] = bytes;

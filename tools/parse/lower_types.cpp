@@ -64,6 +64,7 @@ TYPE *LOWER::type_of(QualType q) {
         t = p->mk_array_full(type_of(va->getElementType()), false, 0, false, false, 0,
                              uint32_t(ctx.getTypeAlign(va->getElementType())));
     } else if (auto *v = dyn_cast<VectorType>(ty)) {
+        if (ctx.getTypeSize(ty) > 128) refuse(SourceLocation(), "a vector of more than 16 bytes");
         t = p->mk_vector(type_of(v->getElementType()), v->getNumElements());
     } else if (auto *f = dyn_cast<clang::FunctionType>(ty)) {
         t = function_type(f, SourceLocation());
@@ -160,11 +161,12 @@ TYPE *LOWER::record_type(const RecordDecl *d, SourceLocation) {
     return t;
 }
 
-void LOWER::record_members(const RecordDecl *def, TYPE *t) {
+// `flexible`: the type that a flexible array takes in a type for one object; its members are no one else's.
+void LOWER::record_members(const RecordDecl *def, TYPE *t, TYPE *flexible) {
     const ASTRecordLayout &layout = ctx.getASTRecordLayout(def);
     for (const FieldDecl *f : def->fields()) {
         if (f->isUnnamedBitfield()) continue;
-        TYPE *type = type_of(f->getType());
+        TYPE *type = flexible && f->getType()->isIncompleteArrayType() ? flexible : type_of(f->getType());
         int64_t offset = int64_t(layout.getFieldOffset(f->getFieldIndex()));
         std::string name = f->getName().str();
         fkMDATA *member = f->isBitField()
@@ -172,6 +174,36 @@ void LOWER::record_members(const RecordDecl *def, TYPE *t) {
                               : t->add_mdata(name.c_str(), type, offset);
         const PSN *at = psn_of(f->getLocation());
         if (at) member->psn = *at;
-        members[f] = member;
+        if (!flexible) members[f] = member;
     }
+}
+
+// The type of an object whose flexible array member has initial values: the same record with that array's length.
+TYPE *LOWER::extended_record(const VarDecl *v) {
+    auto *list = dyn_cast_or_null<InitListExpr>(v->getAnyInitializer());
+    auto *record = v->getType()->getAs<RecordType>();
+    const RecordDecl *def = record ? record->getDecl()->getDefinition() : nullptr;
+    if (!list || !def || !def->hasFlexibleArrayMember() || def->isUnion()) return nullptr;
+    const FieldDecl *last = nullptr;
+    unsigned named = 0;
+    for (const FieldDecl *f : def->fields()) last = f, named += !f->isUnnamedBitfield();
+    if (!last || !last->getType()->isIncompleteArrayType() || list->getNumInits() < named) return nullptr;
+    const Expr *init = list->getInit(named - 1)->IgnoreParens();
+    uint64_t n = 0;
+    if (auto *l = dyn_cast<InitListExpr>(init); l && l->isStringLiteralInit())
+        init = l->getInit(0)->IgnoreParens();
+    if (auto *s = dyn_cast<StringLiteral>(init)) n = s->getLength() + 1;
+    else if (auto *l = dyn_cast<InitListExpr>(init)) n = l->getNumInits();
+    if (!n) return nullptr;
+    const ASTRecordLayout &layout = ctx.getASTRecordLayout(def);
+    QualType part = ctx.getAsArrayType(last->getType())->getElementType();
+    uint64_t offset = layout.getFieldOffset(last->getFieldIndex()),
+             align = uint64_t(ctx.toBits(layout.getAlignment()));
+    uint64_t size = std::max(uint64_t(ctx.toBits(layout.getSize())), offset + n * size_of(part) * 8);
+    size = (size + align - 1) / align * align;
+    TYPE *t = m.package->mk_csu(K_struct, "", size, uint32_t(align), false, 0, true);
+    t->set_psn(psn_of(v->getLocation()));
+    record_members(def, t, m.package->mk_array(type_of(part), false, n));
+    m.package->type_frozen(t);
+    return v->getType().isConstQualified() ? m.package->mk_qual(t, QUAL_const) : t;
 }
