@@ -5,12 +5,18 @@ namespace {
 
 template <class WORD> WORD get(uint32_t a) {
     check_access(a, sizeof(WORD), false);
-    constexpr SK kind = sizeof(WORD) == 1 ? SK_u8 : sizeof(WORD) == 2 ? SK_u16 : sizeof(WORD) == 4 ? SK_u32 : SK_u64;
+    constexpr SK kind = sizeof(WORD) == 1   ? SK_u8
+                        : sizeof(WORD) == 2 ? SK_u16
+                        : sizeof(WORD) == 4 ? SK_u32
+                                            : SK_u64;
     return WORD(load_scalar_checked(kind, a));
 }
 template <class WORD> void put(uint32_t a, WORD v) {
     check_access(a, sizeof(WORD), true);
-    constexpr SK kind = sizeof(WORD) == 1 ? SK_u8 : sizeof(WORD) == 2 ? SK_u16 : sizeof(WORD) == 4 ? SK_u32 : SK_u64;
+    constexpr SK kind = sizeof(WORD) == 1   ? SK_u8
+                        : sizeof(WORD) == 2 ? SK_u16
+                        : sizeof(WORD) == 4 ? SK_u32
+                                            : SK_u64;
     store_scalar_checked(kind, a, v);
 }
 
@@ -19,11 +25,11 @@ enum OPERATION { ADD, SUB, AND, OR, XOR, NAND, EXCHANGE };
 template <class WORD, OPERATION op, bool old_value> uint64_t modify(CALL_CONTEXT &c) {
     uint32_t at = c.u32(0);
     WORD old = get<WORD>(at), v = WORD(c.u64(1));
-    WORD next = op == ADD   ? WORD(old + v)
-                : op == SUB ? WORD(old - v)
-                : op == AND ? WORD(old & v)
-                : op == OR  ? WORD(old | v)
-                : op == XOR ? WORD(old ^ v)
+    WORD next = op == ADD    ? WORD(old + v)
+                : op == SUB  ? WORD(old - v)
+                : op == AND  ? WORD(old & v)
+                : op == OR   ? WORD(old | v)
+                : op == XOR  ? WORD(old ^ v)
                 : op == NAND ? WORD(~(old & v))
                              : v;
     put<WORD>(at, next);

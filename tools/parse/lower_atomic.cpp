@@ -67,7 +67,9 @@ MNODE *LOWER::atomic(const AtomicExpr *a) {
     int order = SEQUENTIAL;
     if (a->getOp() != AtomicExpr::AO__c11_atomic_init && a->getOrder()->EvaluateAsInt(known, ctx))
         order = int(known.Val.getInt().getZExtValue());
-    auto through = [&](const Expr *pointer) { return deref(rvalue(pointer), t); }; // what an argument points at
+    auto through = [&](const Expr *pointer) {
+        return deref(rvalue(pointer), t);
+    }; // what an argument points at
     TYPE *word = nullptr;
     MNODE *at = nullptr;
     auto prepare = [&] { word = atomic_word(q, where), at = rvalue(a->getPtr()); };
@@ -82,13 +84,15 @@ MNODE *LOWER::atomic(const AtomicExpr *a) {
     };
     auto compare = [&](MNODE *desired, bool weak) {
         MNODE *expected = rvalue(a->getVal1());
-        MNODE *v = atomic_call("compare_exchange", word, m.package->basic_int(IK_bool),
-                               {at, expected, convert(desired, word), icon(weak, m.package->basic_int(IK_bool)),
-                                icon(order, int_t()), convert(rvalue(a->getOrderFail()), int_t())});
+        MNODE *v =
+            atomic_call("compare_exchange", word, m.package->basic_int(IK_bool),
+                        {at, expected, convert(desired, word), icon(weak, m.package->basic_int(IK_bool)),
+                         icon(order, int_t()), convert(rvalue(a->getOrderFail()), int_t())});
         return convert(v, unqualified(a->getType()));
     };
     switch (a->getOp()) {
-    case AtomicExpr::AO__c11_atomic_init: return atomic_store(rvalue(a->getPtr()), rvalue(a->getVal1()), t, RELAXED);
+    case AtomicExpr::AO__c11_atomic_init:
+        return atomic_store(rvalue(a->getPtr()), rvalue(a->getVal1()), t, RELAXED);
     case AtomicExpr::AO__c11_atomic_load:
     case AtomicExpr::AO__atomic_load_n: return atomic_load(rvalue(a->getPtr()), t, order);
     case AtomicExpr::AO__atomic_load: {
@@ -184,9 +188,9 @@ MNODE *LOWER::sync_call(const CallExpr *e, const std::string &name) {
         TYPE *truth_type = m.package->basic_int(IK_bool);
         MSYM *kept = temp(word);
         MNODE *first = m.node(ASG, word, m.name(kept), value(1));
-        MNODE *swap = atomic_call("compare_exchange", word, truth_type,
-                                  {at, address_of(m.name(kept)), value(2), icon(0, truth_type), order,
-                                   icon(SEQUENTIAL, int_t())});
+        MNODE *swap = atomic_call(
+            "compare_exchange", word, truth_type,
+            {at, address_of(m.name(kept)), value(2), icon(0, truth_type), order, icon(SEQUENTIAL, int_t())});
         if (what[0] == 'b') return comma_op(first, convert(swap, unqualified(e->getType())));
         return comma_op(first, comma_op(swap, convert(m.name(kept), t)));
     }
