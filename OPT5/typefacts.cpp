@@ -87,9 +87,8 @@ bool bits_of_var_are_immutable(TYPE *type, int offset, int width, bool deep) {
 
 bool value_fits_in_type(NODE *tree, TYPE *type, struct LOOP *loop) {
     if (!is_integer(tree->type) || !is_integer(type)) return false;
-    INT65 low = calculate_minval_for_tree(tree, loop), high = calculate_maxval_for_tree(tree, loop);
-    if (type->is_bool()) return !low.is_negative() && high <= INT65(1);
-    return low >= int_type_min(type) && high <= int_type_max(type);
+    VALUE_RANGE r = calculate_range_for_tree(tree, loop);
+    return r.low >= int_type_min(type) && r.high <= (type->is_bool() ? INT65(1) : int_type_max(type));
 }
 
 // --- conversions of the language ---
