@@ -7,6 +7,7 @@
 #include "OPT5/fold.h"
 #include "OPT5/icternary.h"
 #include "OPT5/symbolic.h"
+#include "OPT5/symfactor.h"
 #include "OPT5/symtab.h"
 #include "OPT5/symwiden.h"
 #include "OPT5/tree.h"
@@ -192,6 +193,9 @@ BITS variable(const NODE *name) {
             r.maybe &= w->known_zeros.to_uint64();
         }
     }
+    if (!name->type->is_integral()) return r;
+    INT65 factor = max_asserted_ICON_factor(name, question.loop);
+    if (factor.is_positive()) r.maybe &= ~0ull << factor.count_trailing_zeros();
     return r;
 }
 
