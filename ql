@@ -73,6 +73,8 @@ ql COMMAND [ARGUMENT...]
   bisect FILE         the pass and the rewrite that break a program
   reduce FILE         make a failing program small
   real [NAME...]      build free programs from Debian's source packages with qlcc and run their own tests
+  coverage            rewrites that never happen on the corpus
+  bench [KERNEL...]   quality of optimized code, cost of optimizing
   fuzz-reader [--minutes N]   hunt for files that break the reader
   format [--check]    lay out the sources, or tell which are not
   install             install what building, testing and fuzzing need

@@ -10,7 +10,7 @@ giving out registers. The cross compiler and clang at -O2 are the measure of wha
 Cost: qlopt's processor time and memory over generated files, by regions of one function and by functions; growth is the
 exponent of a power law through the upper half of the sizes: 1 is linear.
 """
-import argparse, json, math, os, re, resource, subprocess, sys, tempfile, time
+import argparse, json, math, os, re, subprocess, sys, tempfile, time
 
 from progress import Progress, spread
 import benchplot, stages
@@ -30,6 +30,8 @@ class Bench:
         self.judge = stages.Judge(build, 60)
         self.place = place
         self.plugin = os.path.join(place, "libexecuted.so")
+        self.spent = os.path.join(place, "spent")
+        subprocess.run(["gcc", "-O2", os.path.join(HERE, "spent.c"), "-o", self.spent], check=True)
         subprocess.run(["gcc", "-O2", "-shared", "-fPIC", os.path.join(HERE, "executed.c"), "-o", self.plugin], check=True)
         options = stages.run([self.judge.tool("tools", "gen", "qlgen"), "--print-backend-options"]).out.decode().split()
         self.backend = ["arm-linux-gnueabihf-gcc", "-marm", "-w"] + options
@@ -110,17 +112,19 @@ class Bench:
         made = self.judge.parse(source, parsed)
         if made.status:
             raise SystemExit("generated file: " + made.says())
-        command = [self.judge.qlopt] + [o for o in stages.options(level) if o != "--debug:validate"]
-        best = None
-        for _ in range(repeat):
-            pid = os.posix_spawn(command[0], command + [parsed, os.path.join(self.place, "cost.out.if")], os.environ)
-            _, status, usage = os.wait4(pid, 0)
-            if status:
-                raise SystemExit("qlopt failed on a generated file")
-            seconds = usage.ru_utime + usage.ru_stime
-            if best is None or seconds < best[0]:
-                best = (seconds, usage.ru_maxrss * 1024)
-        return {"seconds": round(best[0], 3), "memory": best[1], "input": os.path.getsize(parsed)}
+        seconds, memory = min(self.run_once(parsed, level, False) for _ in range(repeat))
+        return {"seconds": round(seconds, 3), "memory": memory, "input": os.path.getsize(parsed)}
+
+    def run_once(self, parsed, level, check):
+        """Processor seconds and peak bytes of one run of qlopt."""
+        command = [self.judge.qlopt] + [o for o in stages.options(level) if check or o != "--debug:validate"]
+        told = os.path.join(self.place, "spent.txt")
+        ran = stages.run([self.spent, told] + command + [parsed, os.path.join(self.place, "cost.out.if")], timeout=600)
+        if ran.status:
+            raise SystemExit("qlopt failed on a generated file: " + ran.says())
+        with open(told) as f:
+            seconds, kilobytes = f.read().split()
+        return float(seconds), int(kilobytes) * 1024
 
     def growth(self, what, sizes, make, level):
         """What each size costs, and the exponents of time and memory."""
@@ -148,17 +152,9 @@ class Bench:
     def checking(self, text, level):
         """Processor time of qlopt with the structure check over that without."""
         self.cost(text, level, 1)
-        parsed, seconds = os.path.join(self.place, "cost.if"), {}
-        for check in (False, True):
-            command = [self.judge.qlopt] + [o for o in stages.options(level) if check or o != "--debug:validate"]
-            best = []
-            for _ in range(3):
-                before = resource.getrusage(resource.RUSAGE_CHILDREN)
-                stages.run(command + [parsed, os.path.join(self.place, "out.if")], timeout=300)
-                after = resource.getrusage(resource.RUSAGE_CHILDREN)
-                best.append(after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime)
-            seconds[check] = min(best)
-        return seconds[True] / seconds[False] if seconds[False] else 1.0
+        parsed = os.path.join(self.place, "cost.if")
+        seconds = [min(self.run_once(parsed, level, check)[0] for _ in range(3)) for check in (False, True)]
+        return seconds[1] / seconds[0] if seconds[0] else 1.0
 
 
 def slope(points):

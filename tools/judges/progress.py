@@ -4,7 +4,7 @@ import concurrent.futures, sys, time
 
 class Progress:
     def __init__(self, count=None, seconds=None):
-        """COUNT things are to be done, or it goes on for SECONDS."""
+        """COUNT things are to be done, or it goes on for SECONDS; neither is known when both are left out."""
         self.count, self.seconds, self.start = count, seconds, time.monotonic()
         self.done = self.failed = 0
         self.shown = 0.0
@@ -19,7 +19,7 @@ class Progress:
         self.shown = now
         spent = now - self.start
         rate = self.done / spent if spent else 0
-        left = (self.seconds - spent) if self.count is None else (self.count - self.done) / rate if rate else 0
+        left = (self.count - self.done) / rate if self.count and rate else self.seconds - spent if self.seconds else 0
         part = min(1.0, self.done / self.count if self.count else spent / self.seconds if self.seconds else 1)
         bar = "#" * int(20 * part) + "." * (20 - int(20 * part))
         sys.stderr.write("\r[%s] %d done, %d failed, %.1f/s, %s left \033[K" % (bar, self.done, self.failed, rate, clock(left)))
