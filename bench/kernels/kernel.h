@@ -6,16 +6,14 @@
 static unsigned random_state = 12345;
 static unsigned checksum = 1;
 
-static inline unsigned next_random(void)
-{
+static inline unsigned next_random(void) {
     random_state = random_state * 1664525u + 1013904223u;
     return random_state >> 8;
 }
 
 static void mix(unsigned v) { checksum = (checksum << 5 | checksum >> 27) ^ v; }
 
-static int finish(void)
-{
+static int finish(void) {
     printf("%08x\n", checksum);
     return 0;
 }
