@@ -36,11 +36,6 @@ bool type_returns_1_or_0(const TYPE *type) { return type->is_bool(); }
 
 namespace {
 
-bool is_bit_field(const NODE *n) {
-    return (n->op == STDOT || n->op == STREF) && n->right && n->right->op == FIELD && n->right->member &&
-           n->right->member->is_bitfld();
-}
-
 enum BOOLEAN_ANSWER { IS_NOT, IS_BOOLEAN, LEFT_MUST, RIGHT_MUST, BOTH_MUST, EITHER_DOES };
 
 // What a node says of itself, or whom it asks.
@@ -280,13 +275,6 @@ NODE *control_difference(NODE *n, struct LOOP *loop) {
     n->op = NEQ;
     n->type = tp->int_type();
     return simp_relop(n, loop);
-}
-
-// What an assignment of the value to the lvalue leaves there.
-INT65 stored_value(INT65 v, const NODE *lvalue) {
-    if (!is_bit_field(lvalue)) return truncate_to_type(v, lvalue->type);
-    int width = int(lvalue->right->member->width());
-    return lvalue->type->is_unsigned() ? v.truncate_unsigned(width) : v.truncate_signed(width);
 }
 
 // x++  ->  (x += 1) != 1; x--  ->  (x -= 1) != -1

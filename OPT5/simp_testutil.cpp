@@ -68,6 +68,17 @@ const NODE *strip_value_keeping(const NODE *n) {
     return n;
 }
 
+bool is_bit_field(const NODE *n) {
+    return (n->op == STDOT || n->op == STREF) && n->right && n->right->op == FIELD && n->right->member &&
+           n->right->member->is_bitfld();
+}
+
+INT65 stored_value(INT65 v, const NODE *lvalue) {
+    if (!is_bit_field(lvalue)) return truncate_to_type(v, lvalue->type);
+    int width = int(lvalue->right->member->width());
+    return lvalue->type->is_unsigned() ? v.truncate_unsigned(width) : v.truncate_signed(width);
+}
+
 // --- comparisons ---
 
 TEST_DOMAIN domain_of_test(const NODE *test) {

@@ -51,6 +51,11 @@ const NODE *strip_value_keeping(const NODE *n);
 // Whether each value of `from` is one of `to`; integers only.
 bool type_holds_type(const TYPE *to, const TYPE *from);
 
+// --- bit-fields ---
+bool is_bit_field(const NODE *lvalue);
+// What an assignment of the value to the integer lvalue leaves there.
+INT65 stored_value(INT65 v, const NODE *lvalue);
+
 // --- comparisons ---
 struct TEST_DOMAIN {
     int bits;         // 32 or 64
