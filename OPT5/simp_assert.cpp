@@ -1,4 +1,138 @@
 #include "OPT5/simp_assert.h"
 
-NODE *simp_ASSERT(NODE *node, struct LOOP *) { return node; }
-NODE *simp_constraint_given_loop_givens(NODE *test, struct LOOP *) { return test; }
+#include <algorithm>
+#include <vector>
+
+#include "OPT5/bbutils.h"
+#include "OPT5/congruent.h"
+#include "OPT5/ddloop.h"
+#include "OPT5/icternary.h"
+#include "OPT5/optab.h"
+#include "OPT5/rules.h"
+#include "OPT5/simp1.h"
+#include "OPT5/simp3.h"
+#include "OPT5/simp_strict.h"
+#include "OPT5/simp_testutil.h"
+
+// ---------------------------------------------------------------------------------------------------------
+// assertions
+// ---------------------------------------------------------------------------------------------------------
+
+namespace {
+
+bool is_conjunction(const NODE *t) {
+    return t->op == ANDAND || (t->op == ANDB && returns_1_or_0(t->left) && returns_1_or_0(t->right));
+}
+
+// (a || b) == 0  ->  !a && !b
+NODE *split_negated_disjunction(NODE *t, struct LOOP *loop) {
+    if (t->op != EQ || !is_zero_constant(t->right) || t->left->op != OROR) return t;
+    if (!RULE("ASSERT: (a || b) == 0 -> !a && !b")) return t;
+    NODE *either = take_left(t);
+    either->op = ANDAND;
+    either->left = simp_node(mk_EXCLAIM(either->left), loop);
+    either->right = simp_node(mk_EXCLAIM(either->right), loop);
+    return either;
+}
+
+// a || b  ->  a | b, a ? b : c  ->  the strict ternary     where all parts may be evaluated
+NODE *without_short_circuit(NODE *t, struct LOOP *loop) {
+    if (t->op == OROR && !tree_has_side_effects(t->right) &&
+        strict_expr_allows_strict_expr(t->left, t->right, loop)) {
+        if (!RULE("ASSERT: a || b -> a | b")) return t;
+        NODE *a = make_boolean(detach(t->left), loop), *b = make_boolean(detach(t->right), loop);
+        erase_tree(t);
+        return simp_node(maketree(ORB, a, b, tp->int_type(), a->scope), loop);
+    }
+    if (t->op == QUEST && t->right->op == COLON && is_integer_type(t->type) &&
+        quest_colon_is_strict(t->right->left, t->right->right))
+        return RULE("ASSERT: a ? b : c -> strict") ? make_strict_ternary_ICALL(t) : t;
+    return t;
+}
+
+} // namespace
+
+// ASSERT(a && b)  ->  ASSERT(a), ASSERT(b)
+NODE *simp_ASSERT(NODE *node, struct LOOP *loop) {
+    std::vector<NODE *> todo{detach(node->left)}; // conditions, the last one behind the others
+    NODE *result = nullptr;
+    while (!todo.empty()) {
+        NODE *t = split_negated_disjunction(simp_for_control(todo.back(), loop), loop);
+        todo.pop_back();
+        bool splits = is_conjunction(t) && !tree_has_side_effects(t->right);
+        if (splits && RULE("ASSERT: a && b -> ASSERT(a), ASSERT(b)")) {
+            todo.push_back(detach(t->left));
+            todo.push_back(detach(t->right));
+            erase_node(t);
+            continue;
+        }
+        NODE *assertion = todo.empty() ? node : copy_node(node);
+        assertion->left = without_short_circuit(t, loop);
+        result = result ? mk_COMMAOP(assertion, result) : assertion;
+    }
+    return result;
+}
+
+// ---------------------------------------------------------------------------------------------------------
+// facts
+// ---------------------------------------------------------------------------------------------------------
+
+namespace {
+
+// The relation as a set: 1 equal, 2 less, 4 greater.
+int outcomes_of(int op) {
+    switch (op) {
+    case EQ: return 1;
+    case NEQ: return 6;
+    case LE:
+    case ULE: return 3;
+    case LT:
+    case ULT: return 2;
+    case GE:
+    case UGE: return 5;
+    default: return 4;
+    }
+}
+
+// What a fact about the operands of the test says of it: 0, 1, an opcode that tests the same, or -1.
+int test_under_fact(const NODE *test, const NODE *fact) {
+    bool same = trees_are_congruent(fact->left, test->left) && trees_are_congruent(fact->right, test->right);
+    bool exchanged =
+        !same && trees_are_congruent(fact->left, test->right) && trees_are_congruent(fact->right, test->left);
+    if (!same && !exchanged) return -1;
+    int op = same ? fact->op : commute_inv[fact->op];
+    if (is_order_test(op) && is_order_test(test->op) && is_unsigned_test(op) != is_unsigned_test(test->op))
+        return -1;
+    int given = outcomes_of(op), asked = outcomes_of(test->op);
+    if (!(given & asked)) return 0;
+    if (!(given & ~asked)) return 1;
+    if (is_equality_test(test->op)) return -1;
+    // an order that the fact leaves as a question of equality
+    if ((given & asked) == 1) return EQ;
+    return (asked | (7 & ~given)) == 6 ? NEQ : -1;
+}
+
+const NODE *fact_in(const NODE *given) {
+    if (given->op == ASSERT || given->op == NASSERT) given = given->left;
+    return given && is_integer_test(given->op) && given->left && given->right ? given : nullptr;
+}
+
+} // namespace
+
+NODE *simp_constraint_given_loop_givens(NODE *test, struct LOOP *loop) {
+    if (!is_integer_test(test->op)) return test;
+    for (struct LOOP *each = loop; each; each = each->parent)
+        for (const LIST *given = givens_of_loop(each); given; given = given->next) {
+            const NODE *fact = fact_in(given->tree);
+            int answer = fact ? test_under_fact(test, fact) : -1;
+            if (answer < 0 || !RULE("relop: a test that a fact of the loop decides or weakens")) continue;
+            if (answer > 1) {
+                test->op = int16_t(answer);
+                continue;
+            }
+            TYPE *type = test->type;
+            erase_tree(test); // the same operands are in the fact, so they have no effects
+            return mk_ICON(INT65(answer), type);
+        }
+    return test;
+}

@@ -1,4 +1,11 @@
 // Assertions: facts that the program states, brought into the form in which they are used.
+//
+// A conjunction becomes one assertion for each of its parts, and a condition with a short circuit one without, where its
+// right side may be evaluated in any case: what uses assertions looks for single comparisons. An assertion of a
+// conditional stays whole unless it can be a strict one; taking it apart would make branches of what costs nothing.
+//
+// A fact that holds in a loop decides comparisons of the same operands in it. Facts are comparisons, bare or as
+// assertions; others are passed over.
 #pragma once
 
 #include "OPT5/fwd.h"
