@@ -321,10 +321,12 @@ void simp_parts_for_control(NODE *n, struct LOOP *loop) {
     }
     NODE *arms = n->right;
     TYPE *type = n->type;
+    // an arm may become a word where its truth was narrower
+    if (type->size < 32) n->type = arms->type = tp->int_type();
     for (NODE **arm : {&arms->left, &arms->right}) {
+        if (!is_word_type((*arm)->type) || (*arm)->type->size > type->size) *arm = as_type(type, *arm, loop);
         *arm = simp_for_control(*arm, loop);
-        bool fits = is_integer_type((*arm)->type) && (*arm)->type->size <= type->size;
-        if (!fits) *arm = as_type(type, *arm, loop);
+        if (!is_integer_type((*arm)->type)) *arm = as_type(n->type, *arm, loop);
     }
 }
 

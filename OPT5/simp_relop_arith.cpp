@@ -9,6 +9,7 @@
 #include "OPT5/rules.h"
 #include "OPT5/simp1.h"
 #include "OPT5/simp3.h"
+#include "OPT5/simp_known.h"
 #include "OPT5/simp_testutil.h"
 #include "OPT5/symbolic.h"
 #include "OPT5/symfactor.h"
@@ -192,7 +193,9 @@ NODE *relop_rounded_mask(NODE *test, struct LOOP *loop) {
         return nullptr;
     TYPE *type = tp->remove_known_qual(masked->type, 255);
     if (!test_is_natural(type, domain_of_test(test), test->op)) return nullptr;
-    INT65 step = -sign_extend_by_type_size(constant_in(type, masked->right), type), d;
+    // bits that the sum can't have may be missing in the mask
+    INT65 mask = constant_in(type, masked->right) | ~find_known_zeros(masked->left, type);
+    INT65 step = -sign_extend_by_type_size(mask & type_mask(type), type), d;
     if (!step.is_power_of_2() || step < INT65(2)) return nullptr;
     if (!is_sum_with(masked->left, a, type, loop, &d) || d < step - INT65(1)) return nullptr;
     return RULE("relop: ((a + d) & -2^j) >= a -> 1, no wrap") ? decided(test, true, loop) : nullptr;

@@ -6,6 +6,7 @@
 #include "OPT5/optab.h"
 #include "OPT5/simp1.h"
 #include "OPT5/simp3.h"
+#include "OPT5/tree.h"
 
 namespace {
 
@@ -384,7 +385,8 @@ TEST(random_cond, for_control) {
         "for control", 4000,
         [](RANDOM &r) {
             GENERATOR g{r};
-            return chance(r, 50) ? g.condition(int(2 + pick(r, 3))) : g.tree(world().integers[pick(r, 8)].type, 3);
+            return chance(r, 50) ? g.condition(int(2 + pick(r, 3)))
+                                 : g.tree(world().integers[pick(r, 8)].type, 3);
         },
         through(simp_for_control), check);
 }
