@@ -4,7 +4,7 @@ source_file=$1
 shift
 [ -f "$source_file" ] || { say "ql: no file $source_file"; exit 2; }
 install "${run_packages[@]}"
-build_targets qlparse qlopt qlrun qlgen
+build_targets qlparse qlopt qlrun qlgen arm_count
 out=${QL_OUT:-$build/run/$(basename "${source_file%.c}")}
 mkdir -p "$out"
 level=${QL_LEVEL:-2}
@@ -23,19 +23,26 @@ if [ $status -ne $optimized_status ]; then
     exit 1
 fi
 cat "$out/optimized.out"
-if [ -x "$build/tools/gen/qlgen" ]; then
-    say "== as ARM program under qemu"
-    "$build/tools/gen/qlgen" "$out/optimized.if" -o "$out/optimized.c"
-    # shellcheck disable=SC2046
-    arm-linux-gnueabihf-gcc -static -marm -w $("$build/tools/gen/qlgen" --print-backend-options) "$out/optimized.c" -o "$out/program" -lm 2>"$out/program.log" || { cat "$out/program.log" >&2; exit 1; }
-    qemu-arm "$out/program" "$@" || arm_status=$?
-    [ "${arm_status:-0}" -eq $status ] || { say "ql: the ARM program ends with status ${arm_status:-0}"; exit 1; }
-fi
+say "== as ARM program under qemu"
+. "$root/tools/ql/arm.sh"
+backend=$("$build/tools/gen/qlgen" --print-backend-options)
+for stage in parsed optimized; do
+    "$build/tools/gen/qlgen" "$out/$stage.if" -o "$out/$stage.c"
+    # shellcheck disable=SC2086
+    arm_link "$out/$stage.c" "$out/$stage" $backend
+    arm_status=0
+    arm_run "$out/$stage.arm" "$out/$stage" "$@" >"$out/$stage.arm.out" || arm_status=$?
+    [ $arm_status -eq $status ] || { say "ql: the ARM program ($stage) ends with status $arm_status"; exit 1; }
+    cmp -s "$out/$stage.arm.out" "$out/optimized.out" || say "ql: the ARM program ($stage) prints something else"
+done
+cat "$out/optimized.arm.out"
 say "== executed, before and after (exit status $status)"
-python3 - "$out/parsed.json" "$out/optimized.json" >&2 <<'PY'
+python3 - "$out/parsed" "$out/optimized" >&2 <<'PY'
 import json, sys
-before, after = (json.load(open(p))["total"] for p in sys.argv[1:3])
-for k in ("nodes", "statements", "loads", "stores", "calls", "branches", "multiplications", "divisions"):
+before, after = (json.load(open(p + ".json"))["total"] for p in sys.argv[1:3])
+for p, counts in zip(sys.argv[1:3], (before, after)):
+    counts["ARM instructions"] = int(open(p + ".arm").read())
+for k in ("nodes", "statements", "loads", "stores", "calls", "branches", "multiplications", "divisions", "ARM instructions"):
     b, a = before[k], after[k]
     print("  %-16s %14d %14d  %6.1f%%" % (k, b, a, 100.0 * a / b if b else 100.0))
 PY
