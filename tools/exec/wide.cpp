@@ -37,37 +37,56 @@ struct WIDE_INFO {
     SHAPE to, from;
 };
 
-// --- complex arithmetic, in double and in the annex form without recovery of infinities ---
+// --- complex arithmetic ---
 
-using CPX = std::pair<double, double>;
-CPX cpx_get(const WIDE &w, const SHAPE &s) {
-    auto one = [&](unsigned i) {
-        uint64_t v = lane_get(w, s, i);
-        return s.lane == SK_f32 ? double(as_f32(v)) : s.lane == SK_f64 ? as_f64(v) : double(int64_t(v));
+using CFLOAT = __complex__ float;
+using CDOUBLE = __complex__ double;
+
+// As the target's run-time functions compute it: the host compiler's are the same for float and double.
+template <class FLOAT, class CPX>
+void complex_float(int op, const SHAPE &s, const WIDE &a, const WIDE &b, WIDE &r) {
+    auto get = [&](const WIDE &w) {
+        FLOAT part[2];
+        for (unsigned i = 0; i < 2; i++) {
+            uint64_t v = lane_get(w, s, i);
+            memcpy(&part[i], &v, sizeof(FLOAT));
+        }
+        CPX z;
+        __real__ z = part[0], __imag__ z = part[1];
+        return z;
     };
-    return {one(0), one(1)};
-}
-void cpx_set(WIDE &w, const SHAPE &s, CPX c) {
-    auto one = [&](unsigned i, double d) {
-        lane_set(w, s, i,
-                 s.lane == SK_f32   ? from_f32(float(d))
-                 : s.lane == SK_f64 ? from_f64(d)
-                                    : convert_value(s.lane, SK_f64, from_f64(d)));
-    };
-    one(0, c.first), one(1, c.second);
-}
-CPX cpx_op(int op, CPX a, CPX b) {
-    auto [x, y] = a;
-    auto [u, v] = b;
-    switch (op) {
-    case PLUS: return {x + u, y + v};
-    case MINUS: return {x - u, y - v};
-    case MULT: return {x * u - y * v, x * v + y * u};
-    default: {
-        double d = u * u + v * v;
-        return {(x * u + y * v) / d, (y * u - x * v) / d};
+    CPX x = get(a), y = get(b);
+    CPX z = op == PLUS ? x + y : op == MINUS ? x - y : op == MULT ? x * y : x / y;
+    FLOAT part[2] = {__real__ z, __imag__ z};
+    for (unsigned i = 0; i < 2; i++) {
+        uint64_t v = 0;
+        memcpy(&v, &part[i], sizeof(FLOAT));
+        lane_set(r, s, i, v);
     }
+}
+
+void complex_integer(int op, const SHAPE &s, const WIDE &a, const WIDE &b, WIDE &r) {
+    auto f = [&](int o, uint64_t l, uint64_t m) { return apply_binary(o, s.lane, l, m); };
+    uint64_t x = lane_get(a, s, 0), y = lane_get(a, s, 1), u = lane_get(b, s, 0), v = lane_get(b, s, 1), re,
+             im;
+    if (op == PLUS || op == MINUS) re = f(op, x, u), im = f(op, y, v);
+    else if (op == MULT)
+        re = f(MINUS, f(MULT, x, u), f(MULT, y, v)), im = f(PLUS, f(MULT, x, v), f(MULT, y, u));
+    else {
+        auto size = [&](uint64_t n) {
+            return s.lane == SK_u8 || s.lane == SK_u16 || s.lane == SK_u32 || s.lane == SK_u64 ? n
+                   : int64_t(n) < 0                                                            ? 0 - n
+                                                                                               : n;
+        };
+        if (size(u) < size(v)) { // both parts of the divisor by the larger one
+            uint64_t ratio = f(DIV, u, v), d = f(PLUS, f(MULT, u, ratio), v);
+            re = f(DIV, f(PLUS, f(MULT, x, ratio), y), d), im = f(DIV, f(MINUS, f(MULT, y, ratio), x), d);
+        } else {
+            uint64_t ratio = f(DIV, v, u), d = f(PLUS, f(MULT, v, ratio), u);
+            re = f(DIV, f(PLUS, f(MULT, y, ratio), x), d), im = f(DIV, f(MINUS, y, f(MULT, x, ratio)), d);
+        }
     }
+    lane_set(r, s, 0, re), lane_set(r, s, 1, im);
 }
 
 void wide_binary(const XN *n, FRAME *f, WIDE *out) {
@@ -76,9 +95,10 @@ void wide_binary(const XN *n, FRAME *f, WIDE *out) {
     WIDE a, b, r;
     n->a->wide(n->a, f, &a);
     n->b->wide(n->b, f, &b);
-    if (s.complex) {
-        cpx_set(r, s, cpx_op(info->op, cpx_get(a, s), cpx_get(b, s)));
-    } else
+    if (s.complex && s.lane == SK_f32) complex_float<float, CFLOAT>(info->op, s, a, b, r);
+    else if (s.complex && s.lane == SK_f64) complex_float<double, CDOUBLE>(info->op, s, a, b, r);
+    else if (s.complex) complex_integer(info->op, s, a, b, r);
+    else
         for (unsigned i = 0; i < s.lanes; i++)
             lane_set(r, s, i, apply_binary(info->op, s.lane, lane_get(a, s, i), lane_get(b, s, i)));
     *out = r;
@@ -204,6 +224,7 @@ XN *compile_wide(COMPILER &c, MNODE *t) {
     case MINUS:
     case MULT:
     case DIV:
+    case MOD:
     case ANDB:
     case ORB:
     case XORB:

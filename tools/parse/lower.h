@@ -226,6 +226,7 @@ class LOWER {
     MNODE *increment(const clang::UnaryOperator *);
     MNODE *binary(const clang::BinaryOperator *);
     MNODE *comparison(const clang::BinaryOperator *);
+    MNODE *complex_binary(int op, TYPE *, MNODE *l, MNODE *r);
     MNODE *pointer_arithmetic(MNODE *pointer, const clang::Expr *index, clang::QualType pointee, bool minus);
     MNODE *assignment(const clang::BinaryOperator *);
     MNODE *compound_assignment(const clang::CompoundAssignOperator *);

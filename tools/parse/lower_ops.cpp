@@ -43,6 +43,14 @@ int assign_opcode(int op) {
     }
 }
 
+// The front end makes a complex number of an integer beside one; here it stays real.
+const Expr *without_complex_cast(const Expr *e) {
+    auto *c = dyn_cast<ImplicitCastExpr>(e->IgnoreParens());
+    bool made =
+        c && (c->getCastKind() == CK_FloatingRealToComplex || c->getCastKind() == CK_IntegralRealToComplex);
+    return made ? c->getSubExpr() : e;
+}
+
 bool is_bitfield(const Expr *e) { return e->getSourceBitField() != nullptr; }
 
 } // namespace
@@ -164,18 +172,42 @@ MNODE *LOWER::binary(const BinaryOperator *b) {
     case BO_PtrMemI: refuse(b->getBeginLoc(), "a pointer to member");
     default: break;
     }
+    if (t->is_complex())
+        return complex_binary(opcode_for(b->getOpcode(), t), t, rvalue(without_complex_cast(b->getLHS())),
+                              rvalue(without_complex_cast(b->getRHS())));
     MNODE *l = rvalue(b->getLHS()), *r = rvalue(b->getRHS());
     if (b->isShiftOp()) r = convert(r, int_t());
-    if (t->is_complex()) {
-        // A real operand takes part as a complex one.
-        for (MNODE **v : {&l, &r})
-            if (!(*v)->type->is_complex()) {
-                TYPE *part = t->part_type();
-                *v = m.node(COMPLEX, t, convert(*v, part),
-                            part->is_fltpt() ? float_constant(0, part) : icon(0, part));
-            }
-    }
     return m.node(opcode_for(b->getOpcode(), t), t, l, r);
+}
+
+// Arithmetic with a result of complex type. A real operand acts on the parts and is no complex number with a zero: the
+// signs of zeros and infinities depend on it. Only as a dividend it is one.
+MNODE *LOWER::complex_binary(int op, TYPE *t, MNODE *l, MNODE *r) {
+    TYPE *part = t->part_type();
+    bool left = l->type->is_complex(), right = r->type->is_complex();
+    if (!left && op == DIV) {
+        l = m.node(COMPLEX, t, convert(l, part), part->is_fltpt() ? float_constant(0, part) : icon(0, part));
+        left = true;
+    }
+    if (left && right) return m.node(op, t, l, r);
+    MNODE *first = nullptr;
+    for (MNODE **v : {&l, &r}) {
+        if (!(*v)->type->is_complex()) *v = convert(*v, part);
+        if (is_simple(*v)) continue;
+        MSYM *kept = temp((*v)->type);
+        MNODE *set = m.node(ASG, kept->type, m.name(kept), *v);
+        first = first ? comma_op(first, set) : set;
+        *v = m.name(kept);
+    }
+    auto of = [&](MNODE *v, bool re) {
+        if (!v->type->is_complex()) return m.copy(v);
+        return m.node(re ? REAL : IMAG, part, m.copy(v));
+    };
+    MNODE *re = m.node(op, part, of(l, true), of(r, true)), *im;
+    if (op == MULT || op == DIV) im = m.node(op, part, of(l, false), of(r, false));
+    else if (left) im = of(l, false);
+    else im = op == PLUS ? of(r, false) : m.node(UMINUS, part, of(r, false));
+    return comma_op(first, m.node(COMPLEX, t, re, im));
 }
 
 MNODE *LOWER::assignment(const BinaryOperator *b) {
@@ -201,7 +233,7 @@ MNODE *LOWER::compound_assignment(const CompoundAssignOperator *b) {
         return m.node(kind == BO_Add ? PLUSASG : MINUSASG, left_t, lvalue(b->getLHS()), bytes);
     }
     TYPE *work = unqualified(b->getComputationLHSType());
-    MNODE *right = rvalue(b->getRHS());
+    MNODE *right = rvalue(work->is_complex() ? without_complex_cast(b->getRHS()) : b->getRHS());
     int op = opcode_for(kind, work);
     if (MNODE *v = atomic_update(b->getLHS(), kind, right, false)) return v;
     bool shift = kind == BO_Shl || kind == BO_Shr;
@@ -212,12 +244,9 @@ MNODE *LOWER::compound_assignment(const CompoundAssignOperator *b) {
     MNODE *lv = stable_lvalue(b->getLHS(), first);
     MNODE *old = convert(m.copy(lv), work);
     if (work->is_complex()) {
-        TYPE *part = work->part_type();
-        MNODE *zero = part->is_fltpt() ? float_constant(0, part) : icon(0, part);
-        if (!old->type->is_complex()) old = m.node(COMPLEX, work, convert(m.copy(lv), part), zero);
-        if (!right->type->is_complex()) right = m.node(COMPLEX, work, convert(right, part), m.copy(zero));
+        if (!left_t->is_complex()) old = m.copy(lv);
     } else if (!shift) right = convert(right, work);
-    MNODE *result = m.node(op, work, old, right);
+    MNODE *result = work->is_complex() ? complex_binary(op, work, old, right) : m.node(op, work, old, right);
     if (work->is_complex() && !left_t->is_complex()) result = m.node(REAL, work->part_type(), result);
     return comma_op(first, assign(lv, convert(result, left_t)));
 }
