@@ -445,6 +445,21 @@ STEP same_operands(NODE *&n, struct LOOP *loop) {
     return RULE("bits: x & x, x | x -> x") ? done(n, only_left(n, loop)) : NO_STEP;
 }
 
+// (u & v) & v, (v & u) & v  ->  u & v        the same for ORB; nothing happens in u in the second form
+// (u ^ v) ^ v, (v ^ u) ^ v  ->  u
+STEP operand_seen_before(NODE *&n, struct LOOP *loop) {
+    NODE *x = n->left, *v = n->right;
+    if (x->op != n->op || !same_ring(x, n) || !is_ring(v->type) || v->op == ICON) return NO_STEP;
+    bool is_last = trees_are_congruent(x->right, v);
+    if (!is_last && (!trees_are_congruent(x->left, v) || !may_drop(x->right))) return NO_STEP;
+    if (n->op != XORB) return RULE("bits: (u & v) & v -> u & v") ? done(n, only_left(n, loop)) : NO_STEP;
+    if (!RULE("XORB: (u ^ v) ^ v -> u")) return NO_STEP;
+    if (!is_last) std::swap(x->left, x->right);
+    TYPE *t = n->type;
+    x = take_left(n);
+    return done(n, as_type(t, only_left(x, loop), loop));
+}
+
 // x & c  ->  x & (c & 1)      x is 0 or 1
 STEP mask_of_boolean(NODE *&n, struct LOOP *) {
     if (!is_ICON_in(n->right) || !returns_1_or_0(n->left)) return NO_STEP;
@@ -565,8 +580,9 @@ STEP range_check(NODE *&n, struct LOOP *loop) {
     return done(n, as_type(result, test, loop));
 }
 
-constexpr RULE_FN andb_rules[] = {fold_bits,          same_operands, mask_of_boolean, mask_of_rounded_sum,
-                                  mask_of_known_bits, mask_of_ORB,   range_check};
+constexpr RULE_FN andb_rules[] = {fold_bits,       same_operands,       operand_seen_before,
+                                  mask_of_boolean, mask_of_rounded_sum, mask_of_known_bits,
+                                  mask_of_ORB,     range_check};
 
 // The common frame of the three workers.
 template <size_t N> NODE *simp_bits(NODE *n, struct LOOP *loop, const RULE_FN (&rules)[N]) {
@@ -658,23 +674,28 @@ bool is_masked(const NODE *x, const NODE *n) {
 
 // (a & d) | (a & c)        ->  a & (d | c)
 // (v | (a & d)) | (a & c)  ->  v | (a & (d | c))
+// ((a & d) | v) | (a & c)  ->  (a & (d | c)) | v         nothing happens in v
 STEP join_masks(NODE *&n, struct LOOP *loop) {
     NODE *last = n->right;
-    bool behind_another = n->left->op == ORB && same_ring(n->left, n);
-    NODE *&first = behind_another ? n->left->right : n->left;
-    if (!is_masked(first, n) || !is_masked(last, n)) return NO_STEP;
-    if (!trees_are_congruent(first->left, last->left)) return NO_STEP;
-    if (!RULE("ORB: (a & d) | (a & c) -> a & (d | c)")) return NO_STEP;
+    if (!is_masked(last, n)) return NO_STEP;
+    auto fits = [&](const NODE *first) {
+        return is_masked(first, n) && trees_are_congruent(first->left, last->left);
+    };
+    NODE **place = nullptr, *orb = n->left;
+    if (orb->op != ORB || !same_ring(orb, n)) place = fits(orb) ? &n->left : nullptr;
+    else if (fits(orb->right)) place = &orb->right;
+    else if (fits(orb->left) && may_drop(orb->right)) place = &orb->left;
+    if (!place || !RULE("ORB: (a & d) | (a & c) -> a & (d | c)")) return NO_STEP;
     TYPE *t = n->type;
-    uint64_t both = bits_of(first->right, t) | bits_of(last->right, t);
-    set_ICON(first->right, both, first->type);
+    NODE *&first = *place;
+    set_ICON(first->right, bits_of(first->right, t) | bits_of(last->right, t), first->type);
     first = simp_node(first, loop);
-    if (!behind_another) return done(n, only_left(n, loop));
+    if (place == &n->left) return done(n, only_left(n, loop));
     NODE *rest = take_left(n);
     return done(n, as_type(t, simp_node(rest, loop), loop));
 }
 
-constexpr RULE_FN orb_rules[] = {fold_bits,   same_operands,     set_known_bits,
+constexpr RULE_FN orb_rules[] = {fold_bits,   same_operands,     operand_seen_before, set_known_bits,
                                  set_in_XORB, set_in_masked_ORB, join_masks};
 
 } // namespace
@@ -726,7 +747,8 @@ STEP flip_masked(NODE *&n, struct LOOP *loop) {
     return done(n, simp_node(mask, loop));
 }
 
-constexpr RULE_FN xorb_rules[] = {fold_bits, same_operands, flip_known_bits, flip_masked};
+constexpr RULE_FN xorb_rules[] = {fold_bits, same_operands, operand_seen_before, flip_known_bits,
+                                  flip_masked};
 
 } // namespace
 
