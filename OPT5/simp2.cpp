@@ -182,7 +182,9 @@ NODE *push_and_keep_left(NODE *x, uint64_t m) {
 }
 
 void shape_operand(NODE *icon, uint64_t m, TYPE *t, bool may_fill) {
-    uint64_t old = bits_of(icon, t), better = shaped(old, m, t, may_fill);
+    uint64_t old = bits_of(icon, t);
+    if (!may_fill && (old & ~m) == 0) return;
+    uint64_t better = shaped(old, m, t, may_fill);
     if (better == old || !RULE("mask: constant of a sum or XORB, bits outside of the mask")) return;
     set_ICON(icon, better, t);
     prop.changes++;

@@ -23,8 +23,8 @@ NODE *simp_ANDB(NODE *node, struct LOOP *loop);
 NODE *simp_ORB(NODE *node, struct LOOP *loop);
 NODE *simp_XORB(NODE *node, struct LOOP *loop);
 
-constexpr int PROP_MASK_DEPTH = 32;
-constexpr int PROP_MASK_VISITS = 200;
+constexpr int PROP_MASK_DEPTH = 16;
+constexpr int PROP_MASK_VISITS = 100;
 constexpr int DROP_WALK_CAP = 128; // nodes of a masked-out operand, looked through for effects
 extern unsigned prop_mask_cap_hits, drop_walk_cap_hits;
 

@@ -247,17 +247,31 @@ BITS called(const NODE *call) {
 
 // --- chains of ANDB ---
 
+// Of other operators the walk itself knows what the bounds know.
+bool bounds_may_say_more(const NODE *x) {
+    switch (x->op) {
+    case NAME:
+    case PLUS:
+    case MINUS:
+    case UMINUS:
+    case DIV:
+    case MOD:
+    case QUEST:
+    case SCONV:
+    case ICALL: return x->type->is_integral() || x->type->is_enum();
+    default: return false;
+    }
+}
+
 BITS in_bounds_of(const NODE *x, const TYPE *as) {
-    bool is_number = x->type->is_integral() || x->type->is_enum();
-    if (question.inside_bounds || question.bounds >= KNOWN_BITS_BOUNDS || x->op == ICON || !is_number)
+    if (question.inside_bounds || question.bounds >= KNOWN_BITS_BOUNDS || !bounds_may_say_more(x))
         return unknown(as);
     question.bounds++;
     SAVED<bool> inside(question.inside_bounds, true);
-    INT65 low = calculate_minval_for_tree(x, question.loop),
-          high = calculate_maxval_for_tree(x, question.loop);
-    if (low == INT65::min() || high == INT65::max()) return unknown(as);
-    return within(as, {find_known_ones_in_range(low, high).to_uint64(),
-                       find_known_zeros_in_range(low, high).to_uint64()});
+    VALUE_RANGE r = calculate_range_for_tree(x, question.loop);
+    if (r.low == INT65::min() || r.high == INT65::max()) return unknown(as);
+    return within(as, {find_known_ones_in_range(r.low, r.high).to_uint64(),
+                       find_known_zeros_in_range(r.low, r.high).to_uint64()});
 }
 
 BITS masked(const NODE *x) {

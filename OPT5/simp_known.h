@@ -26,7 +26,7 @@
 
 constexpr int KNOWN_BITS_DEPTH = 8;
 constexpr int KNOWN_BITS_VISITS = 128; // nodes that one question may look at
-constexpr int KNOWN_BITS_BOUNDS = 4;   // operands whose bounds one question may ask for
+constexpr int KNOWN_BITS_BOUNDS = 2;   // operands whose bounds one question may ask for
 extern unsigned known_bits_depth_hits, known_bits_visit_hits;
 
 INT65 find_known_ones(const NODE *tree, TYPE *type);
