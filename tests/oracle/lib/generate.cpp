@@ -8,6 +8,8 @@
 #include "OPT5/fold.h"
 #include "OPT5/symtab.h"
 #include "OPT5/tree.h"
+#include "tests/oracle/lib/idioms.h"
+#include "tests/oracle/lib/notation.h"
 #include "typepkg/type_pkg.h"
 
 // --- makers ---
@@ -229,6 +231,8 @@ NODE *GENERATOR::condition(int depth) {
         TYPE *type = some_type();
         return t_binary(t_relation(int(pick(random, 6)), type), leaf(type), leaf(type), w.i32);
     }
+    if (chance(random, idioms) && control)
+        if (NODE *n = idiom(w.i32, condition_idioms(), depth)) return n;
     switch (pick(random, control ? 12 : 9)) {
     case 0: {
         NODE *a = tree(some_type(), depth - 1);
@@ -266,8 +270,25 @@ NODE *GENERATOR::float_tree(TYPE *type, int depth) {
     }
 }
 
+// A shape of the list with trees in its holes, converted to the type; null when it has no meaning for the type.
+NODE *GENERATOR::idiom(TYPE *type, std::span<const char *const> list, int depth) {
+    TYPE *of = type->is_bool() || type->is_enum() || type->is_fltpt() ? integer_type() : type;
+    const char *text = list[pick(random, unsigned(list.size()))];
+    if (!memory && strpbrk(text, "pqrs")) return nullptr;
+    NODE *n = tree_from_notation(text, of, random, depth > 1 ? 40 : 0, depth - 2);
+    return n && (!n->type->is_ptr() || type->is_ptr()) && !n->type->is_void() ? t_convert(type, n) : n;
+}
+
+TYPE *GENERATOR::integer_type() {
+    return world().integer(bits ? bits : 8 << pick(random, 4), chance(random, 50));
+}
+
 NODE *GENERATOR::integer_tree(TYPE *type, int depth) {
     ORACLE_WORLD &w = world();
+    if (chance(random, idioms))
+        if (NODE *n =
+                idiom(type, chance(random, 80) || !control ? value_idioms() : condition_idioms(), depth))
+            return n;
     unsigned what = pick(random, 100);
     if (type->is_bool() || type->is_enum()) { // no arithmetic in these
         if (what < 40)
@@ -330,6 +351,11 @@ NODE *GENERATOR::target(TYPE *type) {
 NODE *GENERATOR::statement(int depth) {
     ORACLE_WORLD &w = world();
     TYPE *type = some_type();
+    if (chance(random, idioms)) {
+        NODE *n = tree_from_notation(effect_idioms()[pick(random, unsigned(effect_idioms().size()))],
+                                     integer_type(), random, 40, depth - 1);
+        if (n) return n;
+    }
     modified = 1; // the statement itself is the one modification
     switch (pick(random, 8)) {
     case 0:

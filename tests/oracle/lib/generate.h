@@ -7,6 +7,7 @@
 #pragma once
 
 #include <random>
+#include <span>
 
 #include "OPT5/fwd.h"
 #include "support/xint.h"
@@ -23,6 +24,7 @@ struct GENERATOR {
     bool floats = true;
     bool narrow = true;    // operators of less than int size, and bool and enum
     bool control = true;   // &&, ||, ?:
+    unsigned idioms = 25;  // percent of subtrees that come from tests/oracle/lib/idioms.h
     int bits = 0;          // only integers of that size; 0: all
     unsigned modified = 0; // assignments so far; keeps them apart
 
@@ -31,6 +33,7 @@ struct GENERATOR {
     // A statement: an assignment, step, call or something whose value is not used.
     NODE *statement(int depth);
     TYPE *some_type();
+    TYPE *integer_type(); // one of the eight
     NODE *leaf(TYPE *type);
     NODE *constant(TYPE *type);
     NODE *pointer_to_int(int depth);
@@ -40,6 +43,7 @@ struct GENERATOR {
     NODE *float_tree(TYPE *type, int depth);
     NODE *with_effect(TYPE *type, int depth);
     NODE *builtin(int depth);
+    NODE *idiom(TYPE *type, std::span<const char *const> list, int depth);
     NODE *target(TYPE *type);
 };
 

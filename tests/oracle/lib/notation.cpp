@@ -9,6 +9,7 @@
 #include "OPT5/symtab.h"
 #include "OPT5/treewalk.h"
 #include "OPT5/tree.h"
+#include "support/fps_text.h"
 #include "typepkg/type_pkg.h"
 #include "typepkg/type_query.h"
 
@@ -39,6 +40,7 @@ struct READER {
     TYPE *T;
     RANDOM &random;
     unsigned holes;
+    int depth;
     size_t at = 0;
     bool meaningless = false;
     std::map<char, INT65> constants;
@@ -126,7 +128,7 @@ struct READER {
         if (chance(random, holes)) {
             GENERATOR g{random};
             g.effects = false, g.memory = chance(random, 20), g.floats = chance(random, 20);
-            return g.tree(type, 2);
+            return g.tree(type, depth);
         }
         return mk_NAME(world().variable(name, type));
     }
@@ -165,6 +167,17 @@ struct READER {
         blanks();
         if (at >= text.size()) bad("an operand is missing");
         if (isdigit(static_cast<unsigned char>(text[at]))) {
+            size_t to = at;
+            while (to < text.size() && (isalnum(static_cast<unsigned char>(text[to])) || text[to] == '.'))
+                to++;
+            if (text.find('.', at) < to) {
+                simul_fval f;
+                f_atof(text.substr(at, to - at).c_str(), &f);
+                at = to;
+                if (T->is_fltpt()) return mk_FCON(f, T);
+                meaningless = true;
+                return literal(INT65(0));
+            }
             char *end;
             unsigned long long v = strtoull(text.c_str() + at, &end, 0);
             at = size_t(end - text.c_str());
@@ -336,8 +349,8 @@ struct READER {
 
 } // namespace
 
-NODE *tree_from_notation(const std::string &text, TYPE *type, RANDOM &random, unsigned holes) {
-    READER reader{text, type, random, holes, 0, false, {}};
+NODE *tree_from_notation(const std::string &text, TYPE *type, RANDOM &random, unsigned holes, int depth) {
+    READER reader{text, type, random, holes, depth};
     NODE *tree = reader.expression(LEVEL_COMMA);
     reader.blanks();
     if (reader.at != text.size()) reader.bad("something is left over");

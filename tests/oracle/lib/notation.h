@@ -12,6 +12,7 @@
 //   {c - 1}     what is in braces must be constant and is computed
 //   (U)x        casts: T itself, U and S of other signedness (unsigned, signed), W and H twice and half as wide, and
 //               i8 u8 ... u64 bool f32 f64
+//   1.5         a floating constant, where T is a floating type
 //   x@u8        a variable of another type, and 3@u8 a constant
 //   < <= ...    by the type of the operands: signed, unsigned (32 bits and more) or floating
 //
@@ -25,5 +26,6 @@
 
 // A tree with the holes filled. A text that can't be read ends the program with a message; null when the text has
 // no meaning for T (W of a 64-bit type, H of an 8-bit one).
-// `holes`: percent of x, y, z that become trees.
-NODE *tree_from_notation(const std::string &text, TYPE *type, RANDOM &random, unsigned holes = 0);
+// `holes`: percent of x, y, z that become trees, of `depth` levels.
+NODE *tree_from_notation(const std::string &text, TYPE *type, RANDOM &random, unsigned holes = 0,
+                         int depth = 2);
