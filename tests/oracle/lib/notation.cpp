@@ -43,7 +43,7 @@ struct READER {
     int depth;
     size_t at = 0;
     bool meaningless = false;
-    std::map<char, INT65> constants;
+    std::map<char, INT65> constants = {};
 
     [[noreturn]] void bad(const char *why) {
         fprintf(stderr, "%s at position %zu of \"%s\"\n", why, at, text.c_str());
@@ -156,14 +156,16 @@ struct READER {
                 else args = arg_list_append(args, t_convert(w.i32, a));
             } while (name == "g2" && take(","));
             expect(")");
-            if (first) return t_unary(ABS, first);
+            if (first) {
+                if (first->type->is_unsigned() && !first->type->is_fltpt()) meaningless = true;
+                return t_unary(ABS, first);
+            }
             return t_call(name == "f" ? w.pure : name == "g" ? w.ext : w.ext2, args);
         }
         bad("no such name");
     }
 
     NODE *primary() {
-        ORACLE_WORLD &w = world();
         blanks();
         if (at >= text.size()) bad("an operand is missing");
         if (isdigit(static_cast<unsigned char>(text[at]))) {
@@ -212,11 +214,14 @@ struct READER {
             at = back;
             NODE *n = expression(LEVEL_COMMA);
             expect(")");
-            return n;
+            return postfix(n);
         }
         std::string name = word();
         if (name.empty()) bad("an operand is expected");
-        NODE *n = named(name);
+        return postfix(named(name));
+    }
+    NODE *postfix(NODE *n) {
+        ORACLE_WORLD &w = world();
         for (;;) {
             if (take("->")) {
                 fkMDATA *m = w.field(word());
