@@ -71,6 +71,7 @@ struct ORACLE_OPTIONS {
     std::string only;  // rows whose text has this
     bool rule_stats = false;
     bool wraps = false; // --wraps: as CHECK::wraps, everywhere
+    bool stale = false; // --stale: a row whose rule never fires is a failure
     int max_failures = 5;
 };
 extern ORACLE_OPTIONS oracle_options;

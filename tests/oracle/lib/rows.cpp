@@ -86,9 +86,12 @@ void run_rows(const std::vector<oracle_row> &rows, const REWRITER &rewriter, int
                 if (!error.empty()) failures.add(std::string("row ") + row.text, error);
             }
         }
-        if (row.rule && firings_of(row.rule) == before && oracle_options.effort >= 1)
-            failures.add(std::string("row ") + row.text,
-                         std::string("the rule \"") + row.rule + "\" never fired\n");
+        if (row.rule && firings_of(row.rule) == before && oracle_options.effort >= 1) {
+            if (oracle_options.stale)
+                failures.add(std::string("row ") + row.text,
+                             std::string("the rule \"") + row.rule + "\" never fired\n");
+            else printf("row %s: the rule \"%s\" never fired\n", row.text, row.rule);
+        }
     }
 }
 
@@ -132,6 +135,7 @@ int main(int argc, char **argv) {
         else if (const char *v = value("--only=")) oracle_options.only = v;
         else if (const char *v = value("--failures=")) oracle_options.max_failures = atoi(v);
         else if (a == "--rule-stats") oracle_options.rule_stats = true;
+        else if (a == "--stale") oracle_options.stale = true;
         else if (a == "--wraps") oracle_options.wraps = true;
         else {
             fprintf(stderr,
@@ -141,6 +145,7 @@ int main(int argc, char **argv) {
                     "  --only=TEXT    rows with that text\n"
                     "  --failures=N   failures that are shown for each test (5)\n"
                     "  --wraps        no rewriting may rely on signed arithmetic not overflowing\n"
+                    "  --stale        a row whose rule never fires is a failure\n"
                     "  --rule-stats   a line for each rule with the number of its firings\n",
                     a.c_str());
             return 2;

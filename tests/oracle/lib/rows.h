@@ -1,8 +1,8 @@
 // Tables of patterns for the rules of the simplifier.
 //
 // A row has a text in the notation of tests/oracle/lib/notation.h, the integer types over which it runs, and, if
-// wanted, a part of the text of the rule that it is there for: a row whose rule never fires is a failure, so a row
-// that has gone stale is seen. Rows without a rule's name are for shapes that must stay right, the ones that a careless rule
+// wanted, a part of the text of the rule that it is there for. When that rule never fires, because another one came first
+// or the text is wrong, the row has gone stale: it is named, and is a failure under --stale. Rows without a rule's name are for shapes that must stay right, the ones that a careless rule
 // would break first among them.
 #pragma once
 
