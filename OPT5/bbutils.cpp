@@ -16,7 +16,6 @@
 #include "OPT5/typefacts.h"
 #include "support/fatal.h"
 #include "typepkg/type_merge.h"
-#include "typepkg/type_query.h"
 
 namespace {
 
@@ -717,9 +716,9 @@ namespace {
 // The type in which x op= y computes.
 TYPE *opASG_operation_type(int op, TYPE *x, TYPE *y) {
     if (!x->is_arithmetic()) return x;
-    if (op == SLL || op == SRL) return x->is_integral() || x->is_enum() ? c_integral_promotions(x) : x;
+    if (op == SLL || op == SRL) return promoted_type(x);
     if (!y->is_arithmetic()) return x;
-    return c_usual_arith_conv(x, y);
+    return combined_type_for_types(x, y);
 }
 
 } // namespace

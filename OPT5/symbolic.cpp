@@ -601,7 +601,11 @@ bool structure_is_non_zero(const NODE *n, struct LOOP *loop) {
 
 bool tree_is_non_zero(const NODE *n, struct LOOP *loop) {
     if (!n->type) return false;
-    if (n->type->is_ptr()) return pointer_contains_adcon_term(n);
+    if (n->type->is_ptr()) {
+        const NODE *p = strip_pointer_wrappers(n);
+        bool constant = p->op == ICON && !p->u.lval.truncate_unsigned(bits_of(n->type)).is_zero();
+        return constant || pointer_contains_adcon_term(n);
+    }
     if (!is_integer(n->type)) return false;
     if (!has(calculate_range_for_tree(n, loop), INT65(0))) return true;
     if (n->op == ICON || non_zero_depth > NON_ZERO_DEPTH) return false;

@@ -54,14 +54,15 @@ template <class F> bool all_members_in(TYPE *record, int64_t offset, int64_t wid
     return true;
 }
 
-// Bits of the range that some member holds, at most.
+// Bits of the range that the members hold: one after the other, or one of a union.
 int64_t bits_in_members(TYPE *record, int64_t offset, int64_t width) {
-    int64_t covered = 0;
+    int64_t sum = 0, most = 0;
     all_members_in(record, offset, width, [&](const fkMDATA *, int64_t, int64_t bits) {
-        covered += bits;
+        sum += bits;
+        most = std::max(most, bits);
         return true;
     });
-    return covered;
+    return record->is_union() ? most : sum;
 }
 
 } // namespace
