@@ -335,6 +335,7 @@ void simp_parts_for_control(NODE *n, struct LOOP *loop) {
 NODE *simp_for_control(NODE *tree, struct LOOP *loop) {
     for (int round = 0; round < CONTROL_ROUNDS; round++) {
         if (tree->op == ICON || !tree->type || !is_word_type(tree->type)) return tree;
+        if (tree->op == COMMAOP) break; // its value is looked at below; effects stay
         NODE *next = nullptr;
         for (CONTROL_RULE rule : control_rules)
             if ((next = rule(tree, loop))) break;

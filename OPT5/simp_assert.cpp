@@ -24,12 +24,14 @@ bool is_conjunction(const NODE *t) {
     return t->op == ANDAND || (t->op == ANDB && returns_1_or_0(t->left) && returns_1_or_0(t->right));
 }
 
-// (a || b) == 0  ->  !a && !b
+// (a || b) == 0, (a | b) == 0  ->  !a && !b
 NODE *split_negated_disjunction(NODE *t, struct LOOP *loop) {
-    if (t->op != EQ || !is_zero_constant(t->right) || t->left->op != OROR) return t;
+    if (t->op != EQ || !is_zero_constant(t->right)) return t;
+    if (t->left->op != OROR && !(t->left->op == ORB && is_integer_type(t->left->type))) return t;
     if (!RULE("ASSERT: (a || b) == 0 -> !a && !b")) return t;
     NODE *either = take_left(t);
     either->op = ANDAND;
+    either->type = tp->int_type();
     either->left = simp_node(mk_EXCLAIM(either->left), loop);
     either->right = simp_node(mk_EXCLAIM(either->right), loop);
     return either;
