@@ -225,6 +225,16 @@ struct MACHINE {
         case EQ: return truth(eval(n->left) == eval(n->right));
         case NEQ: return truth(eval(n->left) != eval(n->right));
         case LT: return truth(eval(n->left) < eval(n->right));
+        case LE: return truth(eval(n->left) <= eval(n->right));
+        case GT: return truth(eval(n->left) > eval(n->right));
+        case GE: return truth(eval(n->left) >= eval(n->right));
+        case ULE: return truth(unsigned(eval(n->left)) <= unsigned(eval(n->right)));
+        case ULT: return truth(unsigned(eval(n->left)) < unsigned(eval(n->right)));
+        case UGE: return truth(unsigned(eval(n->left)) >= unsigned(eval(n->right)));
+        case UGT: return truth(unsigned(eval(n->left)) > unsigned(eval(n->right)));
+        case UMINUS: return int(0u - unsigned(eval(n->left)));
+        case ORB: return eval(n->left) | eval(n->right);
+        case XORB: return eval(n->left) ^ eval(n->right);
         case EXCLAIM: return truth(!eval(n->left));
         case SCONV:
         case ACONV: return eval(n->left);
