@@ -459,7 +459,7 @@ struct OPT_CLIENT final : IF_CLIENT {
         currfuninfo->local_index = newest ? unsigned(newest->index) + 1 : 1;
         for (LIST *s = currfuninfo->statements; s; s = s->next) {
             if (currfuninfo->has_cregister_names) make_intrinsics_ordered(s->tree);
-            s->tree = simp_tree(rewrite_tree(s->tree, fix_BIF_types), nullptr);
+            s->tree = simp_statement(rewrite_tree(s->tree, fix_BIF_types), nullptr);
         }
         build_function();
         currfuninfo->per_call.assign(unique_call_index + 1, 0);

@@ -21,6 +21,10 @@
 
 // The whole tree, bottom up. `loop`, here and below, may be null; its facts serve the rules.
 NODE *simp_tree(NODE *tree, struct LOOP *loop);
+// A tree whose value nobody uses: a statement.
+NODE *simp_statement(NODE *tree, struct LOOP *loop);
+// For the worker of calls, which asks once: this is the call that the statement in work consists of.
+bool value_of_call_is_unused(const NODE *call);
 // One node whose operands are simplified already.
 NODE *simp_node(NODE *node, struct LOOP *loop);
 // Every statement of the current function.
