@@ -479,6 +479,8 @@ bool is_volatile_read(const NODE *n) {
 }
 
 bool call_has_no_effect(NODE *call) {
+    // what gives nothing, or a record through a hidden pointer, is called for what it writes
+    if (call->type->is_void()) return false;
     FUNINFO *callee = find_FUNINFO_for_call(call);
     return callee && callee->has_flag(FUN_is_pure_fun) && !callee->has_flag(FUN_never_returns);
 }

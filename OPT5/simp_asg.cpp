@@ -167,7 +167,8 @@ NODE *bubble_term_to_top(const NODE *target, NODE *rhs) {
 NODE *simp_ASG(NODE *n, struct LOOP *loop) {
     if (tree_is_arg_prolog(n)) return n;
     NODE *target = n->left;
-    if (!target->type->is_scalar() || !n->right->type->is_scalar()) return n;
+    auto is_simple = [](const TYPE *t) { return t->is_ptr() || t->is_fltpt() || is_int_type(t); };
+    if (!is_simple(target->type) || !is_simple(n->right->type)) return n;
     n->right = fit_right_side(target, n->right, loop);
 
     // x = (y = 0)  ->  (y = 0), (x = 0)
@@ -202,6 +203,7 @@ NODE *simp_ASG(NODE *n, struct LOOP *loop) {
 NODE *simp_opASG(NODE *n, struct LOOP *loop) {
     NODE *target = n->left;
     TYPE *type = target->type;
+    if (!type->is_scalar() || type->is_complex() || n->right->type->is_complex()) return n;
     int op = op_of_opASG[n->op];
     bool low_bits_only = op == PLUS || op == MINUS || op == MULT || op == ANDB || op == ORB || op == XORB;
     if (low_bits_only && is_int_type(n->right->type)) {
