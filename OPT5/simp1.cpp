@@ -109,7 +109,7 @@ NODE *assigned_constant(const NODE *asg, struct LOOP *loop) {
     }
     NODE *constant = new_ICON(value, type, asg->scope);
     if (type->is_enum()) constant->type = type;
-    return as_type(asg->type, constant, loop);
+    return in_type(asg->type, constant, loop);
 }
 
 // (x = c) under an operand of n  ->  (x = c, n over c)
@@ -121,7 +121,7 @@ NODE *hoist_assignment(NODE *n, NODE *&operand, struct LOOP *loop) {
 }
 
 bool assigns_integer_constant(const NODE *n) {
-    return n->op == ASG && is_ICON(n->right) && is_ring_type(n->left->type) && is_ring_type(n->type) &&
+    return n->op == ASG && is_icon(n->right) && is_ring_type(n->left->type) && is_ring_type(n->type) &&
            is_int_type(n->right->type);
 }
 
@@ -195,24 +195,24 @@ bool is_vector_operation(const NODE *n) {
 
 // PMCONV(x, bits) -> x * bytes       PVCONV(x, bits) -> x / bytes
 NODE *simp_scaling(NODE *n, struct LOOP *loop) {
-    if (!is_ICON(n->right) || !is_int_type(n->type)) return n;
+    if (!is_icon(n->right) || !is_int_type(n->type)) return n;
     bool multiplies = n->op == PMCONV;
     if (multiplies ? !RULE("PMCONV(x, bits) -> x * bytes") : !RULE("PVCONV(x, bits) -> x / bytes")) return n;
     TYPE *type = multiplies ? n->type : tp->int_type();
     NODE *bytes = new_ICON(n->right->u.lval / INT65(8), type, n->scope);
     erase_node(n->right);
-    NODE *result = maketree(multiplies ? MULT : DIV, as_type(type, n->left, loop), bytes, type, n->scope);
+    NODE *result = maketree(multiplies ? MULT : DIV, in_type(type, n->left, loop), bytes, type, n->scope);
     TYPE *wanted = n->type;
     n->left = n->right = nullptr;
     erase_node(n);
-    return as_type(wanted, simp_node(result, loop), loop);
+    return in_type(wanted, simp_node(result, loop), loop);
 }
 
 // x = x, for records  ->  x
 NODE *simp_STASG(NODE *n) {
     if (tree_is_arg_prolog(n) || !trees_are_congruent(n->left, n->right) || !RULE("STASG: x = x -> x"))
         return n;
-    return take_right(n);
+    return keep_right(n);
 }
 
 NODE *simp_BRANCH(NODE *n) {
@@ -417,7 +417,7 @@ NODE *recover_post_increment(NODE *n) {
     NODE *asg = n->left, *value = n->right;
     if (value->op != PLUS && value->op != MINUS) return n;
     NODE *p = value->left;
-    if (p->op != NAME || !p->type->is_ptr() || !value->type->is_ptr() || !is_ICON(value->right) ||
+    if (p->op != NAME || !p->type->is_ptr() || !value->type->is_ptr() || !is_icon(value->right) ||
         p->type->is_volatile())
         return n;
     auto step_of = [](const NODE *sum) {
@@ -425,10 +425,10 @@ NODE *recover_post_increment(NODE *n) {
         return sign_extend_by_type_size(truncate_to_type(c, tp->int_type()), tp->int_type());
     };
     INT65 d;
-    if (asg->op == ASG && (asg->right->op == PLUS || asg->right->op == MINUS) && is_ICON(asg->right->right) &&
+    if (asg->op == ASG && (asg->right->op == PLUS || asg->right->op == MINUS) && is_icon(asg->right->right) &&
         trees_are_congruent(asg->left, asg->right->left) && asg->right->type->is_ptr()) {
         d = step_of(asg->right);
-    } else if ((asg->op == PLUSASG || asg->op == MINUSASG) && is_ICON(asg->right)) {
+    } else if ((asg->op == PLUSASG || asg->op == MINUSASG) && is_icon(asg->right)) {
         d = asg->op == PLUSASG ? asg->right->u.lval : -asg->right->u.lval;
         d = sign_extend_by_type_size(truncate_to_type(d, tp->int_type()), tp->int_type());
     } else {
@@ -455,10 +455,10 @@ NODE *simp_COMMAOP(NODE *n, struct LOOP *) {
         NODE *&effect = n->left->op == COMMAOP ? n->left->right : n->left;
         effect = peel_for_effect(effect);
         if (!effect && n->left) {
-            n->left = take_left(n->left);
+            n->left = keep_left(n->left);
             continue;
         }
-        if (!n->left) return take_right(n);
+        if (!n->left) return keep_right(n);
         NODE *right = n->right;
         if (right->op != COMMAOP) break;
         n->right = right->right;

@@ -14,7 +14,7 @@
 namespace {
 
 bool is_constant_sum(const NODE *p) {
-    return p->op == PLUS && p->type->is_ptr() && p->left->type->is_ptr() && is_ICON(p->right);
+    return p->op == PLUS && p->type->is_ptr() && p->left->type->is_ptr() && is_icon(p->right);
 }
 
 // The field's place in its record, in bytes.
@@ -30,7 +30,7 @@ bool is_whole_field(const NODE *access) {
 NODE *indirection_at(NODE *access, NODE *pointer, INT65 by, struct LOOP *loop) {
     TYPE *type = access->type, *to = tp->mk_ptr(type);
     LS *scope = access->scope;
-    NODE *base = as_type(to, pointer, loop);
+    NODE *base = in_type(to, pointer, loop);
     erase_tree(access);
     NODE *address = simp_new(PLUS, base, new_ICON(by, tp->int_type(), scope), to, scope, loop);
     return simp_new(UMULT, address, nullptr, type, scope, loop);
@@ -47,7 +47,7 @@ NODE *simp_UMULT(NODE *n, struct LOOP *) {
         x->type == n->type || (x->type->is_volatile() == n->type->is_volatile() &&
                                equiv_mtypes(x->type, n->type) && compatible_types(x->type, n->type, true));
     if (!same || !RULE("UMULT: *&x -> x")) return n;
-    return take_left(take_left(n));
+    return keep_left(keep_left(n));
 }
 
 // (*(p + c)).f  ->  *(p + (c + offset))       f no bit-field; where the alias analysis does not need the field
@@ -69,7 +69,7 @@ NODE *simp_STREF(NODE *n, struct LOOP *loop) {
     QL_ASSERT(n->right && n->right->op == FIELD);
     if (p->op == UAND && p->left && p->left->type->is_csu() && n->right->u.csu &&
         compatible_types(p->left->type, n->right->u.csu, true) && RULE("STREF: (&s)->f -> s.f")) {
-        n->left = take_left(p);
+        n->left = keep_left(p);
         n->op = STDOT;
         return simp_node(n, loop);
     }
@@ -90,13 +90,13 @@ NODE *simp_UAND(NODE *n, struct LOOP *loop) {
     LS *scope = n->scope;
     if (x->op == UMULT) {
         if (x->right || !x->left->type->is_ptr() || !RULE("UAND: &*p -> p")) return n;
-        return as_type(type, take_left(take_left(n)), loop);
+        return in_type(type, keep_left(keep_left(n)), loop);
     }
     if ((x->op != STREF && x->op != STDOT) || !is_whole_field(x) || must_preserve_STDOT(x)) return n;
     INT65 offset = field_offset(x);
     if (!offset.fits_signed(32)) return n;
     NODE *base = x->left;
-    if (x->op == STREF && base->op == PCONV && is_ICON(base->left) &&
+    if (x->op == STREF && base->op == PCONV && is_icon(base->left) &&
         same_ring(base->left->type, base->type)) {
         if (!RULE("UAND: &((T*)c)->f -> c + offset")) return n;
         base->left->u.lval = truncate_to_type(base->left->u.lval + offset, base->left->type);
@@ -113,6 +113,6 @@ NODE *simp_UAND(NODE *n, struct LOOP *loop) {
         base = maketree(UAND, base, nullptr, tp->mk_ptr(base->type), scope);
         base = simp_node(base, loop);
     }
-    return simp_new(PLUS, as_type(type, base, loop), new_ICON(offset, tp->int_type(), scope), type, scope,
+    return simp_new(PLUS, in_type(type, base, loop), new_ICON(offset, tp->int_type(), scope), type, scope,
                     loop);
 }

@@ -23,7 +23,7 @@ bool in_ring(const NODE *x, const NODE *n) { return same_ring(x->type, n->type);
 bool is_op_in_ring(const NODE *x, int op, const NODE *n) { return x->op == op && in_ring(x, n); }
 // x * c
 bool is_product_by_ICON(const NODE *x, const NODE *n) {
-    return is_op_in_ring(x, MULT, n) && is_ICON(x->right);
+    return is_op_in_ring(x, MULT, n) && is_icon(x->right);
 }
 bool is_sum(const NODE *x, const NODE *n) { return (x->op == PLUS || x->op == MINUS) && in_ring(x, n); }
 bool is_pure_address(const NODE *x) { return x->op == PCONV || x->op == ISP2CHAR; }
@@ -73,7 +73,7 @@ STEP strip_conversions(NODE *&n, struct LOOP *) {
 
 // x op 0 -> x     x & 0 -> (x, 0)     b & 1 -> b     b | 1 -> (b, 1)         b is 0 or 1
 STEP constant_right(NODE *&n, struct LOOP *loop) {
-    if (!is_ICON(n->right)) return NO_STEP;
+    if (!is_icon(n->right)) return NO_STEP;
     INT65 c = n->right->u.lval;
     TYPE *type = n->type;
     if (c.is_zero()) {
@@ -82,14 +82,14 @@ STEP constant_right(NODE *&n, struct LOOP *loop) {
             n = constant_after_operands(n, INT65(0), loop);
         } else {
             if (!RULE("assoc: x op 0 -> x")) return NO_STEP;
-            n = as_type(type, take_left(n), loop);
+            n = in_type(type, keep_left(n), loop);
         }
         return DONE;
     }
     if (c != INT65(1) || (n->op != ANDB && n->op != ORB) || !returns_1_or_0(n->left)) return NO_STEP;
     if (n->op == ANDB) {
         if (!RULE("assoc: b & 1 -> b")) return NO_STEP;
-        n = as_type(type, take_left(n), loop);
+        n = in_type(type, keep_left(n), loop);
     } else {
         if (!RULE("assoc: b | 1 -> (b, 1)")) return NO_STEP;
         n = constant_after_operands(n, INT65(1), loop);
@@ -111,15 +111,15 @@ INT65 fold_bits(int op, INT65 a, INT65 b) {
 // (a op c) op y    ->  (a op y) op c
 STEP gather_constants(NODE *&n, struct LOOP *loop) {
     NODE *inner = n->left;
-    if (!is_op_in_ring(inner, n->op, n) || !is_ICON(inner->right)) return NO_STEP;
+    if (!is_op_in_ring(inner, n->op, n) || !is_icon(inner->right)) return NO_STEP;
     NODE *c = inner->right;
     TYPE *ints = ring_int(n);
-    if (is_ICON(n->right)) {
+    if (is_icon(n->right)) {
         if (!RULE("assoc: (a op c1) op c2 -> a op (c1 op c2)")) return NO_STEP;
         INT65 value =
             fold_bits(n->op, truncate_to_type(c->u.lval, ints), truncate_to_type(n->right->u.lval, ints));
         NODE *y = n->right;
-        n->left = take_left(inner);
+        n->left = keep_left(inner);
         erase_node(y);
         n->right = new_ICON(value, ints, n->scope);
         n = simp_node(n, loop);
@@ -196,7 +196,7 @@ STEP lean_left_here(NODE *&n, struct LOOP *loop) {
 //     c must be what its low half is when it is extended as x is; an ANDB with a mask without high bits may extend by
 //     zeros whatever x's sign is.
 STEP narrow_mask(NODE *&n, struct LOOP *loop) {
-    if (n->op == PLUS || !is_ICON(n->right) || !is_int_type(n->type) || n->type->size <= tp->int_type()->size)
+    if (n->op == PLUS || !is_icon(n->right) || !is_int_type(n->type) || n->type->size <= tp->int_type()->size)
         return NO_STEP;
     NODE *x = n->left;
     bool converted = x->op == SCONV && in_ring(x, n);
@@ -212,18 +212,18 @@ STEP narrow_mask(NODE *&n, struct LOOP *loop) {
         if (n->op != ANDB || truncate_to_type(low, n->type) != c) return NO_STEP;
     }
     if (!RULE("assoc: SCONV(x) & c -> SCONV(x & c)")) return NO_STEP;
-    if (converted) x = take_left(x);
+    if (converted) x = keep_left(x);
     NODE *mask =
-        simp_new(n->op, as_type(narrow, x, loop), new_ICON(low, narrow, n->scope), narrow, n->scope, loop);
+        simp_new(n->op, in_type(narrow, x, loop), new_ICON(low, narrow, n->scope), narrow, n->scope, loop);
     n->left = nullptr;
     TYPE *wide = n->type;
     erase_tree(n);
-    n = as_type(wide, mask, loop);
+    n = in_type(wide, mask, loop);
     return DONE;
 }
 
 bool is_right_shift(const NODE *x) {
-    return x->op == SRL && is_int_type(x->type) && !x->type->is_bool() && is_ICON(x->right) &&
+    return x->op == SRL && is_int_type(x->type) && !x->type->is_bool() && is_icon(x->right) &&
            !x->right->u.lval.is_negative() && x->right->u.lval < INT65((long long)x->type->size);
 }
 
@@ -238,16 +238,16 @@ STEP join_right_shifts(NODE *&n, struct LOOP *loop) {
     NODE *&shorter = &longer == &n->left ? n->right : n->left;
     int rest = longer->right->u.lval.low_i32() - shorter->right->u.lval.low_i32();
     NODE *shift = shorter;
-    shorter = as_type(type, shift->left, loop);
+    shorter = in_type(type, shift->left, loop);
     if (rest == 0) {
-        longer = as_type(type, take_left(longer), loop);
+        longer = in_type(type, keep_left(longer), loop);
     } else {
         longer->right->u.lval = INT65(rest);
         longer = simp_node(longer, loop);
     }
     n->type = type;
     shift->left = simp_node(n, loop);
-    n = as_type(result, simp_node(shift, loop), loop);
+    n = in_type(result, simp_node(shift, loop), loop);
     return DONE;
 }
 
@@ -255,7 +255,7 @@ STEP join_right_shifts(NODE *&n, struct LOOP *loop) {
 NODE *scaled_down(NODE *x, int by, struct LOOP *loop) {
     int k = scale_of(x);
     TYPE *type = x->type;
-    if (k == by) return as_type(type, take_left(x), loop);
+    if (k == by) return in_type(type, keep_left(x), loop);
     INT65 value = x->op == MULT ? INT65(1) << (k - by) : INT65(k - by);
     x->right->u.lval = truncate_to_type(value, x->right->type);
     return simp_node(x, loop);
@@ -290,7 +290,7 @@ STEP take_out_mask(NODE *&n, struct LOOP *loop) {
     if (!in_ring(a->right, n) || !trees_are_congruent(a->right, b->right)) return NO_STEP;
     if (!is_free_of_effects(b->left) || !RULE("assoc: (a & m) op (b & m) -> (a op b) & m")) return NO_STEP;
     n->left = a->left;
-    n->right = take_left(b);
+    n->right = keep_left(b);
     TYPE *type = n->type;
     a->type = type;
     a->left = simp_node(n, loop);
@@ -335,7 +335,7 @@ NODE *rebuilt(NODE *n, int op, NODE *x, NODE *y, struct LOOP *loop) {
 bool negate_product(NODE *&term, const NODE *n, struct LOOP *loop) {
     if (!is_op_in_ring(term, UMINUS, n) || !is_product_by_ICON(term->left, n)) return false;
     if (!RULE("PLUS: -(x * c) + y -> x * -c + y")) return false;
-    NODE *product = take_left(term);
+    NODE *product = keep_left(term);
     product->right->u.lval = truncate_to_type(-product->right->u.lval, product->right->type);
     term = simp_node(product, loop);
     return true;
@@ -357,14 +357,14 @@ STEP add_negation(NODE *&n, struct LOOP *loop) {
     } else {
         return NO_STEP;
     }
-    NODE *x = take_left(n->right);
+    NODE *x = keep_left(n->right);
     n = rebuilt(n, MINUS, n->left, x, loop);
     return DONE;
 }
 
 // Whether the factors are the same value wherever they stand: constants, or one variable.
 bool same_factor(const NODE *a, const NODE *b) {
-    if (is_ICON(a) && is_ICON(b)) return a->u.lval == b->u.lval;
+    if (is_icon(a) && is_icon(b)) return a->u.lval == b->u.lval;
     return a->op == NAME && b->op == NAME && a->u.sym && trees_are_congruent(a, b);
 }
 
@@ -384,7 +384,7 @@ STEP order_products(NODE *&n, struct LOOP *) {
 STEP place_product(NODE *&n, struct LOOP *loop) {
     NODE *term = n->right;
     if (!is_op_in_ring(term, MULT, n) || n->op != PLUS) return NO_STEP;
-    bool ordered = is_ICON(term->right);
+    bool ordered = is_icon(term->right);
     NODE *last_passed = nullptr; // the lowest level whose term moves outwards
     int levels = 0;
     for (NODE *level = n->left; level->op == PLUS && in_ring(level, n); level = level->left) {
@@ -395,7 +395,7 @@ STEP place_product(NODE *&n, struct LOOP *loop) {
             if (!is_free_of_effects(term->left)) break;
             if (!RULE("PLUS: (a + x*m) + y*m -> a + (x + y)*m")) return NO_STEP;
             n->right = nullptr;
-            NODE *rest = take_left(n), *y = take_left(term);
+            NODE *rest = keep_left(n), *y = keep_left(term);
             other->left = simp_new(PLUS, other->left, y, other->type, other->scope, loop);
             level->right = simp_node(other, loop);
             // only this level has a new operand; what is above it stays as it was
@@ -406,7 +406,7 @@ STEP place_product(NODE *&n, struct LOOP *loop) {
             n = simp_node(rest, loop);
             return DONE;
         }
-        if (!ordered || !is_ICON(other->right) || other->right->u.lval >= term->right->u.lval) break;
+        if (!ordered || !is_icon(other->right) || other->right->u.lval >= term->right->u.lval) break;
         if (!may_exchange(other, term)) break;
         if (++levels > TERM_SORT_SPAN_CAP) {
             ++term_sort_span_cap_hits;
@@ -479,7 +479,7 @@ STEP add_what_was_taken(NODE *&n, struct LOOP *loop) {
     difference->left = nullptr;
     TYPE *type = n->type;
     erase_tree(n);
-    n = as_type(type, a, loop);
+    n = in_type(type, a, loop);
     return DONE;
 }
 
@@ -538,7 +538,7 @@ STEP take_out_common_constant(NODE *&n, struct LOOP *loop) {
     NODE *scaled = left_is_multiple ? a : b;
     scaled->right->u.lval = truncate_to_type(q, scaled->right->type);
     NODE *&plain = left_is_multiple ? n->right : n->left;
-    plain = as_type(type, take_left(plain), loop);
+    plain = in_type(type, keep_left(plain), loop);
     scaled = simp_node(scaled, loop);
     (left_is_multiple ? n->left : n->right) = scaled;
     n = simp_new(MULT, simp_node(n, loop), new_ICON(d, type, scope), type, scope, loop);
@@ -548,7 +548,7 @@ STEP take_out_common_constant(NODE *&n, struct LOOP *loop) {
 // (c - a) + y  ->  (y + c) - a           y + (c - a)  ->  (y - a) + c comes by leaning left
 STEP add_to_constant_difference(NODE *&n, struct LOOP *loop) {
     NODE *difference = n->left;
-    if (!is_op_in_ring(difference, MINUS, n) || !is_ICON(difference->left) || is_ICON(n->right))
+    if (!is_op_in_ring(difference, MINUS, n) || !is_icon(difference->left) || is_icon(n->right))
         return NO_STEP;
     if (difference->right->type->is_ptr() || n->type->is_ptr() != n->right->type->is_ptr()) return NO_STEP;
     if (!may_exchange(difference->right, n->right) || !RULE("PLUS: (c - a) + y -> (y + c) - a"))
@@ -564,11 +564,11 @@ STEP add_to_constant_difference(NODE *&n, struct LOOP *loop) {
 // (a - c) +- y     ->  (a +- y) - c             so does (a + c) - y
 STEP gather_sum_constants(NODE *&n, struct LOOP *loop) {
     NODE *inner = n->left;
-    if (!is_sum(inner, n) || !is_ICON(inner->right)) return NO_STEP;
+    if (!is_sum(inner, n) || !is_icon(inner->right)) return NO_STEP;
     if (n->op == PLUS && inner->op == PLUS) return NO_STEP;
     TYPE *ints = ring_int(n);
     INT65 c = truncate_to_type(inner->right->u.lval, ints);
-    if (is_ICON(n->right)) {
+    if (is_icon(n->right)) {
         if (inner->left->type->is_ptr() != n->type->is_ptr()) return NO_STEP;
         if (!RULE("PLUS, MINUS: (a +- c1) +- c2 -> a + (+-c1 +- c2)")) return NO_STEP;
         INT65 c2 = truncate_to_type(n->right->u.lval, ints);
@@ -576,7 +576,7 @@ STEP gather_sum_constants(NODE *&n, struct LOOP *loop) {
         sum = sign_extend_by_type_size(truncate_to_type(sum, ints), ints);
         bool minus = sum.is_negative() && sum != int_type_min(tp->int_type());
         NODE *y = n->right;
-        NODE *a = take_left(inner);
+        NODE *a = keep_left(inner);
         erase_node(y);
         n = rebuilt(n, minus ? MINUS : PLUS, a, new_ICON(minus ? -sum : sum, ints, n->scope), loop);
         return DONE;
@@ -606,7 +606,7 @@ STEP drop_index_conversion(NODE *&n, struct LOOP *) {
         if (from->is_signed() ? from->size > tp->int_type()->size : from->size != tp->int_type()->size)
             continue;
         if (!RULE("PLUS: pointer + SCONV(i) -> pointer + i")) return NO_STEP;
-        *place = take_left(x);
+        *place = keep_left(x);
         return AGAIN;
     }
     return NO_STEP;
@@ -615,14 +615,14 @@ STEP drop_index_conversion(NODE *&n, struct LOOP *) {
 // (T*)c1 +- c2  ->  (T*)(c1 +- c2)
 STEP fold_constant_address(NODE *&n, struct LOOP *) {
     NODE *p = n->left;
-    if (!n->type->is_ptr() || !is_pure_address(p) || !in_ring(p, n) || !is_ICON(p->left) ||
-        !is_ICON(n->right))
+    if (!n->type->is_ptr() || !is_pure_address(p) || !in_ring(p, n) || !is_icon(p->left) ||
+        !is_icon(n->right))
         return NO_STEP;
     if (!in_ring(p->left, n) || !RULE("PLUS, MINUS: (T*)c1 +- c2 -> (T*)(c1 +- c2)")) return NO_STEP;
     INT65 sum = fold_bits(n->op, p->left->u.lval, n->right->u.lval);
     p->left->u.lval = truncate_to_type(sum, p->left->type);
     TYPE *type = n->type;
-    n = take_left(n);
+    n = keep_left(n);
     if (n->op == PCONV) n->type = type;
     return DONE;
 }
@@ -678,16 +678,16 @@ STEP merge_terms(NODE *&n, struct LOOP *loop) {
     bool same_sign = !place.at_right || place.level->op == PLUS ? !subtracted : subtracted;
     INT65 sum = same_sign ? factor + f : factor - f;
     TYPE *ints = slot->op == MULT ? slot->type : ring_int(n);
-    if (slot != base) slot = take_left(slot);
+    if (slot != base) slot = keep_left(slot);
     slot = simp_new(MULT, slot, new_ICON(sum, ints, n->scope), ints, n->scope, loop);
     if (place.level == n) { // u*f1 +- u*f2
         TYPE *type = n->type;
-        n = as_type(type, take_left(n), loop);
+        n = in_type(type, keep_left(n), loop);
         return DONE;
     }
     // the levels above have a new operand below them
     std::vector<NODE *> path;
-    NODE *rest = take_left(n);
+    NODE *rest = keep_left(n);
     for (NODE *level = rest; level != place.level; level = level->left) path.push_back(level);
     NODE *below = simp_node(place.level, loop);
     while (!path.empty()) {
@@ -755,20 +755,20 @@ STEP minus_base(NODE *&n, struct LOOP *loop) {
     kept = nullptr;
     TYPE *type = n->type;
     erase_tree(n);
-    n = as_type(type, a, loop);
+    n = in_type(type, a, loop);
     return DONE;
 }
 
 // x - -c  ->  x + c        0 - x  ->  -x         x - 0  ->  x
 STEP minus_constants(NODE *&n, struct LOOP *loop) {
-    if (is_ICON(n->right)) {
+    if (is_icon(n->right)) {
         NODE *c = n->right;
         INT65 negated = -c->u.lval;
         if (c->u.lval.is_zero()) {
             if (n->left->type->is_ptr() && !n->type->is_ptr()) return NO_STEP;
             if (!RULE("MINUS: x - 0 -> x")) return NO_STEP;
             TYPE *type = n->type;
-            n = as_type(type, take_left(n), loop);
+            n = in_type(type, keep_left(n), loop);
             return DONE;
         }
         if (!c->u.lval.is_negative() || truncate_to_type(negated, c->type) != negated ||
@@ -778,7 +778,7 @@ STEP minus_constants(NODE *&n, struct LOOP *loop) {
         n = rebuilt(n, PLUS, n->left, c, loop);
         return DONE;
     }
-    if (!is_ICON_of(n->left, INT65(0)) || !is_int_type(n->type) || n->right->type->is_ptr()) return NO_STEP;
+    if (!is_icon_of(n->left, INT65(0)) || !is_int_type(n->type) || n->right->type->is_ptr()) return NO_STEP;
     if (!is_ring_type(n->right->type) || !RULE("MINUS: 0 - x -> -x")) return NO_STEP;
     NODE *x = n->right;
     erase_node(n->left);
@@ -791,7 +791,7 @@ STEP minus_negation(NODE *&n, struct LOOP *loop) {
     NODE *y = n->right;
     if (is_op_in_ring(y, UMINUS, n) && !y->left->type->is_ptr()) {
         if (!RULE("MINUS: x - (-y) -> x + y")) return NO_STEP;
-        NODE *negated = take_left(y);
+        NODE *negated = keep_left(y);
         n = rebuilt(n, PLUS, n->left, negated, loop);
         return DONE;
     }
@@ -809,14 +809,14 @@ STEP minus_negation(NODE *&n, struct LOOP *loop) {
 // (T*)c1 - (T*)c2  ->  c1 - c2
 STEP difference_of_addresses(NODE *&n, struct LOOP *loop) {
     NODE *a = n->left, *b = n->right;
-    if (n->type->is_ptr() || !is_pure_address(a) || !is_pure_address(b) || !is_ICON(a->left) ||
-        !is_ICON(b->left))
+    if (n->type->is_ptr() || !is_pure_address(a) || !is_pure_address(b) || !is_icon(a->left) ||
+        !is_icon(b->left))
         return NO_STEP;
     if (!in_ring(a, n) || !in_ring(b, n) || !RULE("MINUS: (T*)c1 - (T*)c2 -> c1 - c2")) return NO_STEP;
     NODE *difference = new_ICON(a->left->u.lval - b->left->u.lval, n->type, n->scope);
     TYPE *type = n->type;
     erase_tree(n);
-    n = as_type(type, difference, loop);
+    n = in_type(type, difference, loop);
     return DONE;
 }
 
@@ -824,7 +824,7 @@ STEP difference_of_addresses(NODE *&n, struct LOOP *loop) {
 bool nested_low_masks(const NODE *n, int op) {
     const NODE *a = n->left, *b = n->right;
     if (!is_int_type(n->type) || !is_op_in_ring(a, op, n) || !is_op_in_ring(b, op, n)) return false;
-    if (!is_ICON(a->right) || !is_ICON(b->right)) return false;
+    if (!is_icon(a->right) || !is_icon(b->right)) return false;
     INT65 m1 = truncate_to_type(a->right->u.lval, n->type), m2 = truncate_to_type(b->right->u.lval, n->type);
     auto is_low_mask = [](INT65 m) { return !m.is_negative() && (m & (m + INT65(1))).is_zero(); };
     return is_low_mask(m1) && is_low_mask(m2) && m1 >= m2 && trees_are_congruent(a->left, b->left);
@@ -853,7 +853,7 @@ STEP difference_of_masks(NODE *&n, struct LOOP *loop) {
 // a - (a & m)  ->  a & ~m
 STEP minus_masked_self(NODE *&n, struct LOOP *loop) {
     NODE *a = n->left, *masked = n->right;
-    if (!is_int_type(n->type) || !is_op_in_ring(masked, ANDB, n) || !is_ICON(masked->right) ||
+    if (!is_int_type(n->type) || !is_op_in_ring(masked, ANDB, n) || !is_icon(masked->right) ||
         !in_ring(a, n) || !trees_are_congruent(a, masked->left) || !RULE("MINUS: a - (a & m) -> a & ~m"))
         return NO_STEP;
     NODE *mask = new_ICON(~masked->right->u.lval, n->type, n->scope);
@@ -910,7 +910,7 @@ STEP order_factors(NODE *&n, struct LOOP *) {
 }
 
 bool is_small_power(const NODE *x, const NODE *n) {
-    return is_op_in_ring(x, EXPT, n) && is_ICON(x->right) && !x->right->u.lval.is_negative() &&
+    return is_op_in_ring(x, EXPT, n) && is_icon(x->right) && !x->right->u.lval.is_negative() &&
            x->right->u.lval < INT65(1 << 20);
 }
 
@@ -922,7 +922,7 @@ STEP multiply_powers(NODE *&n, struct LOOP *loop) {
     if (!trees_are_congruent(both ? a->left : a, b->left) || !RULE("MULT: x^a * x^b -> x^(a+b)"))
         return NO_STEP;
     b->right->u.lval = b->right->u.lval + (both ? a->right->u.lval : INT65(1));
-    n = simp_node(take_right(n), loop);
+    n = simp_node(keep_right(n), loop);
     return DONE;
 }
 
@@ -934,18 +934,18 @@ STEP float_factors(NODE *&n, struct LOOP *loop) {
         if (!RULE("MULT: x * nan -> (x, nan)")) return NO_STEP;
         NODE *x = n->left;
         n->left = nullptr;
-        n = value_after_effects(x, as_type(type, take_right(n), loop), loop);
+        n = value_after_effects(x, in_type(type, keep_right(n), loop), loop);
         return DONE;
     }
     if (is_FCON_of(n->right, 1)) {
         if (!RULE("MULT: x * 1.0 -> x")) return NO_STEP;
-        n = as_type(type, take_left(n), loop);
+        n = in_type(type, keep_left(n), loop);
         return DONE;
     }
     if (is_FCON_of(n->right, -1)) {
         if (!RULE("MULT: x * -1.0 -> -x")) return NO_STEP;
-        NODE *x = take_left(n);
-        n = simp_new(UMINUS, as_type(type, x, loop), nullptr, type, x->scope, loop);
+        NODE *x = keep_left(n);
+        n = simp_new(UMINUS, in_type(type, x, loop), nullptr, type, x->scope, loop);
         return DONE;
     }
     if (is_FCON_of(n->right, 2) && n->left->op == NAME && !tree_has_side_effects(n->left) &&
@@ -959,7 +959,7 @@ STEP float_factors(NODE *&n, struct LOOP *loop) {
 
 // x * 1 -> x      x * 0 -> (x, 0)      x * -1 -> -x
 STEP trivial_factor(NODE *&n, struct LOOP *loop) {
-    if (!is_int_type(n->type) || !is_ICON(n->right) || !is_ring_type(n->left->type)) return NO_STEP;
+    if (!is_int_type(n->type) || !is_icon(n->right) || !is_ring_type(n->left->type)) return NO_STEP;
     INT65 c = sign_extend_by_type_size(truncate_to_type(n->right->u.lval, n->type), n->type);
     TYPE *type = n->type;
     if (c.is_zero()) {
@@ -969,7 +969,7 @@ STEP trivial_factor(NODE *&n, struct LOOP *loop) {
     }
     if (c == INT65(1)) {
         if (!RULE("MULT: x * 1 -> x")) return NO_STEP;
-        n = as_type(type, take_left(n), loop);
+        n = in_type(type, keep_left(n), loop);
         return DONE;
     }
     if (c != INT65(-1) || !RULE("MULT: x * -1 -> -x")) return NO_STEP;
@@ -981,10 +981,10 @@ STEP trivial_factor(NODE *&n, struct LOOP *loop) {
 // SCONV(a * c) * d  ->  SCONV(a) * (c * d)         a signed, a * c narrower and known not to overflow
 STEP widen_product(NODE *&n, struct LOOP *loop) {
     NODE *wide = n->left;
-    if (!is_int_type(n->type) || !is_ICON(n->right) || wide->op != SCONV || !in_ring(wide, n)) return NO_STEP;
+    if (!is_int_type(n->type) || !is_icon(n->right) || wide->op != SCONV || !in_ring(wide, n)) return NO_STEP;
     NODE *product = wide->left;
     if (product->op != MULT || !is_int_type(product->type) || product->type->is_unsigned() ||
-        product->type->is_bool() || product->type->size >= n->type->size || !is_ICON(product->right) ||
+        product->type->is_bool() || product->type->size >= n->type->size || !is_icon(product->right) ||
         !is_int_type(product->left->type) || product->left->type->is_unsigned() ||
         product->left->type->size > product->type->size)
         return NO_STEP;
@@ -996,7 +996,7 @@ STEP widen_product(NODE *&n, struct LOOP *loop) {
     // the low bits of the product; both factors may have 64
     uint64_t low = c.to_uint64() * d.to_uint64();
     INT65 factor = INT65((long long)low).truncate_signed(size);
-    wide->left = take_left(product);
+    wide->left = keep_left(product);
     erase_tree(n->right);
     n = rebuilt(n, MULT, simp_node(wide, loop), new_ICON(factor, n->type, n->scope), loop);
     return DONE;
@@ -1013,9 +1013,9 @@ STEP negated_factor(NODE *&n, struct LOOP *loop) {
     for (NODE **place : {&n->left, &n->right}) {
         NODE *x = *place;
         if (!is_op_in_ring(x, UMINUS, n) || !is_ring_type(x->left->type)) continue;
-        if (is_ICON(n->right)) {
+        if (is_icon(n->right)) {
             if (!RULE("MULT: -x * c -> x * -c")) return NO_STEP;
-            *place = take_left(x);
+            *place = keep_left(x);
             INT65 c = n->right->u.lval;
             NODE *negated = new_ICON(-c, n->type, n->scope);
             erase_node(n->right);
@@ -1023,7 +1023,7 @@ STEP negated_factor(NODE *&n, struct LOOP *loop) {
             return AGAIN;
         }
         if (!RULE("MULT: -x * y -> -(x * y)")) return NO_STEP;
-        *place = take_left(x);
+        *place = keep_left(x);
         TYPE *type = n->type;
         LS *scope = n->scope;
         n = simp_new(UMINUS, simp_node(n, loop), nullptr, type, scope, loop);
@@ -1040,11 +1040,11 @@ STEP gather_factors(NODE *&n, struct LOOP *loop) {
     NODE *c = inner->right;
     TYPE *type = n->type;
     INT65 value = truncate_to_type(c->u.lval, type);
-    if (is_ICON(n->right)) {
+    if (is_icon(n->right)) {
         if (!RULE("MULT: (x * c) * d -> x * (c * d)")) return NO_STEP;
         value = wrapped_product(value, truncate_to_type(n->right->u.lval, type), type);
         erase_node(n->right);
-        n->left = take_left(inner);
+        n->left = keep_left(inner);
         n->right = new_ICON(value, type, n->scope);
         return AGAIN;
     }
@@ -1069,7 +1069,7 @@ STEP lean_factors_left(NODE *&n, struct LOOP *loop) {
 // (x / c) * c  ->  x          c > 0 divides every value of x
 STEP undo_exact_division(NODE *&n, struct LOOP *loop) {
     NODE *quotient = n->left;
-    if (!is_ICON(n->right) || !is_op_in_ring(quotient, DIV, n) || !is_ICON(quotient->right)) return NO_STEP;
+    if (!is_icon(n->right) || !is_op_in_ring(quotient, DIV, n) || !is_icon(quotient->right)) return NO_STEP;
     NODE *x = quotient->left;
     INT65 c = n->right->u.lval;
     if (!c.is_positive() || quotient->right->u.lval != c || !same_numbers(x->type, quotient->type))
@@ -1079,13 +1079,13 @@ STEP undo_exact_division(NODE *&n, struct LOOP *loop) {
     quotient->left = nullptr;
     TYPE *type = n->type;
     erase_tree(n);
-    n = as_type(type, x, loop);
+    n = in_type(type, x, loop);
     return DONE;
 }
 
 // a * b  ->  a & b           both 0 or 1
 STEP multiply_booleans(NODE *&n, struct LOOP *loop) {
-    if (!is_int_type(n->type) || is_ICON(n->right) || !returns_1_or_0(n->left) || !returns_1_or_0(n->right) ||
+    if (!is_int_type(n->type) || is_icon(n->right) || !returns_1_or_0(n->left) || !returns_1_or_0(n->right) ||
         !RULE("MULT: a * b -> a & b"))
         return NO_STEP;
     n = rebuilt(n, ANDB, n->left, n->right, loop);
@@ -1135,7 +1135,7 @@ bool drop_inner_sign(NODE *n) {
     if ((x->op != UMINUS && x->op != ABS) || !same_arithmetic_type(x->type, n->type) ||
         !same_arithmetic_type(x->left->type, n->type) || !RULE("ABS, SQR: op(-x) -> op(x)"))
         return false;
-    n->left = take_left(x);
+    n->left = keep_left(x);
     return true;
 }
 
@@ -1153,7 +1153,7 @@ NODE *simp_ABS(NODE *n, struct LOOP *loop) {
     }
     if (!known || !RULE("ABS: abs(x) -> x, x not negative")) return n;
     TYPE *type = n->type;
-    return as_type(type, take_left(n), loop);
+    return in_type(type, keep_left(n), loop);
 }
 
 // sqr(b) -> b     sqr(1 - b) -> 1 - b     sqr(b - 1) -> 1 - b         b 0 or 1
@@ -1163,15 +1163,15 @@ NODE *simp_SQR(NODE *n, struct LOOP *loop) {
     NODE *x = n->left;
     if (!is_int_type(n->type) || n->type->is_bool() || !is_int_type(x->type)) return n;
     TYPE *type = n->type;
-    bool one_minus = x->op == MINUS && is_ICON_of(x->left, INT65(1)) && returns_1_or_0(x->right);
+    bool one_minus = x->op == MINUS && is_icon_of(x->left, INT65(1)) && returns_1_or_0(x->right);
     if (one_minus || returns_1_or_0(x)) {
         if (!RULE("SQR: sqr(b) -> b")) return n;
-        return as_type(type, take_left(n), loop);
+        return in_type(type, keep_left(n), loop);
     }
-    bool minus_one = (x->op == PLUS && is_ICON_of(x->right, INT65(-1))) ||
-                     (x->op == MINUS && is_ICON_of(x->right, INT65(1)));
+    bool minus_one = (x->op == PLUS && is_icon_of(x->right, INT65(-1))) ||
+                     (x->op == MINUS && is_icon_of(x->right, INT65(1)));
     if (!minus_one || !returns_1_or_0(x->left) || !RULE("SQR: sqr(b - 1) -> 1 - b")) return n;
-    NODE *b = take_left(take_left(n));
+    NODE *b = keep_left(keep_left(n));
     return simp_new(MINUS, new_ICON(INT65(1), type, b->scope), b, type, b->scope, loop);
 }
 
@@ -1184,12 +1184,12 @@ NODE *simp_UMINUS(NODE *n, struct LOOP *loop) {
         type->is_arithmetic() && (!ints || is_ring_type(x->left->type)) &&
         (ints || x->left->type->is_fltpt())) {
         if (!RULE("UMINUS: -(-x) -> x")) return n;
-        return as_type(type, take_left(take_left(n)), loop);
+        return in_type(type, keep_left(keep_left(n)), loop);
     }
     if (!ints || !is_op_in_ring(x, MINUS, n) || x->type->is_ptr() || !may_exchange(x->left, x->right))
         return n;
     if (!RULE("UMINUS: -(a - b) -> b - a")) return n;
-    NODE *difference = take_left(n);
+    NODE *difference = keep_left(n);
     difference->type = type;
     exchange(difference);
     return simp_node(difference, loop);
@@ -1213,15 +1213,15 @@ NODE *simp_EXPT(NODE *n, struct LOOP *loop) {
     TYPE *type = n->type;
     if (!is_int_type(y->type) || !(type->is_fltpt() || is_int_type(type)) || type->is_bool()) return n;
     if (is_constant_leaf(x) && is_constant_leaf(y)) return fold_constants(n);
-    if (is_ICON_of(y, INT65(0)) && RULE("EXPT: x^0 -> (x, 1)")) {
-        NODE *one = as_type(type, new_ICON(INT65(1), tp->int_type(), n->scope), loop);
+    if (is_icon_of(y, INT65(0)) && RULE("EXPT: x^0 -> (x, 1)")) {
+        NODE *one = in_type(type, new_ICON(INT65(1), tp->int_type(), n->scope), loop);
         return value_after_effects(n, one, loop);
     }
-    if (is_ICON_of(y, INT65(1)) && RULE("EXPT: x^1 -> x")) return as_type(type, take_left(n), loop);
-    if ((is_ICON_of(x, INT65(1)) || is_FCON_of(x, 1)) && RULE("EXPT: 1^y -> (y, 1)")) {
+    if (is_icon_of(y, INT65(1)) && RULE("EXPT: x^1 -> x")) return in_type(type, keep_left(n), loop);
+    if ((is_icon_of(x, INT65(1)) || is_FCON_of(x, 1)) && RULE("EXPT: 1^y -> (y, 1)")) {
         n->left = n->right = nullptr;
         erase_node(n);
-        return value_after_effects(y, as_type(type, x, loop), loop);
+        return value_after_effects(y, in_type(type, x, loop), loop);
     }
     return n;
 }
@@ -1240,5 +1240,5 @@ NODE *simp_complexop(NODE *n, struct LOOP *loop) {
     NODE *dropped = other;
     other = nullptr;
     erase_tree(n);
-    return value_after_effects(dropped, as_type(type, value, loop), loop);
+    return value_after_effects(dropped, in_type(type, value, loop), loop);
 }

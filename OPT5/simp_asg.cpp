@@ -45,13 +45,13 @@ NODE *strip_stored_value(NODE *value, int bits) {
     for (;;) {
         if (value->op == SCONV && conversion_keeps_low_bits(value, bits)) {
             if (!RULE("ASG: x = SCONV(y) -> x = y")) return value;
-            value = take_left(value);
-        } else if (value->op == ANDB && is_int_type(value->type) && is_ICON(value->right) &&
+            value = keep_left(value);
+        } else if (value->op == ANDB && is_int_type(value->type) && is_icon(value->right) &&
                    int(value->type->size) >= bits && is_int_type(value->left->type) &&
                    !value->left->type->is_bool() &&
                    value->right->u.lval.truncate_unsigned(bits) == INT65(-1).truncate_unsigned(bits)) {
             if (!RULE("ASG: x = y & m -> x = y, m covers x")) return value;
-            value = take_left(value);
+            value = keep_left(value);
         } else {
             return value;
         }
@@ -61,7 +61,7 @@ NODE *strip_stored_value(NODE *value, int bits) {
 // The right side in the target's type; what a conversion shows is used, the conversion itself is not kept.
 NODE *fit_right_side(const NODE *target, NODE *value, struct LOOP *loop) {
     int bits = bits_stored(target);
-    if (is_ICON(value) && (bits || target->type->is_ptr() || target->type->is_bool())) {
+    if (is_icon(value) && (bits || target->type->is_ptr() || target->type->is_bool())) {
         bool fits = bits == 0 || stored_value(value->u.lval, target->type, bits) == value->u.lval;
         if (fits && (value->type == target->type || target->type->is_ptr())) return value;
         return truncate_RHS_for_assignment(target, value, 0);
@@ -86,7 +86,7 @@ unsigned bubble_span_cap_hits;
 NODE *truncate_RHS_for_assignment(const NODE *target, NODE *rhs, int mode) {
     target = without_SSA(target);
     TYPE *type = target->type;
-    if (is_ICON(rhs) && (bits_stored(target) || type->is_ptr())) {
+    if (is_icon(rhs) && (bits_stored(target) || type->is_ptr())) {
         TYPE *ints = offset_type(type);
         int width = bits_stored(target);
         INT65 value = width ? stored_value(rhs->u.lval, ints, width) : truncate_to_type(rhs->u.lval, ints);
@@ -110,10 +110,10 @@ NODE *truncate_RHS_for_assignment(const NODE *target, NODE *rhs, int mode) {
     int s = int(promoted->size) - int(target->right->member->width());
     if (s <= 0) return rhs;
     LS *scope = rhs->scope;
-    NODE *up = simp_new(SLL, as_type(promoted, rhs, nullptr), new_ICON(INT65(s), tp->int_type(), scope),
+    NODE *up = simp_new(SLL, in_type(promoted, rhs, nullptr), new_ICON(INT65(s), tp->int_type(), scope),
                         promoted, scope, nullptr);
     NODE *down = simp_new(SRL, up, new_ICON(INT65(s), tp->int_type(), scope), promoted, scope, nullptr);
-    return mode == 0 ? as_type(type, down, nullptr) : coerce_to_type(type, down);
+    return mode == 0 ? in_type(type, down, nullptr) : coerce_to_type(type, down);
 }
 
 // (t + a) + b  ->  t + (a + b)          t the target, wherever it stands in the chain; +, &, |, ^ of integers
@@ -173,11 +173,11 @@ NODE *simp_ASG(NODE *n, struct LOOP *loop) {
 
     // x = (y = 0)  ->  (y = 0), (x = 0)
     NODE *inner = n->right;
-    if (inner->op == ASG && is_ICON_of(inner->right, INT65(0)) &&
+    if (inner->op == ASG && is_icon_of(inner->right, INT65(0)) &&
         (is_int_type(target->type) || target->type->is_ptr()) && target->op == NAME &&
         RULE("ASG: x = (y = 0) -> (y = 0), (x = 0)")) {
-        NODE *zero = as_type(target->type, new_ICON(INT65(0), target->type, n->scope), loop);
-        n->right = is_ICON(zero) ? zero : truncate_RHS_for_assignment(target, zero, 0);
+        NODE *zero = in_type(target->type, new_ICON(INT65(0), target->type, n->scope), loop);
+        n->right = is_icon(zero) ? zero : truncate_RHS_for_assignment(target, zero, 0);
         return simp_COMMAOP(maketree(COMMAOP, inner, n, n->type, n->scope), loop);
     }
 
@@ -208,7 +208,7 @@ NODE *simp_opASG(NODE *n, struct LOOP *loop) {
     bool low_bits_only = op == PLUS || op == MINUS || op == MULT || op == ANDB || op == ORB || op == XORB;
     if (low_bits_only && is_int_type(n->right->type)) {
         int bits = bits_stored(target);
-        if (bits && n->right->type->size > type->size && !is_ICON(n->right))
+        if (bits && n->right->type->size > type->size && !is_icon(n->right))
             n->right = simp_node(maketree(SCONV, n->right, nullptr, type, n->right->scope), loop);
         n->right = strip_stored_value(n->right, bits);
     }

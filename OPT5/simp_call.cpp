@@ -153,7 +153,7 @@ NODE *simp_strlen(NODE *n, struct LOOP *loop) {
     TYPE *type = n->type;
     NODE *length = new_ICON(INT65(length_of(text)), type, n->scope);
     erase_tree(n);
-    return as_type(type, length, loop);
+    return in_type(type, length, loop);
 }
 
 // strcpy(d, "text")  ->  memcpy(d, "text", 5)
@@ -205,7 +205,7 @@ NODE *simp_printf(NODE *n, struct LOOP *loop) {
     if (!fputs_function || !files || !files->type->is_array()) return n;
     if (!RULE("CALL: printf(\"text\") -> fputs(\"text\", stdout)")) return n;
     TYPE *element = files->type->elem_type(), *to = tp->mk_ptr(element);
-    NODE *table = as_type(to, mk_UAND(mk_NAME(files, n->scope)), loop);
+    NODE *table = in_type(to, mk_UAND(mk_NAME(files, n->scope)), loop);
     NODE *stream =
         simp_new(PLUS, table, new_ICON(INT65((long long)element->size_in_bytes()), tp->int_type(), n->scope),
                  to, n->scope, loop);
@@ -288,7 +288,7 @@ bool types_copy_alike(TYPE *a, TYPE *b) {
 NODE *indirection(NODE *pointer, TYPE *type, INT65 by, struct LOOP *loop) {
     TYPE *to = tp->mk_ptr(type);
     LS *scope = pointer->scope;
-    NODE *address = as_type(to, pointer, loop);
+    NODE *address = in_type(to, pointer, loop);
     if (!by.is_zero())
         address = simp_new(PLUS, address, new_ICON(by, tp->int_type(), scope), to, scope, loop);
     return simp_new(UMULT, address, nullptr, type, scope, loop);
@@ -332,7 +332,7 @@ NODE *copy_by_assignment(NODE *n, struct LOOP *loop) {
         NODE *asg = simp_node(mk_ASG(target, source), loop);
         effects = effects ? mk_COMMAOP(effects, asg) : asg;
     }
-    NODE *value = as_type(type, to, loop);
+    NODE *value = in_type(type, to, loop);
     return simp_COMMAOP(maketree(COMMAOP, effects, value, type, value->scope), loop);
 }
 
@@ -344,12 +344,12 @@ NODE *simp_MEMCPY(NODE *n, struct LOOP *loop) {
         !list->left->left->type->is_ptr() || !list->left->right->type->is_ptr())
         abort_optimizer("MEMCPY without a list of two pointers and a size");
     NODE *to = list->left->left, *from = list->left->right, *size = list->right;
-    if (!is_ICON(size)) return n;
+    if (!is_icon(size)) return n;
     if (!size->u.lval.is_zero()) return copy_by_assignment(n, loop);
     // the effects of the source come first now
     if (!may_exchange(to, from) || !RULE("MEMCPY: memcpy(d, s, 0) -> (s, d)")) return n;
     TYPE *type = n->type;
     list->left->left = list->left->right = nullptr;
     erase_tree(n);
-    return value_after_effects(from, as_type(type, to, loop), loop);
+    return value_after_effects(from, in_type(type, to, loop), loop);
 }

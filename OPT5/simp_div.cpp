@@ -123,13 +123,13 @@ STEP div_by_FCON(NODE *&n, struct LOOP *loop) {
 STEP div_trivial(NODE *&n, struct LOOP *loop) {
     if (!is_int_type(n->type) || !is_int_type(n->left->type) || !values_fit(n->right->type, n->type))
         return NO_STEP;
-    if (is_ICON_of(n->left, INT65(0))) {
+    if (is_icon_of(n->left, INT65(0))) {
         if (!tree_is_non_zero(n->right, loop) || !RULE("DIV, MOD: 0 / x -> (x, 0), x not zero"))
             return NO_STEP;
         n = constant_after_operands(n, INT65(0), loop);
         return DONE;
     }
-    if (is_ICON(n->left) || !trees_are_congruent(n->left, n->right) || !tree_is_non_zero(n->right, loop))
+    if (is_icon(n->left) || !trees_are_congruent(n->left, n->right) || !tree_is_non_zero(n->right, loop))
         return NO_STEP;
     if (!RULE("DIV, MOD: x / x -> 1, x % x -> 0, x not zero")) return NO_STEP;
     n = constant_after_operands(n, INT65(n->op == DIV ? 1 : 0), loop);
@@ -139,7 +139,7 @@ STEP div_trivial(NODE *&n, struct LOOP *loop) {
 // c / y -> -(-c / y)     x / c -> -(x / -c)           c negative, not the least value; the same for the dividend of MOD
 STEP div_negative_ICON(NODE *&n, struct LOOP *loop) {
     for (NODE *c : {n->left, n->right}) {
-        if (!is_ICON(c)) continue;
+        if (!is_icon(c)) continue;
         INT65 value = operand_value(c, n);
         if (!value.is_negative() || value == int_type_min(n->type) ||
             (c == n->right && value == INT65(-1) && n->op == DIV))
@@ -168,25 +168,25 @@ STEP div_negations(NODE *&n, struct LOOP *loop) {
     bool right_flips = left && !right && is_exact_difference(n->right, n, loop);
     if ((left && right) || left_flips || right_flips) {
         if (!RULE("DIV: -x / -y -> x / y")) return NO_STEP;
-        n->left = left ? as_type(type, take_left(n->left), loop) : negated(n->left, type, loop);
-        n->right = right ? as_type(type, take_left(n->right), loop) : negated(n->right, type, loop);
+        n->left = left ? in_type(type, keep_left(n->left), loop) : negated(n->left, type, loop);
+        n->right = right ? in_type(type, keep_left(n->right), loop) : negated(n->right, type, loop);
         return AGAIN;
     }
     if (!RULE("DIV: -x / y -> -(x / y)")) return NO_STEP;
     NODE *&side = left ? n->left : n->right;
-    side = as_type(type, take_left(side), loop);
+    side = in_type(type, keep_left(side), loop);
     n = negated(simp_node(n, loop), type, loop);
     return DONE;
 }
 
 // (u * c) / (w * c)  ->  u / w           no product or sum of either side wraps, the divisor is not zero
 STEP div_common_factors(NODE *&n, struct LOOP *loop) {
-    if (is_ICON(n->left) || !values_fit(n->left->type, n->type) || !values_fit(n->right->type, n->type))
+    if (is_icon(n->left) || !values_fit(n->left->type, n->type) || !values_fit(n->right->type, n->type))
         return NO_STEP;
     auto has_factors = [](const NODE *x) {
         return x->op == MULT || x->op == PLUS || x->op == MINUS || x->op == UMINUS;
     };
-    if (!has_factors(n->left) || (!has_factors(n->right) && !is_ICON(n->right) && n->left->op != MULT))
+    if (!has_factors(n->left) || (!has_factors(n->right) && !is_icon(n->right) && n->left->op != MULT))
         return NO_STEP;
     if (!never_wraps(n->left, loop) || !never_wraps(n->right, loop) || !tree_is_non_zero(n->right, loop))
         return NO_STEP;
@@ -204,12 +204,12 @@ bool cancel_common_simple_factors(NODE **left, NODE **right) {
         while ((*x)->op == UMINUS && is_signed_int((*x)->type)) x = &(*x)->left;
         return x;
     };
-    auto is_simple = [](const NODE *x) { return is_ICON(x) || x->op == PLUS || x->op == MINUS; };
+    auto is_simple = [](const NODE *x) { return is_icon(x) || x->op == PLUS || x->op == MINUS; };
     left = skip_sign(left);
     right = skip_sign(right);
     NODE *a = *left, *b = *right;
     if (!is_int_type(a->type) || !is_int_type(b->type)) return false;
-    if (!is_ICON(a) && trees_are_congruent(a, b)) {
+    if (!is_icon(a) && trees_are_congruent(a, b)) {
         if (!RULE("DIV: (u * x) / (w * x) -> u / w")) return false;
         *left = new_ICON(INT65(1), a->type, a->scope);
         *right = new_ICON(INT65(1), b->type, b->scope);
@@ -270,7 +270,7 @@ STEP div_beyond_range(NODE *&n, INT65 d, struct LOOP *loop) {
 // (a + c) / d  ->  a/d + c/d         signed, d > 0 divides every value of a, c >= 0, the dividend is not negative
 STEP div_split_sum(NODE *&n, INT65 d, int non_negative, struct LOOP *loop) {
     NODE *sum = n->left;
-    if (!is_signed_int(n->type) || sum->op != PLUS || !has_numbers_of(sum, n) || !is_ICON(sum->right))
+    if (!is_signed_int(n->type) || sum->op != PLUS || !has_numbers_of(sum, n) || !is_icon(sum->right))
         return NO_STEP;
     NODE *a = sum->left;
     INT65 c = operand_value(sum->right, n);
@@ -294,7 +294,7 @@ STEP div_product(NODE *&n, INT65 d, struct LOOP *loop) {
     bool negative = is_exact_negation(n->left, n, loop);
     NODE *product = negative ? n->left->left : n->left;
     if (!is_signed_int(n->type) || product->op != MULT || !has_numbers_of(product, n) ||
-        !is_ICON(product->right))
+        !is_icon(product->right))
         return NO_STEP;
     INT65 c = operand_value(product->right, n), q = c / d;
     if (q * d != c || !values_fit(product->left->type, n->type) || expr_product_may_overflow(product, loop))
@@ -322,7 +322,7 @@ STEP div_by_power_of_two(NODE *&n, INT65 d, int non_negative, struct LOOP *loop)
                  integer_DIV_is_exact(n, loop);
     if (!known || !RULE("DIV: x / 2^t -> x >> t")) return NO_STEP;
     LS *scope = n->scope;
-    x = as_type(type, take_left(n), loop);
+    x = in_type(type, keep_left(n), loop);
     n = simp_new(SRL, x, new_ICON(INT65(t), tp->int_type(), scope), type, scope, loop);
     if (d.is_negative()) n = negated(n, type, loop);
     return DONE;
@@ -331,7 +331,7 @@ STEP div_by_power_of_two(NODE *&n, INT65 d, int non_negative, struct LOOP *loop)
 } // namespace
 
 NODE *simp_DIV_by_ICON(NODE *n, int non_negative, struct LOOP *loop) {
-    if (n->op != DIV || !is_int_type(n->type) || n->type->is_bool() || !is_ICON(n->right) || is_ICON(n->left))
+    if (n->op != DIV || !is_int_type(n->type) || n->type->is_bool() || !is_icon(n->right) || is_icon(n->left))
         return n;
     if (!is_int_type(n->left->type)) return n;
     INT65 d = operand_value(n->right, n);
@@ -350,7 +350,7 @@ NODE *simp_DIV_by_ICON(NODE *n, int non_negative, struct LOOP *loop) {
 
 NODE *simp_DIV(NODE *n, int non_negative, struct LOOP *loop) {
     if (div_by_FCON(n, loop) == DONE) return n;
-    if (!is_int_type(n->type) || n->type->is_bool() || is_ICON_of(n->right, INT65(0))) return n;
+    if (!is_int_type(n->type) || n->type->is_bool() || is_icon_of(n->right, INT65(0))) return n;
     if (!is_int_type(n->left->type) || !is_int_type(n->right->type)) return n;
     if (div_trivial(n, loop) == DONE) return n;
     if (!is_signed_int(n->type)) return simp_DIV_by_ICON(n, non_negative, loop);
@@ -373,18 +373,18 @@ namespace {
 STEP mod_negations(NODE *&n, struct LOOP *loop) {
     TYPE *type = n->type;
     if (is_negation(n->right, n) && values_fit(n->right->left->type, type) && RULE("MOD: x % -y -> x % y")) {
-        n->right = as_type(type, take_left(n->right), loop);
+        n->right = in_type(type, keep_left(n->right), loop);
         return AGAIN;
     }
     if (!is_exact_negation(n->left, n, loop) || !RULE("MOD: -x % y -> -(x % y)")) return NO_STEP;
-    n->left = as_type(type, take_left(n->left), loop);
+    n->left = in_type(type, keep_left(n->left), loop);
     n = negated(simp_node(n, loop), type, loop);
     return DONE;
 }
 
 // x % 1 -> (x, 0)
 STEP mod_by_one(NODE *&n, struct LOOP *loop) {
-    if (!is_ICON_of(n->right, INT65(1)) || !RULE("MOD: x % 1 -> (x, 0)")) return NO_STEP;
+    if (!is_icon_of(n->right, INT65(1)) || !RULE("MOD: x % 1 -> (x, 0)")) return NO_STEP;
     n = constant_after_operands(n, INT65(0), loop);
     return DONE;
 }
@@ -394,7 +394,7 @@ STEP mod_of_small(NODE *&n, struct LOOP *loop) {
     NODE *x = n->left;
     INT65 c = magnitude(operand_value(n->right, n));
     if (!values_fit(x->type, n->type)) return NO_STEP;
-    bool repeated = x->op == MOD && has_numbers_of(x, n) && is_ICON(x->right) &&
+    bool repeated = x->op == MOD && has_numbers_of(x, n) && is_icon(x->right) &&
                     magnitude(operand_value(x->right, x)) == c && !c.is_zero();
     if (!repeated) {
         if (tree_contains_op(x, MOD)) return NO_STEP;
@@ -403,7 +403,7 @@ STEP mod_of_small(NODE *&n, struct LOOP *loop) {
     }
     if (repeated ? !RULE("MOD: (x % c) % c -> x % c") : !RULE("MOD: x % c -> x, |x| < |c|")) return NO_STEP;
     TYPE *type = n->type;
-    n = as_type(type, take_left(n), loop);
+    n = in_type(type, keep_left(n), loop);
     return DONE;
 }
 
@@ -411,9 +411,9 @@ STEP mod_of_small(NODE *&n, struct LOOP *loop) {
 STEP mod_of_sum(NODE *&n, struct LOOP *loop) {
     NODE *sum = n->left;
     INT65 c = operand_value(n->right, n);
-    if (sum->op != PLUS || !has_numbers_of(sum, n) || !is_ICON(sum->right) || c <= INT65(1)) return NO_STEP;
+    if (sum->op != PLUS || !has_numbers_of(sum, n) || !is_icon(sum->right) || c <= INT65(1)) return NO_STEP;
     NODE *inner = sum->left;
-    if (inner->op != MOD || !has_numbers_of(inner, n) || !is_ICON(inner->right) ||
+    if (inner->op != MOD || !has_numbers_of(inner, n) || !is_icon(inner->right) ||
         operand_value(inner->right, n) != c)
         return NO_STEP;
     NODE *x = inner->left;
@@ -423,7 +423,7 @@ STEP mod_of_sum(NODE *&n, struct LOOP *loop) {
         sum_may_overflow(calculate_maxval_for_tree(x, loop), rest, n->type))
         return NO_STEP;
     if (!RULE("MOD: ((x % c) + d) % c -> (x + d) % c")) return NO_STEP;
-    sum->left = as_type(n->type, take_left(inner), loop);
+    sum->left = in_type(n->type, keep_left(inner), loop);
     sum->right->u.lval = truncate_to_type(rest, sum->right->type);
     n->left = simp_node(sum, loop);
     return AGAIN;
@@ -432,7 +432,7 @@ STEP mod_of_sum(NODE *&n, struct LOOP *loop) {
 } // namespace
 
 NODE *simp_MOD(NODE *n, struct LOOP *loop) {
-    if (!is_int_type(n->type) || n->type->is_bool() || is_ICON_of(n->right, INT65(0))) return n;
+    if (!is_int_type(n->type) || n->type->is_bool() || is_icon_of(n->right, INT65(0))) return n;
     if (!is_int_type(n->left->type) || !is_int_type(n->right->type)) return n;
     for (;;) {
         if (div_trivial(n, loop)) return n;
@@ -441,7 +441,7 @@ NODE *simp_MOD(NODE *n, struct LOOP *loop) {
             step = mod_negations(n, loop);
             if (!step) step = div_negative_ICON(n, loop);
         }
-        if (!step && is_ICON(n->right)) {
+        if (!step && is_icon(n->right)) {
             step = mod_by_one(n, loop);
             if (!step) step = mod_of_small(n, loop);
             if (!step) step = mod_of_sum(n, loop);
@@ -460,7 +460,7 @@ int size_of(const NODE *n) { return int(n->type->size); }
 
 // A shift by a constant that is at least 0: the count, at most 128; else -1.
 int constant_count(const NODE *n) {
-    if (!is_ICON(n->right) || n->right->u.lval.is_negative()) return -1;
+    if (!is_icon(n->right) || n->right->u.lval.is_negative()) return -1;
     return std::min(n->right->u.lval, INT65(128)).low_i32();
 }
 
@@ -476,7 +476,7 @@ STEP shift_conversion(NODE *&n, int, struct LOOP *) {
     if (n->op != SLL || x->op != SCONV || !in_ring(x, n) || !in_ring(x->left, n) || x->left->type->is_ptr())
         return NO_STEP;
     if (is_bitfield(x->left) || !RULE("SLL: SCONV(x) << k -> x << k")) return NO_STEP;
-    n->left = take_left(x);
+    n->left = keep_left(x);
     return AGAIN;
 }
 
@@ -485,7 +485,7 @@ STEP shift_extreme(NODE *&n, int k, struct LOOP *loop) {
     TYPE *type = n->type;
     if (k == 0) {
         if (!RULE("SLL, SRL: x << 0 -> x")) return NO_STEP;
-        n = as_type(type, take_left(n), loop);
+        n = in_type(type, keep_left(n), loop);
         return DONE;
     }
     const TYPE *from = n->left->type;
@@ -508,7 +508,7 @@ STEP shift_twice(NODE *&n, int k, struct LOOP *) {
         return NO_STEP;
     int k1 = constant_count(inner);
     if (k1 < 0 || !RULE("SLL, SRL: (x << k1) << k2 -> x << (k1+k2)")) return NO_STEP;
-    n->left = take_left(inner);
+    n->left = keep_left(inner);
     set_count(n, k + k1);
     return AGAIN;
 }
@@ -524,7 +524,7 @@ STEP shift_pair(NODE *&n, int k2, struct LOOP *loop) {
     TYPE *type = n->type, *inner_type = inner->type;
     LS *scope = n->scope;
     if (k1 < k2) {
-        NODE *x = as_type(inner_type, take_left(inner), loop);
+        NODE *x = in_type(inner_type, keep_left(inner), loop);
         n->left = simp_new(ANDB, x, new_ICON(INT65(-1) << k1, inner_type, scope), inner_type, scope, nullptr);
         set_count(n, k2 - k1);
         return AGAIN;
@@ -549,7 +549,7 @@ STEP shift_back(NODE *&n, int k, struct LOOP *loop) {
     INT65 mask = truncate_to_type(INT65(-1) << p, type) >> k;
     n->left = nullptr;
     erase_tree(n);
-    NODE *x = as_type(type, take_left(inner), loop);
+    NODE *x = in_type(type, keep_left(inner), loop);
     if (k != p)
         x = simp_new(k > p ? SRL : SLL, x, new_ICON(INT65(std::abs(k - p)), tp->int_type(), scope), type,
                      scope, loop);
@@ -562,7 +562,7 @@ STEP shift_back(NODE *&n, int k, struct LOOP *loop) {
 STEP shift_product(NODE *&n, int k, struct LOOP *loop) {
     NODE *product = n->left;
     if (n->op != SRL || !is_signed_int(n->type) || product->op != MULT || !has_numbers_of(product, n) ||
-        !is_ICON(product->right) || k >= size_of(n))
+        !is_icon(product->right) || k >= size_of(n))
         return NO_STEP;
     INT65 c = operand_value(product->right, n);
     int t = c.is_positive() ? c.count_trailing_zeros() : 0;
@@ -583,7 +583,7 @@ STEP shift_through(NODE *&n, int k, struct LOOP *loop) {
     NODE *inner = n->left;
     bool bitwise = inner->op == ANDB || inner->op == ORB || inner->op == XORB;
     bool sum = n->op == SLL && (inner->op == PLUS || inner->op == MINUS);
-    if ((!bitwise && !sum) || !in_ring(inner, n) || !is_ICON(inner->right) || k >= size_of(n)) return NO_STEP;
+    if ((!bitwise && !sum) || !in_ring(inner, n) || !is_icon(inner->right) || k >= size_of(n)) return NO_STEP;
     if (inner->type->is_ptr() || inner->left->type->is_ptr() || !is_int_type(inner->left->type))
         return NO_STEP;
     if (n->op == SRL && !has_numbers_of(inner, n)) return NO_STEP;
@@ -596,7 +596,7 @@ STEP shift_through(NODE *&n, int k, struct LOOP *loop) {
         return NO_STEP;
     LS *scope = n->scope;
     int op = inner->op;
-    n->left = as_type(type, take_left(inner), loop);
+    n->left = in_type(type, keep_left(inner), loop);
     n = simp_new(op, simp_node(n, loop), new_ICON(moved, type, scope), type, scope, loop);
     return DONE;
 }

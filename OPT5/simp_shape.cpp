@@ -57,20 +57,20 @@ bool may_exchange(const NODE *a, const NODE *b) {
     return never_changes(a) || never_changes(b) || (is_free_of_effects(a) && is_free_of_effects(b));
 }
 
-NODE *as_type(TYPE *type, NODE *tree, struct LOOP *loop) {
+NODE *in_type(TYPE *type, NODE *tree, struct LOOP *loop) {
     if (tree->type == type) return tree;
     NODE *converted = coerce_to_type(type, tree);
     return converted == tree ? tree : simp_node(converted, loop);
 }
 
-NODE *take_left(NODE *n) {
+NODE *keep_left(NODE *n) {
     NODE *kept = n->left;
     n->left = nullptr;
     erase_tree(n);
     return kept;
 }
 
-NODE *take_right(NODE *n) {
+NODE *keep_right(NODE *n) {
     NODE *kept = n->right;
     n->right = nullptr;
     erase_tree(n);
@@ -87,7 +87,7 @@ NODE *value_after_effects(NODE *dropped, NODE *value, struct LOOP *loop) {
 
 NODE *constant_after_operands(NODE *n, INT65 value, struct LOOP *loop) {
     NODE *constant = new_ICON(value, n->type, n->scope);
-    constant = as_type(n->type, constant, loop);
+    constant = in_type(n->type, constant, loop);
     return value_after_effects(n, constant, loop);
 }
 

@@ -30,8 +30,8 @@ inline bool same_ring(const TYPE *a, const TYPE *b) {
 // Of one ring, and of one sign; a pointer is unsigned.
 bool same_numbers(const TYPE *a, const TYPE *b);
 
-inline bool is_ICON(const NODE *n) { return n->op == ICON; }
-inline bool is_ICON_of(const NODE *n, INT65 value) { return n->op == ICON && n->u.lval == value; }
+inline bool is_icon(const NODE *n) { return n->op == ICON; }
+inline bool is_icon_of(const NODE *n, INT65 value) { return n->op == ICON && n->u.lval == value; }
 inline bool is_constant_leaf(const NODE *n) { return n->op == ICON || n->op == FCON || n->op == LCON; }
 inline bool is_leaf(const NODE *n) { return !n->left && !n->right; }
 // &name
@@ -52,10 +52,10 @@ bool is_free_of_effects(const NODE *);
 bool may_exchange(const NODE *a, const NODE *b);
 
 // The tree as a value of the type: under a new, simplified conversion where the types differ.
-NODE *as_type(TYPE *, NODE *, struct LOOP *);
+NODE *in_type(TYPE *, NODE *, struct LOOP *);
 // Takes out one operand and erases the rest of the node.
-NODE *take_left(NODE *);
-NODE *take_right(NODE *);
+NODE *keep_left(NODE *);
+NODE *keep_right(NODE *);
 // `dropped` for its effects, then `value`.
 NODE *value_after_effects(NODE *dropped, NODE *value, struct LOOP *);
 // Evaluates both operands of `node` for their effects and gives a constant of the node's type.
