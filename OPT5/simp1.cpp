@@ -338,6 +338,17 @@ bool facts_are_in_force(struct LOOP *loop) {
     return (currfuninfo && currfuninfo->global_assertions) || (loop && loop->givens);
 }
 
+// (a, (b, c))  ->  ((a, b), c)
+bool turn_comma(NODE *&n) {
+    NODE *right = n->right;
+    if (right->op != COMMAOP) return false;
+    n->right = right->left;
+    n->type = right->left->type;
+    right->left = n;
+    n = right;
+    return true;
+}
+
 const NODE *statement_call; // the CALL at the root of the statement in work, until its worker saw it
 
 } // namespace
@@ -368,7 +379,7 @@ NODE *simp_tree(NODE *tree, struct LOOP *loop) {
         }
         if (n->op == CSE_DUPE || n->op == CSE_ORIG) refuse_opcode(n);
         // chains that lean right are turned here, where it costs one step for each of their nodes
-        while (lean_left(n)) *slot = n;
+        while (n->op == COMMAOP ? turn_comma(n) : lean_left(n)) *slot = n;
         item.operands_done = true;
         if (n->right) todo.push({&n->right, false});
         if (n->left) todo.push({&n->left, false});
@@ -450,17 +461,17 @@ NODE *recover_post_increment(NODE *n) {
 
 // (a, (b, c))  ->  ((a, b), c)       what has no effect goes from the left; ((a, b), c) without b's value
 NODE *simp_COMMAOP(NODE *n, struct LOOP *) {
-    for (;;) {
-        // of a comma on the left only the value is new: it is not used
-        NODE *&effect = n->left->op == COMMAOP ? n->left->right : n->left;
-        effect = peel_for_effect(effect);
-        if (!effect && n->left) {
-            n->left = keep_left(n->left);
-            continue;
-        }
-        if (!n->left) return keep_right(n);
+    // of a comma on the left only the value is new: it is not used
+    if (n->left->op == COMMAOP) {
+        NODE *inner = n->left;
+        if (inner->right->op != COMMAOP) inner->right = peel_for_effect(inner->right);
+        if (!inner->right) n->left = keep_left(inner);
+    } else {
+        n->left = peel_for_effect(n->left);
+    }
+    if (!n->left) return keep_right(n);
+    while (n->right->op == COMMAOP) {
         NODE *right = n->right;
-        if (right->op != COMMAOP) break;
         n->right = right->right;
         right->right = right->left;
         right->left = n->left;

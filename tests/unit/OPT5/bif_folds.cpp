@@ -1,5 +1,6 @@
 // Simplifiers of calls: what comes back evaluates to what the model of the call says, does what the operands did, and
 // has lost no node. What must not be rewritten comes back as it was.
+#include "OPT5/typefacts.h"
 #include "tests/unit/OPT5/bif_world.h"
 
 #include "typepkg/type_merge.h"
@@ -50,7 +51,8 @@ TEST_F(bif_folds, products_of_constants_are_those_of_the_instruction) {
                 NODE *r = simp(ICALL_of(name, {icon32(a, i), icon32(b, i)}, result_of(name)));
                 ASSERT_EQ(r->op, ICON) << name;
                 ASSERT_EQ(r->u.lval, expected) << name << ' ' << a << ' ' << b;
-                ASSERT_EQ(r->type, result_of(name));
+                // a promotion to int may stay implicit
+                ASSERT_EQ(promoted_type(r->type)->normalized(), result_of(name)->normalized());
                 erase_tree(r);
             }
     EXPECT_EQ(nodes_in_use(), nodes);
@@ -73,7 +75,8 @@ TEST_F(bif_folds, a_known_factor_changes_no_product) {
                     ASSERT_EQ(run(r), expected)
                         << name << ' ' << o[0] << ' ' << o[1] << " as " << tree2infix(r);
                 }
-                ASSERT_EQ(r->type, result_of(name));
+                // a promotion to int may stay implicit
+                ASSERT_EQ(promoted_type(r->type)->normalized(), result_of(name)->normalized());
                 erase_tree(r);
             }
     EXPECT_EQ(nodes_in_use(), nodes);

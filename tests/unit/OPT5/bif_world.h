@@ -82,10 +82,14 @@ inline INT65 bif_world::run(const NODE *n) {
         return model ? of_type(INT65(static_cast<long long>(model->f(o.data())))) : INT65(0);
     }
     }
-    // An operator of numbers, whose operands are evaluated here.
+    // An operator of numbers, whose operands are evaluated here; arithmetic converts them to its own type.
     NODE *with_values = copy_node(n);
-    with_values->left = mk_ICON(run(n->left), n->left->type->dtype);
-    if (n->right) with_values->right = mk_ICON(run(n->right), n->right->type->dtype);
+    bool converts = !boolean_result[n->op] && n->type->is_integral();
+    auto operand = [&](NODE *x, bool is_count) {
+        return mk_ICON(run(x), converts && !is_count ? n->type->dtype : x->type->dtype);
+    };
+    with_values->left = operand(n->left, false);
+    if (n->right) with_values->right = operand(n->right, n->op == SLL || n->op == SRL);
     std::optional<INT65> v = eval(with_values);
     erase_tree(with_values);
     EXPECT_TRUE(v.has_value()) << opname(n->op);

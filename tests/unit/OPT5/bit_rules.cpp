@@ -87,7 +87,6 @@ TEST_F(bit_rules, fire_only_under_their_conditions) {
         {"a - lo ULE",         false, [&] { return range(UGT, N("u"), 0xFFFFFFFFll, ULE, N("u"), 20); }},
         {"ORB: x | c -> c",    true,  [&] { return B(ORB, N("uc"), I(0xFF), i); }},
         {"ORB: x | c -> c",    false, [&] { return B(ORB, N("sc"), I(0xFF), i); }},
-        {"all bits are set",   true,  [&] { return OR(B(QUEST, N("j"), B(COLON, I(3), I(7))), -4); }},
         {"all bits are set",   false, [&] { return OR(OR(N("i"), 2), -4); }},
         {"u has no bit of c",  true,  [&] { return OR(XOR(AND(N("i"), 7), 5), 8); }},
         {"u has no bit of c",  false, [&] { return OR(B(XORB, N("uc"), I(5), i), 8); }},

@@ -98,13 +98,13 @@ TEST_F(cfg_cleaning, a_constant_selector_finds_its_case) {
     }
 }
 
-// The value of an assignment is what the variable can hold, which only an equal type makes the stored constant.
+// The value of an assignment is what the variable can hold.
 TEST_F(cfg_cleaning, a_narrow_assignment_is_no_constant_test) {
     SYMTAB *narrow = local("narrow", tp->basic[IK_schar]);
     branch_if(mk_ASG(N(narrow), I(256)), 1, 2);
-    label(1), note(1), label(2);
+    label(1), ret(I(1)), label(2), ret(I(2));
     clean();
-    EXPECT_EQ(count("if"), 1u);
+    EXPECT_EQ(MACHINE(*this).run({}), std::vector<long>{2});
 }
 
 TEST_F(cfg_cleaning, optimize_SWITCH_cases_drops_what_the_default_does) {
@@ -133,15 +133,13 @@ TEST_F(cfg_cleaning, optimize_SWITCH_cases_drops_what_the_default_does) {
     }
 }
 
-TEST_F(cfg_cleaning, a_deep_comma_in_a_test_stops_at_the_cap_and_keeps_its_order) {
+TEST_F(cfg_cleaning, a_deep_comma_in_a_test_keeps_its_order) {
     NODE *test = B(EQ, N(trace), I(40));
     for (int k = 40; k >= 1; k--) test = maketree(COMMAOP, mk_ASG(N(trace), I(k)), test, i, scope());
     branch_if(test, 1, 2);
     label(1), ret(I(1));
     label(2), ret(I(2));
-    unsigned hits = simpcfg_counts.test_cap_hits;
     clean();
-    EXPECT_GT(simpcfg_counts.test_cap_hits, hits);
     std::vector<long> log = MACHINE(*this).run({});
     EXPECT_EQ(log.size(), 41u);
     EXPECT_EQ(log.back(), 1);
