@@ -42,14 +42,19 @@ enum BOOLEAN_ANSWER { IS_NOT, IS_BOOLEAN, LEFT_MUST, RIGHT_MUST, BOTH_MUST, EITH
 BOOLEAN_ANSWER ask_boolean(const NODE *n) {
     if (boolean_result[n->op]) return IS_BOOLEAN;
     if (!n->type || !is_integer_type(n->type)) return IS_NOT;
-    if (n->op != ICON && type_returns_1_or_0(n->type)) return IS_BOOLEAN;
     switch (n->op) {
+    case NAME:
+    case UMULT:
+    case ASG: return type_returns_1_or_0(n->type) ? IS_BOOLEAN : IS_NOT;
     case ICON: return is_ICON(n, 0) || is_ICON(n, 1) ? IS_BOOLEAN : IS_NOT;
     case STDOT:
-    case STREF:
-        return is_bit_field(n) && n->type->is_unsigned() && n->right->member->width() == 1 ? IS_BOOLEAN
-                                                                                           : IS_NOT;
-    case SCONV: return is_integer_type(n->left->type) ? LEFT_MUST : IS_NOT;
+    case STREF: {
+        bool one_bit = is_bit_field(n) && n->type->is_unsigned() && n->right->member->width() == 1;
+        return one_bit || type_returns_1_or_0(n->type) ? IS_BOOLEAN : IS_NOT;
+    }
+    case SCONV:
+        if (type_returns_1_or_0(n->type)) return IS_BOOLEAN;
+        return is_integer_type(n->left->type) ? LEFT_MUST : IS_NOT;
     case IDENTITY: return LEFT_MUST;
     case MINUS: return is_ICON(n->left, 1) ? RIGHT_MUST : IS_NOT; // 1 - b
     case ANDB: return EITHER_DOES;
