@@ -15,7 +15,20 @@ FILES = {
     "uses_fn.c": '#include <stdio.h>\nint fn(void); int main(void) { printf("%d\\n", fn()); return 0; }\n',
     "bad.c": "int f(void) { return 1 +; }\n",
     "undefined.c": "int g(void); int main(void) { return g(); }\n",
-    "refused.c": "int f(int x) { void *p = &&l; goto *p; l: return x; }\n",
+    "refused.c": "int f(int x) { __asm__(\"mov %0, %0\" : \"+r\"(x)); return x; }\n",
+    "twin1.c": '''#include <stdio.h>
+struct s { int a; struct s *next; }; enum e { ONE = 1 };
+static int state = 10; static int step(void) { static int n; return ++n; }
+struct s shared = {7, 0}; extern int table[]; int other(int (*)(void)); int helper(void) { return 30; }
+int main(void) { int a = step(), b = other(step); printf("%d %d %d %d %d %d", a, state, b / 10, b % 10 * 10, shared.a, helper());
+  printf(" %d\\n", table[2]); return 0; }
+''',
+    "twin2.c": '''struct s { int a; struct s *next; }; extern struct s shared; enum e { ONE = 1 };
+static int state = 20; static int step(void) { static int n = 1; return ++n; } int table[3] = {1, 2, 3};
+static int helper(void) { return 2; }
+int other(int (*f)(void)) { shared.next = &shared; return step() * 10 + (f() == 2 && state == 20 && shared.next->a == 7 ? helper() : 9); }
+''',
+    "clash.c": "struct t { float f; };\nextern struct t shared; float clash(void) { return shared.f; }\n",
     "chars.c": '#include <stdio.h>\nint main(void) { char c = -1; printf("%d\\n", c < 0); return 0; }\n',
     "words.rsp": "-DLOUD=5 'main.c'\npart.c \"-Iinc\" -o spaced\\ name\n",
     "math with blank.c": "int main(void) { return 5; }\n",
@@ -47,14 +60,18 @@ ROWS = [
     (["--save-temps", "-O2", "-c", "-Iinc", "part.c"], 0, None, ["part.parsed.if", "part.if", "part.ql.c", "part.s", "part.o"], None),
     (["-Wp,-MMD,dep.d", "-Iinc", "-c", "part.c", "-o", "x.o"], 0, None, ["dep.d", "x.o"], None),
     (["-fwhole-program", "-O3", "math.c", "-lm", "-o", "whole"], 0, None, ["whole"], ("whole", [], "1.414214\n", 7)),
-    (["-fwhole-program", "-O3", "-Iinc", "main.c", "part.c", "-o", "whole2"], 0, r"-fwhole-program has no effect", ["whole2"],
-     ("whole2", [], "7 ./whole2\n", 0)),
+    (["-fwhole-program", "-O3", "-Iinc", "main.c", "part.c", "-o", "whole2"], 0, None, ["whole2"], ("whole2", [], "7 ./whole2\n", 0)),
+    (["-fwhole-program", "-O4", "-c", "-Iinc", "main.c", "part.c", "-o", "w.o"], 0, None, ["w.o"], None),
+    (["-fwhole-program", "-O4", "twin1.c", "twin2.c", "-o", "twins"], 0, None, ["twins"], ("twins", [], "1 10 2 20 7 30 3\n", 0)),
+    (["-fwhole-program", "-O3", "uses_fn.c", "fn.s", "-o", "whole3"], 0, r"-fwhole-program has no effect", ["whole3"],
+     ("whole3", [], "42\n", 0)),
     (["-###", "-O2", "-c", "-Iinc", "part.c"], 0, r"qlopt.*--opt_level=2", [], None),
     (["-print-multiarch"], 0, None, [], None),
     # failures
     (["-c", "bad.c"], 1, r"bad\.c:1:25: error: expected expression", [], None),
     (["-c", "refused.c"], 1, r"refused\.c:1:.*error", [], None),
     (["-c", "bad.c", "part.c", "-Iinc"], 1, r"bad\.c", ["part.o"], None),  # the other source is compiled
+    (["-fwhole-program", "twin1.c", "clash.c", "-o", "clash"], 1, r"clash\.c:2.*shared", [], None),
     (["undefined.c"], 1, r"undefined reference to `g'", [], None),
     (["none.c"], 1, r"none\.c: No such file or directory", [], None),
     ([], 1, r"no input files", [], None),

@@ -26,7 +26,7 @@ void usage(FILE *to) {
         "  -mthumb -marm -mcpu= -march= -mfpu= -mfloat-abi=   the target\n"
         "  -ffast-math          floating-point arithmetic may be rearranged\n"
         "  -fno-aliased-variables   a called function keeps no address of a local past the call\n"
-        "  -fwhole-program      the one source is the whole program\n"
+        "  -fwhole-program      the sources are the whole program and are compiled as one\n"
         "  -Wq,OPTION           an option for qlopt\n"
         "  --backend=MODE       what the cross compiler may do: select, O2, O0 (default: select, O0 with "
         "-O0)\n"

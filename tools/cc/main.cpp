@@ -115,12 +115,15 @@ bool preprocess(const std::string &source) {
     return run(c);
 }
 
-bool parse(const std::string &source, const std::string &to) {
+bool parse(const std::vector<std::string> &sources, const std::string &to) {
     std::vector<std::string> c{sibling("qlparse", "tools/parse/")};
     append(c, args.parse);
-    bool preprocessed = source.size() > 2 && source.compare(source.size() - 2, 2, ".i") == 0;
+    bool preprocessed = false;
+    for (const std::string &s : sources)
+        preprocessed |= s.size() > 2 && s.compare(s.size() - 2, 2, ".i") == 0;
     if (preprocessed) append(c, {"-x", "c"}); // which reads such a text as well
-    append(c, {source, "-o", to});
+    append(c, sources);
+    append(c, {"-o", to});
     return run(c);
 }
 
@@ -170,8 +173,8 @@ bool assemble(const std::string &source, const std::string &to) {
     return run(c, true);
 }
 
-// One source up to where the action stops; `object` gets the name of what was written.
-bool compile(const INPUT &in, std::string &object) {
+// One source, or several as one program, up to where the action stops; `object` gets the name of what was written.
+bool compile(const INPUT &in, const std::vector<std::string> &sources, std::string &object) {
     ACTION stop = args.action;
     bool object_is_last = stop == ACT_OBJECT;
     std::string file = in.text;
@@ -180,12 +183,14 @@ bool compile(const INPUT &in, std::string &object) {
         return stop == ACT_ASSEMBLY || stop == ACT_IF || stop == ACT_C ? true : assemble(in.text, object);
     }
     if (args.make_dependencies && in.kind == IN_C) {
-        std::string target = object_is_last && !args.output.empty() ? args.output : stem(in.text) + ".o";
-        if (!write_dependencies(in.text, target)) return false;
+        for (const std::string &source : sources) {
+            std::string target = object_is_last && !args.output.empty() ? args.output : stem(source) + ".o";
+            if (!write_dependencies(source, target)) return false;
+        }
     }
     if (in.kind == IN_C) {
         file = stage_file(in.text, ".parsed.if", false);
-        if (!parse(in.text, file)) return false;
+        if (!parse(sources, file)) return false;
     }
     std::string optimized = stage_file(in.text, ".if", stop == ACT_IF);
     if (!optimize(file, optimized)) return false;
@@ -207,26 +212,27 @@ bool link(const std::vector<std::string> &files) {
 }
 
 void check() {
-    size_t sources = 0, others = 0;
+    size_t sources = 0, others = 0, in_c = 0;
     for (const INPUT &in : args.inputs) {
         if (in.kind == IN_LINKER) {
             others += in.text[0] != '-';
             continue;
         }
-        sources++;
+        sources++, in_c += in.kind == IN_C;
         if (in.text != "-" && access(in.text.c_str(), R_OK)) die(in.text + ": No such file or directory");
     }
     if (args.inputs.empty() || (sources == 0 && others == 0)) die("no input files");
-    if (sources > 1 && !args.output.empty() && args.action != ACT_LINK)
+    if (args.whole_program && (in_c < sources || others > 0)) {
+        fprintf(stderr,
+                "qlcc: warning: -fwhole-program has no effect: the program has other parts than C sources\n");
+        args.whole_program = false;
+    }
+    bool one = args.whole_program && args.action != ACT_PREPROCESS && args.action != ACT_DEPENDENCIES;
+    if (sources > 1 && !one && !args.output.empty() && args.action != ACT_LINK)
         die("cannot specify '-o' with '-c', '-S', '-E' or '-emit-...' with several files");
     for (const INPUT &in : args.inputs)
         if (!args.output.empty() && in.text == args.output)
             die("the output '" + args.output + "' is one of the inputs");
-    if (args.whole_program && (sources > 1 || others > 0)) {
-        fprintf(stderr,
-                "qlcc: warning: -fwhole-program has no effect: the program has more parts than one source\n");
-        args.whole_program = false;
-    }
 }
 
 } // namespace
@@ -240,8 +246,11 @@ int main(int argc, char **argv) {
     }
     if (args.inputs.empty() && args.verbose) return run({cross_compiler(), "-v"}) ? 0 : 1;
     check();
-    std::vector<std::string> to_link;
-    bool ok = true;
+    std::vector<std::string> to_link, whole;
+    if (args.whole_program)
+        for (const INPUT &in : args.inputs)
+            if (in.kind == IN_C) whole.push_back(in.text);
+    bool ok = true, compiled = false;
     for (const INPUT &in : args.inputs) {
         if (in.kind == IN_LINKER) {
             to_link.push_back(in.text);
@@ -252,8 +261,10 @@ int main(int argc, char **argv) {
                 ok &= args.action == ACT_PREPROCESS ? preprocess(in.text) : write_dependencies(in.text, "");
             continue;
         }
+        if (!whole.empty() && compiled) continue;
         std::string object;
-        ok &= compile(in, object);
+        ok &= compile(in, whole.empty() ? std::vector<std::string>{in.text} : whole, object);
+        compiled = true;
         if (!object.empty()) to_link.push_back(object);
     }
     if (ok && args.action == ACT_LINK) ok = link(to_link);

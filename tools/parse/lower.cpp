@@ -26,7 +26,35 @@ const PSN *LOWER::psn_of(SourceLocation where) {
     return m.psn(p.getFilename(), p.getLine(), p.getColumn());
 }
 
+// Several sources in one: a static whose name another source uses too gets a name of its own.
+void LOWER::tell_statics_apart() {
+    std::map<std::string, const Decl *> taken;
+    auto each = [&](auto what) {
+        for (const Decl *d : ctx.getTranslationUnitDecl()->decls())
+            if (auto *v = dyn_cast<VarDecl>(d)) what(v, v->getFormalLinkage() == ExternalLinkage);
+            else if (auto *f = dyn_cast<FunctionDecl>(d)) what(f, f->getFormalLinkage() == ExternalLinkage);
+    };
+    each([&](const NamedDecl *d, bool external) {
+        if (external) taken[d->getName().str()] = d->getCanonicalDecl();
+    });
+    unsigned n = 0;
+    each([&](const NamedDecl *d, bool external) {
+        if (external) return;
+        const Decl *key = d->getCanonicalDecl();
+        auto [it, fresh] = taken.try_emplace(d->getName().str(), key);
+        if (!fresh && it->second != key && !static_names.count(key))
+            static_names[key] = d->getName().str() + "$" + std::to_string(++n);
+    });
+}
+
+std::string LOWER::global_name(const NamedDecl *d) {
+    if (auto *label = d->getAttr<AsmLabelAttr>()) return label->getLabel().str();
+    auto it = static_names.find(d->getCanonicalDecl());
+    return it != static_names.end() ? it->second : d->getName().str();
+}
+
 void LOWER::translation_unit() {
+    tell_statics_apart();
     for (const Decl *d : ctx.getTranslationUnitDecl()->decls()) {
         if (auto *v = dyn_cast<VarDecl>(d)) {
             // One symbol for all declarations of a variable, made where it is defined.

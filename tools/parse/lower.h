@@ -70,6 +70,7 @@ class LOWER {
     std::unordered_map<const clang::FieldDecl *, fkMDATA *> members;
     std::unordered_map<const clang::Decl *, MSYM *> symbols; // globals, by canonical declaration
     std::map<std::string, MSYM *> global_names;
+    std::map<const clang::Decl *, std::string> static_names; // of several sources' statics that share a name
     std::unordered_map<std::string, MSYM *> string_objects;
     std::set<const MSYM *>
         extended; // objects with an initialised flexible array, of a type that has room for it
@@ -114,6 +115,8 @@ class LOWER {
     // --- messages (lower.cpp) ---
     [[noreturn]] void refuse(clang::SourceLocation where, const std::string &what);
     const PSN *psn_of(clang::SourceLocation where);
+    void tell_statics_apart();
+    std::string global_name(const clang::NamedDecl *);
 
     // --- types (lower_types.cpp) ---
     TYPE *type_of(clang::QualType);

@@ -57,8 +57,7 @@ MSYM *LOWER::function_symbol(const FunctionDecl *f) {
     if (it != symbols.end()) return it->second;
     const FunctionDecl *def = nullptr;
     f->hasBody(def);
-    std::string name = f->getName().str();
-    if (auto *label = f->getAttr<AsmLabelAttr>()) name = label->getLabel().str();
+    std::string name = global_name(f);
     if (name.rfind("__builtin_", 0) == 0 && !def && !f->getBuiltinID()) {
         name = known_builtin(name);
         if (name.empty()) refuse(f->getLocation(), "the built-in function " + f->getName().str());
@@ -141,8 +140,7 @@ MSYM *LOWER::variable_symbol(const VarDecl *v) {
     if (v->getTLSKind() != VarDecl::TLS_None) refuse(v->getLocation(), "thread-local storage");
     const VarDecl *best = v;
     if (const VarDecl *def = definition_of(v)) best = def;
-    std::string name = v->getName().str();
-    if (auto *label = v->getAttr<AsmLabelAttr>()) name = label->getLabel().str();
+    std::string name = global_name(v);
     int sclass = 5;
     if (v->isStaticLocal()) {
         unsigned n = static_count[name]++;
@@ -165,8 +163,7 @@ MSYM *LOWER::variable_symbol(const VarDecl *v) {
     symbols[key] = s;
     enter_global(s, best);
     common_attributes(s, v->getMostRecentDecl());
-    if (v->isStaticLocal() && func_decl)
-        m.add_pragma(s, m.pragma(PRAG_SCOPING_FUNC, {func_decl->getName().str()}));
+    if (v->isStaticLocal() && func_decl) m.add_pragma(s, m.pragma(PRAG_SCOPING_FUNC, {func->symbol->name}));
     if (v->isStaticLocal()) {
         if (v->getInit()) global_initialiser(s, v->getInit(), v->getType());
     }

@@ -1,7 +1,8 @@
 // qlparse: C source to intermediate file.
 //
-//   qlparse FILE.c -o FILE.if [compiler options]
+//   qlparse FILE.c... -o FILE.if [compiler options]
 //
+// Several sources become one file, as if they were one source in which the statics of each are its own.
 // Options are those of a compiler (-I -D -U -include -std= -O -W...); --qlopt=OPTION puts an option into the file's
 // option set for the optimizer. Exit status: 0 written, 1 refused or failed (nothing is written), 2 usage.
 #include <cstdio>
@@ -9,6 +10,9 @@
 #include <cstring>
 
 #include "clang/AST/ASTConsumer.h"
+#include "clang/AST/ASTImporter.h"
+#include "clang/AST/ASTImporterSharedState.h"
+#include "clang/Frontend/ASTUnit.h"
 #include "clang/Frontend/CompilerInstance.h"
 #include "clang/Frontend/FrontendActions.h"
 #include "clang/Lex/Pragma.h"
@@ -22,7 +26,8 @@ using namespace clang;
 namespace {
 
 struct OPTIONS {
-    std::string input, output;
+    std::vector<std::string> inputs;
+    std::string output;
     bool big_endian = false, soft_float = false;
     std::vector<std::string> compiler;  // passed to the front end
     std::vector<std::string> optimizer; // recorded in the file
@@ -101,18 +106,100 @@ class LOWER_CONSUMER : public ASTConsumer {
     }
 };
 
+void add_pragma_handlers(CompilerInstance &ci) {
+    for (auto &row : source_pragma_rows)
+        ci.getPreprocessor().AddPragmaHandler(
+            new QL_PRAGMA_HANDLER(PRAGMA::name(row.number), row.number, row.of_function));
+}
+
 class LOWER_ACTION : public ASTFrontendAction {
     std::unique_ptr<ASTConsumer> CreateASTConsumer(CompilerInstance &ci, StringRef) override {
-        for (auto &row : source_pragma_rows)
-            ci.getPreprocessor().AddPragmaHandler(
-                new QL_PRAGMA_HANDLER(PRAGMA::name(row.number), row.number, row.of_function));
+        add_pragma_handlers(ci);
         return std::make_unique<LOWER_CONSUMER>();
     }
 };
 
+// --- several sources as one ---
+// Each is parsed by itself; the declarations of the others are imported into the first, where those that mean the same
+// thing become one.
+
+class PARSE_ACTION : public ASTFrontendAction {
+    std::unique_ptr<ASTConsumer> CreateASTConsumer(CompilerInstance &ci, StringRef) override {
+        add_pragma_handlers(ci);
+        return std::make_unique<ASTConsumer>();
+    }
+};
+
+class KEEP_UNIT : public tooling::ToolAction {
+  public:
+    std::vector<std::unique_ptr<ASTUnit>> units;
+    bool runInvocation(std::shared_ptr<CompilerInvocation> invocation, FileManager *,
+                       std::shared_ptr<PCHContainerOperations> containers,
+                       DiagnosticConsumer *consumer) override {
+        auto diagnostics =
+            CompilerInstance::createDiagnostics(&invocation->getDiagnosticOpts(), consumer, false);
+        PARSE_ACTION action;
+        ASTUnit *unit =
+            ASTUnit::LoadFromCompilerInvocationAction(invocation, containers, diagnostics, &action);
+        units.emplace_back(unit);
+        return unit && !diagnostics->hasErrorOccurred();
+    }
+};
+
+bool import_unit(ASTUnit &from, ASTUnit &to, std::shared_ptr<ASTImporterSharedState> state,
+                 size_t first_pragma) {
+    ASTImporter importer(to.getASTContext(), to.getFileManager(), from.getASTContext(), from.getFileManager(),
+                         false, state);
+    for (const Decl *d : from.getASTContext().getTranslationUnitDecl()->decls()) {
+        if (auto *n = dyn_cast<NamedDecl>(d); n && n->getIdentifier() && n->getName() == "__builtin_va_list")
+            continue;
+        auto imported = importer.Import(const_cast<Decl *>(d));
+        if (imported) continue;
+        llvm::consumeError(imported.takeError());
+        PresumedLoc p = from.getSourceManager().getPresumedLoc(d->getLocation());
+        auto *n = dyn_cast<NamedDecl>(d);
+        fprintf(stderr, "%s:%u:%u: error: %s does not fit the other sources\n",
+                p.isValid() ? p.getFilename() : "?", p.isValid() ? p.getLine() : 0,
+                p.isValid() ? p.getColumn() : 0,
+                n ? ("'" + n->getNameAsString() + "'").c_str() : "a declaration");
+        return false;
+    }
+    for (size_t i = first_pragma; i < pragmas.size(); i++)
+        if (auto where = importer.Import(pragmas[i].where)) pragmas[i].where = *where;
+        else llvm::consumeError(where.takeError());
+    return true;
+}
+
+bool lower_together(const std::vector<std::string> &command, const std::vector<std::string> &inputs,
+                    FileManager *files) {
+    KEEP_UNIT keep;
+    std::vector<size_t> first_pragma;
+    bool ok = true;
+    for (const std::string &name : inputs) {
+        first_pragma.push_back(pragmas.size());
+        std::vector<std::string> whole = command;
+        whole.push_back(name);
+        tooling::ToolInvocation run(whole, &keep, files, std::make_shared<PCHContainerOperations>());
+        ok &= run.run();
+    }
+    if (!ok) return false;
+    ASTUnit &first = *keep.units[0];
+    auto state = std::make_shared<ASTImporterSharedState>(*first.getASTContext().getTranslationUnitDecl());
+    first_pragma.push_back(pragmas.size());
+    for (size_t i = 1; i < keep.units.size(); i++) {
+        std::vector<SOURCE_PRAGMA> later(pragmas.begin() + long(first_pragma[i + 1]), pragmas.end());
+        pragmas.resize(first_pragma[i + 1]);
+        ok &= import_unit(*keep.units[i], first, state, first_pragma[i]);
+        pragmas.insert(pragmas.end(), later.begin(), later.end());
+    }
+    if (!ok) return false;
+    LOWER_CONSUMER().HandleTranslationUnit(first.getASTContext());
+    return lowered;
+}
+
 void usage(FILE *to) {
-    fputs("Usage: qlparse FILE.c -o FILE.if [options]\n"
-          "Translates one C source file into an intermediate file.\n"
+    fputs("Usage: qlparse FILE.c... -o FILE.if [options]\n"
+          "Translates C source files into one intermediate file; several become one program.\n"
           "  -o FILE             the file to write (default: the source's name with .if)\n"
           "  -I -D -U -include -std= -f... -W... -O... -x   as for a compiler\n"
           "  --endian=little|big the byte order of the target (little)\n"
@@ -148,17 +235,13 @@ OPTIONS parse_options(int argc, char **argv) {
             o.compiler.push_back(a);
             o.compiler.push_back(argv[++i]);
         } else if (a[0] == '-' && a.size() > 1) o.compiler.push_back(a);
-        else if (o.input.empty()) o.input = a;
-        else {
-            fprintf(stderr, "qlparse: more than one source file: %s, %s\n", o.input.c_str(), a.c_str());
-            exit(2);
-        }
+        else o.inputs.push_back(a);
     }
-    if (o.input.empty()) {
+    if (o.inputs.empty()) {
         usage(stderr);
         exit(2);
     }
-    if (o.output.empty()) o.output = o.input.substr(0, o.input.rfind('.')) + ".if";
+    if (o.output.empty()) o.output = o.inputs[0].substr(0, o.inputs[0].rfind('.')) + ".if";
     return o;
 }
 
@@ -172,10 +255,11 @@ bool file_exists(const char *path) {
 
 int main(int argc, char **argv) {
     OPTIONS o = parse_options(argc, argv);
-    if (!file_exists(o.input.c_str())) {
-        fprintf(stderr, "qlparse: cannot open %s\n", o.input.c_str());
-        return 1;
-    }
+    for (const std::string &name : o.inputs)
+        if (!file_exists(name.c_str())) {
+            fprintf(stderr, "qlparse: cannot open %s\n", name.c_str());
+            return 1;
+        }
     std::string abi = o.soft_float ? "gnueabi" : "gnueabihf";
     std::vector<std::string> command{"clang",
                                      "--target=" + std::string(o.big_endian ? "armebv7a" : "armv7a") +
@@ -196,11 +280,10 @@ int main(int argc, char **argv) {
     command.erase(std::remove(command.begin(), command.end(), "-fno-builtin-expect"), command.end());
     command.insert(command.end(), o.compiler.begin(), o.compiler.end());
     command.push_back("-Wno-unknown-pragmas");
-    command.push_back(o.input);
 
     TYPE_PKG::abi = 1;
     model = std::make_unique<MODEL>();
-    model->file_name = o.input;
+    model->file_name = o.inputs[0];
     model->producer = "qlparse";
     OPTION_SET set;
     set.strings.push_back("--abi=eabi");
@@ -209,8 +292,12 @@ int main(int argc, char **argv) {
     model->options.push_back(set);
 
     llvm::IntrusiveRefCntPtr<FileManager> files(new FileManager(FileSystemOptions()));
-    tooling::ToolInvocation run(command, std::make_unique<LOWER_ACTION>(), files.get());
-    bool ok = run.run();
-    if (!ok || !lowered) return 1;
+    if (o.inputs.size() > 1) {
+        if (!lower_together(command, o.inputs, files.get())) return 1;
+    } else {
+        command.push_back(o.inputs[0]);
+        tooling::ToolInvocation run(command, std::make_unique<LOWER_ACTION>(), files.get());
+        if (!run.run() || !lowered) return 1;
+    }
     return write_model(*model, o.output.c_str()) ? 0 : 1;
 }
