@@ -66,6 +66,10 @@ ROWS = [
     (["-fwhole-program", "-O3", "uses_fn.c", "fn.s", "-o", "whole3"], 0, r"-fwhole-program has no effect", ["whole3"],
      ("whole3", [], "42\n", 0)),
     (["-###", "-O2", "-c", "-Iinc", "part.c"], 0, r"qlopt.*--opt_level=2", [], None),
+    (["-###", "-O2", "-c", "-mcpu=cortex-m4", "-mfpu=fpv4-sp-d16", "part.c"], 0, r"silicon_version=7M4 --float_support=fpv4spd16", [], None),
+    (["-###", "-O2", "-c", "-march=armv5te", "-mfloat-abi=soft", "part.c"], 0, r"silicon_version=5e --float_support=none", [], None),
+    (["-###", "-O2", "-c", "-mcpu=cortex-a9", "-mfpu=neon-vfpv4", "part.c"], 0, r"silicon_version=7A8 --float_support=vfpv4 .*--neon", [], None),
+    (["-Wq,--print_debug:cfg=0", "-Wq,--opt_level=1", "-###", "-c", "part.c"], 0, r"--print_debug:cfg=0 --opt_level=1", [], None),
     (["-print-multiarch"], 0, None, [], None),
     # failures
     (["-c", "bad.c"], 1, r"bad\.c:1:25: error: expected expression", [], None),

@@ -359,7 +359,10 @@ class PARSER {
         add(FORWARD, a.forward);
         if (w == "-mthumb") a.thumb = true;
         if (w == "-marm") a.thumb = false;
-        if (w.rfind("-mfpu=", 0) == 0) a.neon = w.find("neon") != std::string::npos;
+        if (w.rfind("-mfpu=", 0) == 0) a.fpu = w.substr(6), a.neon = w.find("neon") != std::string::npos;
+        if (w.rfind("-mcpu=", 0) == 0) a.cpu = w.substr(6);
+        if (w.rfind("-march=", 0) == 0) a.arch = w.substr(7);
+        if (w.rfind("-mfloat-abi=", 0) == 0) a.soft_float = w == "-mfloat-abi=soft";
         if (w == "-mfloat-abi=soft" || w == "-mfloat-abi=softfp") a.parse.push_back("--float=soft");
         if (w.rfind("-g", 0) == 0) a.line_marks = w != "-g0";
     }

@@ -36,6 +36,8 @@ struct ARGS {
     bool save_temps = false, verbose = false, dry_run = false, line_marks = false;
     bool make_dependencies = false, user_headers_only = false, phony_targets = false; // -MD, -MMD, -MP
     std::string dependency_file, backend;
+    std::string cpu, arch, fpu; // values of -mcpu=, -march=, -mfpu=; empty: the cross compiler's default
+    bool soft_float = false;    // -mfloat-abi=soft
     std::vector<std::string> dependency_targets; // -MT, -MQ with their values
     std::vector<std::string> parse, preprocess, optimizer, generate, backend_options, link;
     std::vector<std::string> forward; // questions that the cross compiler answers

@@ -127,12 +127,43 @@ bool parse(const std::vector<std::string> &sources, const std::string &to) {
     return run(c);
 }
 
+// What the optimizer calls the processor. The first row whose text the name begins with decides; -mcpu= counts before
+// -march=.
+const char *silicon_version() {
+    // clang-format off
+    static const struct { const char *name, *version; } rows[] = {
+        {"cortex-m0", "6M0"}, {"cortex-m1", "6M0"}, {"cortex-m3", "7M3"},  {"cortex-m", "7M4"},
+        {"cortex-r4", "7R4"}, {"cortex-r", "7R5"},  {"cortex-", "7A8"},
+        {"arm7", "4"},        {"arm9tdmi", "4"},    {"arm920", "4"},       {"arm92", "5e"},
+        {"arm94", "5e"},      {"arm96", "5e"},      {"arm10", "5e"},       {"xscale", "5e"},
+        {"arm11", "6"},       {"mpcore", "6"},
+        {"armv4", "4"},       {"armv5", "5e"},      {"armv6-m", "6M0"},    {"armv6s-m", "6M0"},
+        {"armv6", "6"},       {"armv7-m", "7M3"},   {"armv7e-m", "7M4"},   {"armv7-r", "7R4"},
+    };
+    // clang-format on
+    for (const std::string &given : {args.cpu, args.arch})
+        for (auto &row : rows)
+            if (given.compare(0, strlen(row.name), row.name) == 0) return row.version;
+    return "7A8";
+}
+
+const char *float_support() {
+    if (args.soft_float) return "none";
+    const std::string &f = args.fpu;
+    if (f.empty()) return "vfpv3d16";
+    if (f == "fpv4-sp-d16") return "fpv4spd16";
+    if (f.find("vfpv4") != std::string::npos) return "vfpv4";
+    if (f == "vfp" || f == "vfpv2") return "vfpv2";
+    return f.find("d16") != std::string::npos ? "vfpv3d16" : "vfpv3";
+}
+
 bool optimize(const std::string &from, const std::string &to) {
     std::vector<std::string> c{sibling("qlopt", "")};
     c.push_back("--opt_level=" + std::to_string(args.level));
     if (args.for_size) c.push_back("--size_speed_goal=0");
     if (args.aliased_variables) c.push_back("--aliased_variables");
-    append(c, {"--silicon_version=7A8", std::string("--float_support=") + (args.neon ? "vfpv3" : "vfpv3d16"),
+    append(c, {std::string("--silicon_version=") + silicon_version(),
+               std::string("--float_support=") + float_support(),
                std::string("--code_state=") + (args.thumb ? "16" : "32")});
     if (args.neon) c.push_back("--neon");
     if (args.vectorize || (args.neon && args.level >= 3)) c.push_back("--vectorize=on");
