@@ -62,6 +62,16 @@ TEST(simp_tree, statements) {
     run_random("simp_tree", 1500, statement, simplified);
 }
 
+// An assertion that is taken apart or put together promises the same.
+TEST(simp_tree, assertions) {
+    auto assertion = [](RANDOM &r) {
+        GENERATOR g{r};
+        g.effects = g.memory = false;
+        return maketree(chance(r, 50) ? ASSERT : NASSERT, g.condition(3), nullptr, tp->void_type(), nullptr);
+    };
+    run_random("simp_tree", 700, assertion, simplified);
+}
+
 TEST(workers, fold_constants) {
     auto of_constants = [](RANDOM &r) {
         GENERATOR g{r};

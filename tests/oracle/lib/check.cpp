@@ -92,9 +92,10 @@ std::string value_difference(const RESULT &a, const RESULT &b, const CHECK &chec
 std::string difference(const RESULT &a, const RESULT &b, const CHECK &check, bool *undefined) {
     bool wraps = check.wraps || oracle_options.wraps;
     *undefined = (a.undefined & (wraps ? unsigned(UNDEF_CONVERT) : ~0u)) != 0 ||
-                 (a.trap != TRAP::none && !check.traps);
+                 (a.trap != TRAP::none && a.trap != TRAP::assertion && !check.traps);
     if (*undefined) return "";
-    static const char *const traps[] = {"none", "division by zero", "access outside of objects", "illegal"};
+    static const char *const traps[] = {"none", "division by zero", "access outside of objects", "illegal",
+                                        "a false assertion"};
     if (a.trap != b.trap)
         return std::string("trap ") + traps[int(a.trap)] + " before, " + traps[int(b.trap)] + " after";
     if (a.trap != TRAP::none) return ""; // a trap may move within its statement

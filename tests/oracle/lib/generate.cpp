@@ -348,6 +348,41 @@ NODE *GENERATOR::target(TYPE *type) {
     }
 }
 
+// A jump; labels are numbers from 1 to 9.
+NODE *GENERATOR::transfer(int depth) {
+    ORACLE_WORLD &w = world();
+    auto label = [&] { return mk_LABELREF(int(1 + pick(random, 3)), 0); };
+    NODE *test = chance(random, 20)  ? constant(w.i32)
+                 : chance(random, 5) ? t_binary(ANDB, tree(w.i32, depth), t_icon(0, w.i32))
+                                     : condition(depth);
+    switch (pick(random, 3)) {
+    case 0: {
+        NODE *first = label(), *second = label();
+        return maketree(IF, test, maketree(COMMA, first, second, w.i32, nullptr), w.i32, nullptr);
+    }
+    case 1: return maketree(CBRANCH, test, label(), w.i32, nullptr);
+    default: break;
+    }
+    NODE *cases = nullptr, *selector = test;
+    if (chance(random, 70)) {
+        erase_tree(test);
+        selector = tree(integer_type(), depth);
+    }
+    TYPE *type = selector->type->dtype;
+    unsigned n = pick(random, 4);
+    for (unsigned k = 0; k < n; k++) { // distinct values
+        NODE *value = t_icon((long long)(k ? 20 * k : pick(random, 2)), type);
+        NODE *one = maketree(CASE, value, label(), w.i32, nullptr);
+        cases = cases ? maketree(COMMA, cases, one, w.i32, nullptr) : one;
+    }
+    NODE *fallback = maketree(DEFAULT, label(), nullptr, w.i32, nullptr);
+    NODE *jump =
+        maketree(SWITCH, selector, cases ? maketree(COMMA, cases, fallback, w.i32, nullptr) : fallback, w.i32,
+                 nullptr);
+    jump->u.lval = INT65(n);
+    return jump;
+}
+
 NODE *GENERATOR::statement(int depth) {
     ORACLE_WORLD &w = world();
     TYPE *type = some_type();
@@ -357,14 +392,16 @@ NODE *GENERATOR::statement(int depth) {
         if (n) return n;
     }
     modified = 1; // the statement itself is the one modification
-    switch (pick(random, 8)) {
+    switch (pick(random, 12)) {
     case 0:
-        return maketree(chance(random, 50) ? PLUSPLUS : MINMIN, leaf(w.i32), t_icon(1, w.i32), w.i32,
-                        nullptr);
+        type = integer_type();
+        return maketree(chance(random, 50) ? PLUSPLUS : MINMIN, target(type), t_icon(1, type), type, nullptr);
     case 1:
         return t_call(w.ext2,
                       arg_list_append(arg_list_append(nullptr, tree(w.i32, depth)), tree(w.i32, depth)));
     case 2: modified = 0; return tree(type, depth);
+    case 3:
+    case 4: modified = 0; return transfer(depth);
     default: break;
     }
     static const int ops[] = {PLUSASG, MINUSASG, MULTASG, ANDBASG, ORBASG,

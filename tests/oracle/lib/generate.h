@@ -43,6 +43,7 @@ struct GENERATOR {
     NODE *float_tree(TYPE *type, int depth);
     NODE *with_effect(TYPE *type, int depth);
     NODE *builtin(int depth);
+    NODE *transfer(int depth);
     NODE *idiom(TYPE *type, std::span<const char *const> list, int depth);
     NODE *target(TYPE *type);
 };

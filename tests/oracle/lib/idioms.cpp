@@ -33,6 +33,8 @@ const char *const values[] = {
     // conditionals
     "x < 0 ? -x : x", "x > 0 ? x : -x", "x < y ? x : y", "x > y ? x : y", "x <= y ? y : x", "x >= c ? c : x", "x ? 1 : 0", "x ? 0 : 1", "x ? c : c", "x < c ? d : e", "x >= 0 ? x : 0", "x < 0 ? 0 : x",
     "x <= 0 ? 0 : y", "x > c ? {c + 1} : c", "x >= c ? {c - 1} : c", "x == y ? x : z", "(T)(x < y)", "(T)(x == y) + (T)(y == z)", "(T)(x < y) ^ 1", "(T)(x != 0) & 1", "x & 1 ? y : z", "(T)(x && y)", "(T)(x || y)", "(T)!x",
+    "qc(x, y, z)", "(T)qc(x, y@u8, z@u8)", "(H)qc(x, y, z)", "qc(x < y, x, y)", "qc(x, c, c)", "qc(c, x, y)", "(T)sqr(x@int)", "(T)sqr((x@int & 1) - 1)", "(T)sqr(1 - (x@int & 1))", "(T)sqr(x@int < y@int)", "(T)sqr(-x@int)",
+    "(T)pm(x@int)", "(T)pm((x@u8) + c@i32)", "(T)pv(p - q)", "(T)(u32)(P)(x@u32)", "(T)((P)8 - (P)c@u32)", "(T)(u32)&((R)0)->b", "(T)(u32)(&((R)64@u32)->ll)", "(T)((P)(c@u32) == (P)(d@u32))", "(T)((P)0 == p)", "(T)(u32)((P)16 + 4)",
     "(x ? y : z) & c", "(x ? c : d) + e", "(x ? c : d) == c ? y : z", "x == 0 ? 0 : x", "x == c ? c : x", "x != y ? x : y", "(x, y)", "(x, y) + c", "(T)(x == 0) * y", "(T)(x < y) * c",
 };
 
@@ -54,7 +56,8 @@ const char *const effects[] = {
     "w %= c", "w = w", "w = 0", "w = -w", "w = ~w", "w = w * c", "w = w << k", "w = w >> k", "w = w / c", "w++", "w--", "w++ > c", "w-- >= c", "w-- > 0", "w-- != 0", "w++ < c", "w-- && x", "(w = c) + x", "(w = c, x)", "(w = x) + c", "(w = c) == x",
     "s.bit = x", "s.ubit = x & c", "s.wide = w", "s.one = !x", "s.a = x", "s.s = s.s + x", "s.c += c", "s.uc |= x", "s.bit += 1", "s.ubit ^= c", "s.wide++", "s.bit--", "(s.bit = 9) + x", "(s.ubit = c) + x", "(s.bit = x) == c", "r->bit = x", "r->ubit += c", "r->ll = x", "r->a--",
     "s.bit & c", "s.ubit & c", "s.wide >> k", "s.one", "s.one == 0", "s.bit < c", "s.ubit == c", "s.c == c", "r->uc & c", "*p = x", "*p += c", "*p = *p | c", "*p & *q", "*p + *q", "*(p + 0)", "&s == r", "*&w", "*&w = x", "(&s)->b",
-    "u + v", "u + x", "u & 0", "u * 0", "u - u", "u & v & c", "u | -1", "u == u", "u && v", "u || x", "!u", "u ? x : y", "u ? u : v", "(u, x)", "(u, v) + u", "u = x", "u = u", "u = u + c", "u += c", "u++", "u-- > c", "u < v", "(u & c) | (u & d)", "u / c * c", "x ? u : v", "x ? u : u",
+    "s = *r", "s = s", "*r = s", "*r = *r", "p = (P)(int)p", "p = (P)(p + 4)", "r = (R)(R)r", "r = (R)(P)r", "p = (P)(r + 4)", "&(r + 32)->b", "&(*(r + 32)).ll", "((R)(ar + 0))->b", "((R)(ar + 4))->a", "(*((R)(ar + 4))).a", "(r + 0)->bit", "(*(r + 0)).ubit",
+    "p + (x@u8)", "p + (x@i8) * 4", "p + (int)(x@u32)", "p + 4 - 4", "p + 4 < p + 8", "&s.b < &s.ll", "&s.a != 0", "p + pm(x@int & 1) - 4", "(p += 4, p - 4)", "(p = p + 4, p - 4)", "p++", "p--", "(p -= 4, p + 4)", "((g(x), y)) ? 1 : 2", "(u, x) ? y : z", "g((u, x)) + 1", "u + v", "u + x", "u & 0", "u * 0", "u - u", "u & v & c", "u | -1", "u == u", "u && v", "u || x", "!u", "u ? x : y", "u ? u : v", "(u, x)", "(u, v) + u", "u = x", "u = u", "u = u + c", "u += c", "u++", "u-- > c", "u < v", "(u & c) | (u & d)", "u / c * c", "x ? u : v", "x ? u : u",
     "(T)(H)u", "(bool)u", "-u", "u << k >> k", "u % c % c", "abs(u)", "g(x)", "g(x) + g(y)", "f(x) + f(x)", "g(x) & 0", "g(x) == g(x)", "x && g(y)", "x ? g(y) : g(z)", "g(x), y", "w = g(x)", "w += g(x)", "g(g(x))", "g2(u, v)", "f(x) * 0", "g(x) ? y : y", "g((x, y))", "g((w = x, y))",
     "(x ? w = y : (w = z))", "(x ? w = c : (w = d))", "x && (w = y)", "x || (w = y)", "x ? w++ : 0", "(w = 0, x) + y", "p = &w, *p", "p = p + 4", "*p++", "p++ != q", "ar == &s.a", "*(ar + 4)", "*(ar + (x@int & 3) * 4)", "*(ar + (x@int & 1) * 4 + 4)", "ar + 4 == ar", "&s.a == &s.b", "&r->a",
 };

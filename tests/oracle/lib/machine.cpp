@@ -193,6 +193,7 @@ enum CODE_KIND : uint8_t {
     C_COPY,    // [to, from] -> ; imm bytes
     C_EVENT,   // [a] -> ; what, where
     C_SWITCH,  // [a] -> ; the table
+    C_ASSERT,  // [a] -> ; a trap when 0
 };
 
 struct CODE_OP {
@@ -301,7 +302,7 @@ struct TRANSLATOR {
 
     void load(const NODE *n) {
         PLACE p = access(n);
-        if (p.kind == VK::none) return refuse("a value of no scalar type:", n);
+        if (p.kind == VK::none) return place_of(n); // a record: where it is
         CODE_OP op{.code = C_LOAD, .kind = p.kind, .is_volatile = p.is_volatile};
         op.bit = uint8_t(p.bit), op.width = uint8_t(p.width);
         if (p.is_volatile) code.has_effects = true;
@@ -433,6 +434,15 @@ struct TRANSLATOR {
             emit(push(0, VK::i32));
             emit({.code = C_EVENT, .where = uint32_t(n->right->right->u.lval.low_i32()), .what = 'J'});
             emit(label_op(C_LABEL, end));
+        } else if (n->op == CBRANCH) { // jumps when the condition is false
+            uint32_t other = labels++, end = labels++;
+            truth(n->left);
+            emit(label_op(C_JUMP_ZERO, other));
+            emit(label_op(C_JUMP, end));
+            emit(label_op(C_LABEL, other));
+            emit(push(0, VK::i32));
+            emit({.code = C_EVENT, .where = uint32_t(n->right->u.lval.low_i32()), .what = 'J'});
+            emit(label_op(C_LABEL, end));
         } else if (n->op == BRANCH) {
             emit(push(0, VK::i32));
             emit({.code = C_EVENT, .where = uint32_t(n->left->u.lval.low_i32()), .what = 'J'});
@@ -554,7 +564,23 @@ struct TRANSLATOR {
         case ICALL:
         case UICALL: call(n); break;
         case ASSERT:
-        case NASSERT: emit(push(0, VK::i32)); break;
+        case NASSERT:
+            truth(n->left);
+            emit({.code = C_ASSERT});
+            emit(push(0, VK::i32));
+            break;
+        case MEMCPY: {
+            const NODE *list = n->left;
+            if (list->op != COMMA || list->left->op != COMMA || list->right->op != ICON)
+                return refuse("other operands than three, the last a constant:", n);
+            code.writes = true;
+            value(list->left->left, VK::u32);
+            value(list->left->right, VK::u32);
+            emit({.code = C_COPY, .imm = list->right->u.lval.to_uint64()});
+            value(list->left->left, VK::u32);
+            break;
+        }
+        case CBRANCH:
         case IF:
         case BRANCH:
         case SWITCH:
@@ -595,7 +621,9 @@ CODE translate(const NODE *tree, LAYOUT &layout) {
         return code;
     }
     TRANSLATOR t{code, layout, {}, 0, {}, {}};
-    code.kind = value_kind(tree->type);
+    bool jumps = side_effects[tree->op] == SE_CONTROL || tree->op == ASSERT || tree->op == NASSERT ||
+                 tree->op == STASG;
+    code.kind = jumps ? VK::none : value_kind(tree->type);
     t.all(tree);
     if (!code.refused.empty()) {
         code.ops.clear();
@@ -879,6 +907,9 @@ struct RUNNER {
                 break;
             case C_EVENT: r.events.push_back({op.what, op.where, *--top}); break;
             case C_SWITCH: jump_table(op, *--top); break;
+            case C_ASSERT:
+                if (*--top == 0) r.trap = TRAP::assertion;
+                break;
             }
         }
     }

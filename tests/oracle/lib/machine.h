@@ -7,7 +7,7 @@
 //
 // A run gives a value, the memory afterwards and the list of events that the outside can see: volatile accesses with
 // address and value, calls that are no pure functions with their arguments, jumps. A trap (division by zero, access
-// outside every object) ends it. Things that C leaves undefined and the target defines are noted in `undefined`: the
+// outside every object, an assertion that does not hold) ends it. Things that C leaves undefined and the target defines are noted in `undefined`: the
 // value is what the target gives (wrapping), and the caller decides whether a rewriting may rely on their absence.
 //
 // Operands of another type than their operator's are converted to it, shift counts are taken as they are, integer
@@ -39,7 +39,7 @@ enum UNDEFINED : unsigned {
     UNDEF_SHIFT = 2,    // a count that is negative, or the width or more
     UNDEF_CONVERT = 4,  // a float that the integer type can't hold
 };
-enum class TRAP : uint8_t { none, divide, access, illegal };
+enum class TRAP : uint8_t { none, divide, access, illegal, assertion };
 
 struct EVENT {
     char what;      // R, W: volatile read and write; C: call, A: its argument; J: jump; V: value returned

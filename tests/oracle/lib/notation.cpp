@@ -75,6 +75,8 @@ struct READER {
         int bits = int(T->size);
         bool is_signed = T->is_signed();
         if (name == "T") return T;
+        if (name == "P") return tp->mk_ptr(T);
+        if (name == "R") return tp->mk_ptr(w.record);
         if (T->is_fltpt() && (name == "U" || name == "S" || name == "W" || name == "H")) {
             meaningless = true;
             return T;
@@ -147,18 +149,38 @@ struct READER {
         if (name == "r") return mk_NAME(w.to_object);
         if (name == "ar") return maketree(PCONV, mk_UAND(mk_NAME(w.array)), nullptr, w.ptr_i32, nullptr);
         if (name.size() == 1 && strchr("cdemtkl", name[0])) return constant(name[0]);
-        if (name == "f" || name == "g" || name == "g2" || name == "abs") {
+        if (name == "pm" || name == "pv") { // in elements of four bytes
+            expect("(");
+            NODE *of = t_convert(w.i32, expression(LEVEL_COMMA));
+            expect(")");
+            return maketree(name == "pm" ? PMCONV : PVCONV, of, t_icon(32, w.i32), w.i32, nullptr);
+        }
+        if (name == "qc") {
+            expect("(");
+            NODE *test = expression(LEVEL_ASSIGN);
+            expect(",");
+            NODE *yes = expression(LEVEL_ASSIGN);
+            expect(",");
+            NODE *no = expression(LEVEL_ASSIGN);
+            expect(")");
+            bring_together(yes, no);
+            TYPE *of = yes->type->dtype;
+            NODE *args = arg_list_append(arg_list_append(arg_list_append(nullptr, test), yes), no);
+            return mk_ICALL("quest$colon", args, of);
+        }
+        if (name == "f" || name == "g" || name == "g2" || name == "abs" || name == "sqr") {
             expect("(");
             NODE *args = nullptr, *first = nullptr;
             do {
                 NODE *a = expression(LEVEL_ASSIGN);
-                if (name == "abs") first = a;
+                if (name == "abs" || name == "sqr") first = a;
                 else args = arg_list_append(args, t_convert(w.i32, a));
             } while (name == "g2" && take(","));
             expect(")");
             if (first) {
-                if (first->type->is_unsigned() && !first->type->is_fltpt()) meaningless = true;
-                return t_unary(ABS, first);
+                if (name == "abs" && first->type->is_unsigned() && !first->type->is_fltpt())
+                    meaningless = true;
+                return t_unary(name == "abs" ? ABS : SQR, first);
             }
             return t_call(name == "f" ? w.pure : name == "g" ? w.ext : w.ext2, args);
         }
@@ -302,6 +324,7 @@ struct READER {
         ORACLE_WORLD &w = world();
         int op = token.op;
         if (op == COMMAOP) return maketree(COMMAOP, a, b, b->type->dtype, nullptr);
+        if (token.assigning && a->type->is_csu()) return mk_ASG(a, b);
         if (token.assigning) {
             TYPE *type = a->type->dtype;
             if (op == SLLASG || op == SRLASG) {

@@ -8,10 +8,11 @@
 //   c d e       constants of T where arithmetic turns over; m of the form 2^k - 1; t a power of two
 //   k l         constant counts, int, from 0 to the width - 1
 //   f(x) g(x)   calls: pure, and with effects
-//   abs(x)      the operator
+//   abs(x)      the operator, also sqr(x); qc(a, x, y) the conditional that evaluates all three
+//   pm(x)       the bytes of x elements of 4 bytes, pv(p - q) the elements between two pointers
 //   {c - 1}     what is in braces must be constant and is computed
 //   (U)x        casts: T itself, U and S of other signedness (unsigned, signed), W and H twice and half as wide, and
-//               i8 u8 ... u64 bool f32 f64
+//               i8 u8 ... u64 bool f32 f64; P and R make a pointer to T and to the record
 //   1.5         a floating constant, where T is a floating type
 //   x@u8        a variable of another type, and 3@u8 a constant
 //   < <= ...    by the type of the operands: signed, unsigned (32 bits and more) or floating
