@@ -35,10 +35,9 @@ bool is_lvalue_op(int op) {
            op == IMAG || op == DDNODE;
 }
 
-// Whether every value of `from` is one of `to`.
+// Whether every value of `from` is one of `to`. A bool that is computed counts as a byte.
 bool holds_all_values(const TYPE *to, const TYPE *from) {
     if (to->is_bool()) return from->is_bool();
-    if (from->is_bool()) return to->size > 1;
     if (to->is_unsigned() == from->is_unsigned()) return to->size >= from->size;
     return from->is_unsigned() && to->size > from->size;
 }
