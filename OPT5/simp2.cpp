@@ -413,6 +413,73 @@ NODE *push(NODE *x, uint64_t m, bool may_strip) {
 NODE *prop_mask_into_subtree(NODE *tree, INT65 mask) { return push_from_above(tree, mask.to_uint64()); }
 
 // ---------------------------------------------------------------------------------------------------------
+// range checks
+// ---------------------------------------------------------------------------------------------------------
+
+namespace {
+
+// A test of an integer against a constant, as a bound that the values which pass have, both ends inclusive. The
+// numbers are those that the test compares: of 32 bits, or of 64.
+struct LIMIT {
+    NODE *subject;
+    INT65 value;
+    bool is_low, is_unsigned;
+    int width;
+};
+
+// `inverted`: the values that do not pass.
+bool read_limit(NODE *test, bool inverted, LIMIT *l) {
+    int op = inverted ? boolean_inv[test->op] : test->op;
+    switch (op) {
+    case GE:
+    case GT:
+    case UGE:
+    case UGT: l->is_low = true; break;
+    case LE:
+    case LT:
+    case ULE:
+    case ULT: l->is_low = false; break;
+    default: return false;
+    }
+    if (!is_ring(test->left->type) || !is_ICON_in(test->right)) return false;
+    l->subject = test->left;
+    l->is_unsigned = op >= ULE && op <= UGT;
+    l->width = test->left->type->size > 32 || test->right->type->size > 32 ? 64 : 32;
+    INT65 c = test->right->u.lval;
+    c = l->is_unsigned ? c.truncate_unsigned(l->width) : c.truncate_signed(l->width);
+    if (op == GT || op == UGT) c += INT65(1);
+    if (op == LT || op == ULT) c -= INT65(1);
+    l->value = c;
+    return c >= int_type_min(l->subject->type) && c <= int_type_max(l->subject->type) &&
+           (l->is_unsigned ? c.fits_unsigned(l->width) : c.fits_signed(l->width));
+}
+
+} // namespace
+
+// (a >= lo) & (a <= hi)  ->  a - lo ULE hi - lo        lo < hi; in an unsigned type, where a - lo may wrap
+// (a < lo) | (a > hi)    ->  a - lo UGT hi - lo
+NODE *simp_range_check(NODE *n, struct LOOP *loop) {
+    bool outside = n->op == ORB || n->op == OROR;
+    LIMIT low, high;
+    if (!read_limit(n->left, outside, &low) || !read_limit(n->right, outside, &high)) return nullptr;
+    if (low.is_low == high.is_low) return nullptr;
+    if (!low.is_low) std::swap(low, high);
+    if (low.is_unsigned != high.is_unsigned || low.width != high.width) return nullptr;
+    if (low.value >= high.value || !trees_are_congruent(low.subject, high.subject)) return nullptr;
+    if (outside ? !RULE("ORB, OROR: (a < lo) | (a > hi) -> a - lo UGT hi - lo")
+                : !RULE("ANDB, ANDAND: (a >= lo) & (a <= hi) -> a - lo ULE hi - lo"))
+        return nullptr;
+    TYPE *t = tp->basic_int(low.width == 64 ? IK_ullong : IK_uint), *result = n->type;
+    LS *scope = n->scope;
+    NODE *a = as_type(t, take_left(take_left(n)), loop);
+    if (!low.value.is_zero())
+        a = simp_node(maketree(MINUS, a, new_ICON(low.value.to_uint64(), t, scope), t, scope), loop);
+    NODE *size = new_ICON((high.value - low.value).to_uint64(), t, scope);
+    return as_type(result, simp_node(maketree(outside ? UGT : ULE, a, size, tp->int_type(), scope), loop),
+                   loop);
+}
+
+// ---------------------------------------------------------------------------------------------------------
 // ANDB
 // ---------------------------------------------------------------------------------------------------------
 
@@ -528,58 +595,9 @@ STEP mask_of_ORB(NODE *&n, struct LOOP *loop) {
     return done(n, simp_node(orb, loop));
 }
 
-// A test of an integer against a constant, as a bound that the values which pass have, both ends inclusive. The
-// numbers are those that the test compares: of 32 bits, or of 64.
-struct LIMIT {
-    NODE *subject;
-    INT65 value;
-    bool is_low, is_unsigned;
-    int width;
-};
-
-bool read_limit(NODE *test, LIMIT *l) {
-    switch (test->op) {
-    case GE:
-    case GT:
-    case UGE:
-    case UGT: l->is_low = true; break;
-    case LE:
-    case LT:
-    case ULE:
-    case ULT: l->is_low = false; break;
-    default: return false;
-    }
-    if (!is_ring(test->left->type) || !is_ICON_in(test->right)) return false;
-    l->subject = test->left;
-    l->is_unsigned = test->op >= ULE && test->op <= UGT;
-    l->width = test->left->type->size > 32 || test->right->type->size > 32 ? 64 : 32;
-    INT65 c = test->right->u.lval;
-    c = l->is_unsigned ? c.truncate_unsigned(l->width) : c.truncate_signed(l->width);
-    if (test->op == GT || test->op == UGT) c += INT65(1);
-    if (test->op == LT || test->op == ULT) c -= INT65(1);
-    l->value = c;
-    return c >= int_type_min(l->subject->type) && c <= int_type_max(l->subject->type) &&
-           (l->is_unsigned ? c.fits_unsigned(l->width) : c.fits_signed(l->width));
-}
-
-// (a >= lo) & (a <= hi)  ->  a - lo ULE hi - lo        lo < hi; in an unsigned type, where a - lo may wrap
 STEP range_check(NODE *&n, struct LOOP *loop) {
-    LIMIT low, high;
-    if (!read_limit(n->left, &low) || !read_limit(n->right, &high) || low.is_low == high.is_low)
-        return NO_STEP;
-    if (!low.is_low) std::swap(low, high);
-    if (low.is_unsigned != high.is_unsigned || low.width != high.width || low.value >= high.value)
-        return NO_STEP;
-    if (!trees_are_congruent(low.subject, high.subject)) return NO_STEP;
-    if (!RULE("ANDB: (a >= lo) & (a <= hi) -> a - lo ULE hi - lo")) return NO_STEP;
-    TYPE *t = tp->basic_int(low.width == 64 ? IK_ullong : IK_uint), *result = n->type;
-    LS *scope = n->scope;
-    NODE *a = as_type(t, take_left(take_left(n)), loop);
-    if (!low.value.is_zero())
-        a = simp_node(maketree(MINUS, a, new_ICON(low.value.to_uint64(), t, scope), t, scope), loop);
-    NODE *size = new_ICON((high.value - low.value).to_uint64(), t, scope);
-    NODE *test = simp_node(maketree(ULE, a, size, tp->int_type(), scope), loop);
-    return done(n, as_type(result, test, loop));
+    NODE *test = simp_range_check(n, loop);
+    return test ? done(n, test) : NO_STEP;
 }
 
 constexpr RULE_FN andb_rules[] = {fold_bits,       same_operands,       operand_seen_before,
@@ -698,7 +716,7 @@ STEP join_masks(NODE *&n, struct LOOP *loop) {
 }
 
 constexpr RULE_FN orb_rules[] = {fold_bits,   same_operands,     operand_seen_before, set_known_bits,
-                                 set_in_XORB, set_in_masked_ORB, join_masks};
+                                 set_in_XORB, set_in_masked_ORB, join_masks,          range_check};
 
 } // namespace
 

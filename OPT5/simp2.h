@@ -23,6 +23,10 @@ NODE *simp_ANDB(NODE *node, struct LOOP *loop);
 NODE *simp_ORB(NODE *node, struct LOOP *loop);
 NODE *simp_XORB(NODE *node, struct LOOP *loop);
 
+// Two tests of one integer against constants under &, && or |, ||, operands simplified, as one unsigned test of whether
+// it lies between them, or outside; null, and the node as it was, when they are nothing like that.
+NODE *simp_range_check(NODE *node, struct LOOP *loop);
+
 constexpr int PROP_MASK_DEPTH = 16;
 constexpr int PROP_MASK_VISITS = 100;
 constexpr int DROP_WALK_CAP = 128; // nodes of a masked-out operand, looked through for effects

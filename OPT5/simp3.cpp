@@ -14,6 +14,7 @@
 #include "OPT5/seqtrees.h"
 #include "OPT5/rules.h"
 #include "OPT5/simp1.h"
+#include "OPT5/simp2.h"
 #include "OPT5/simp_known.h"
 #include "OPT5/simp_relop.h"
 #include "OPT5/simp_strict.h"
@@ -497,6 +498,7 @@ NODE *simp_ANDAND(NODE *node, struct LOOP *loop) {
         return RULE("ANDAND: x && x -> x != 0") ? boolean_of_left(node, loop) : node;
     NODE *merged = simp_redundant_test(node, andb_combo_map, init_andb_combo_map);
     if (merged->op != ANDAND) return merged;
+    if (NODE *range = simp_range_check(node, loop)) return range;
     if (is_test_for_zero(x) && is_test_for_zero(y) && RULE("ANDAND: x == 0 && y == 0 -> (x || y) == 0"))
         return join_tests_for_zero(node, loop);
     return simp_ANDOR_ANDOR(node, loop);
@@ -557,6 +559,7 @@ NODE *simp_OROR(NODE *node, struct LOOP *loop) {
     if (NODE *above = zero_or_above(node, loop)) return as_type(type, above, loop);
     NODE *merged = simp_redundant_test(node, ORB_combo_map, init_ORB_combo_map);
     if (merged->op != OROR) return merged;
+    if (NODE *range = simp_range_check(node, loop)) return range;
     if (is_test_for_zero(x) && is_test_for_zero(y) && RULE("OROR: x == 0 || y == 0 -> (x && y) == 0"))
         return join_tests_for_zero(node, loop);
     return simp_ANDOR_ANDOR(node, loop);
