@@ -21,22 +21,23 @@
 
 #include "OPT5/fwd.h"
 #include "OPT5/tree.h"
+#include "support/pool.h"
 #include "support/serial_object.h"
 
-struct EDGE {
+struct EDGE : pooled<EDGE> {
     BBLK *block = nullptr;
     double weight = -1.0; // -1.0: unknown
     EDGE *next = nullptr;
 };
 
-struct LBL {
+struct LBL : pooled<LBL> {
     LBL *next = nullptr; // of the same block
     BBLK *block = nullptr;
     int number = 0;        // positive from the file or a renumbering, negative made here
     unsigned refcount = 0; // LABEL nodes that lead here, or more
 };
 
-struct BBLK : serial_object<BBLK, FUNINFO> {
+struct BBLK : serial_object<BBLK, FUNINFO>, pooled<BBLK> {
     LIR::bblock *lir = nullptr; // the late form of this block
     BBLK *dflink = nullptr;     // next in flow order
     BBLK *rdflink = nullptr;    // previous; the first block's is the last

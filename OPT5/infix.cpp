@@ -359,7 +359,7 @@ class printer {
         case CSE_ORIG:
         case CSE_DUPE: call(n, n->op == CSE_ORIG ? "orig" : "dupe", n->right, nullptr); return true;
         case DDNODE:
-            call(n, format_text("ref%u", n->dval ? n->dval->id : 0).c_str(), n->left, nullptr);
+            call(n, format_text("ref%u", n->dval() ? n->dval()->id : 0).c_str(), n->left, nullptr);
             return true;
         default: return statement_in_tree(n);
         }

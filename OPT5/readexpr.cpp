@@ -621,7 +621,7 @@ NODE *clean_NASSERT(NODE *n) {
 }
 
 NODE *clean_EPVAL(NODE *n) {
-    unsigned value = n->edge_profile_value;
+    unsigned value = n->get_edge_profile_value();
     n = strip_node(n);
     n->set_edge_profile_value(value);
     return n;

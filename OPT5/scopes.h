@@ -14,9 +14,10 @@
 #include <vector>
 
 #include "OPT5/fwd.h"
+#include "support/pool.h"
 #include "support/psn.h"
 
-struct LS {
+struct LS : pooled<LS> {
     LS *parent = nullptr;
     LS *child = nullptr; // first subscope
     LS *last_child = nullptr;

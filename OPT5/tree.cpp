@@ -18,15 +18,9 @@
 #include "support/dbgout.h"
 #include "support/fatal.h"
 #include "support/fps_text.h"
+#include "support/pool.h"
 #include "support/safealloc.h"
 #include "typepkg/type_query.h"
-
-#if defined(__SANITIZE_ADDRESS__)
-#include <sanitizer/asan_interface.h>
-#else
-#define ASAN_POISON_MEMORY_REGION(address, size) ((void)(address), (void)(size))
-#define ASAN_UNPOISON_MEMORY_REGION(address, size) ((void)(address), (void)(size))
-#endif
 
 // ---------------------------------------------------------------------------------------------------------
 // memory
@@ -35,69 +29,45 @@
 namespace {
 
 // A free node. Its opcode stays readable as ILLOP, so that a second erase is found out.
-struct FREE_SLOT {
-    FREE_SLOT *next;
+struct FREE_NODE {
+    void *link;
     int16_t op;
 };
+
+record_pool<sizeof(NODE), sizeof(FREE_NODE) - sizeof(void *)> nodes;
 
 // Whether `n` is an erased node. Its NODE is gone, so its memory is looked at as what it is now.
 bool is_free(const NODE *n) {
     int16_t op;
-    memcpy(&op, reinterpret_cast<const char *>(n) + offsetof(FREE_SLOT, op), sizeof op);
+    memcpy(&op, reinterpret_cast<const char *>(n) + offsetof(FREE_NODE, op), sizeof op);
     return op == ILLOP;
 }
 
-constexpr size_t SLAB_NODES = 1024; // 128 KB at a time
-constexpr size_t CACHE_LINE = 64;
-
-FREE_SLOT *free_slots;
-size_t live_nodes;
-std::vector<void *> slabs; // never given back; keeps them reachable for leak checkers
-
-void put_free(void *memory) {
-    FREE_SLOT *slot = static_cast<FREE_SLOT *>(memory);
-    slot->next = free_slots;
-    slot->op = ILLOP;
-    free_slots = slot;
-    ASAN_POISON_MEMORY_REGION(slot + 1, sizeof(NODE) - sizeof(FREE_SLOT));
-}
-
-void add_slab() {
-    void *slab = aligned_alloc(CACHE_LINE, SLAB_NODES * sizeof(NODE));
-    if (!slab) safemalloc(~size_t{0} / 2); // says that memory is out, and exits
-    slabs.push_back(slab);
-    for (size_t i = SLAB_NODES; i-- > 0;) put_free(static_cast<char *>(slab) + i * sizeof(NODE));
-}
+bool op_owns_payload(int op) { return op == FCON || op == SCON || op == ASM || op == PPRAGMA; }
 
 } // namespace
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
-static_assert(offsetof(NODE, op) == offsetof(FREE_SLOT, op) && sizeof(NODE::op) == sizeof(FREE_SLOT::op));
+static_assert(offsetof(NODE, op) == offsetof(FREE_NODE, op) && sizeof(NODE::op) == sizeof(FREE_NODE::op));
 #pragma GCC diagnostic pop
 
-void *NODE::operator new(size_t) {
-    if (!free_slots) add_slab();
-    FREE_SLOT *slot = free_slots;
-    free_slots = slot->next;
-    live_nodes++;
-    ASAN_UNPOISON_MEMORY_REGION(slot, sizeof(NODE));
-    return slot;
-}
+void *NODE::operator new(size_t) { return nodes.take(); }
 
 void NODE::operator delete(void *memory) {
     if (!memory) return;
-    live_nodes--;
-    put_free(memory);
+    static_cast<FREE_NODE *>(memory)->op = ILLOP;
+    nodes.give(memory);
 }
 
-size_t nodes_in_use() { return live_nodes; }
+size_t nodes_in_use() { return nodes.live(); }
 
 NODE::NODE(int op, TYPE *type) : op(static_cast<int16_t>(op)), type(type), otype(type) {}
 
 NODE::~NODE() {
-    clear_payload(this);
-    delete dval;
+    if (op_owns_payload(op)) clear_payload(this);
+    if (!rare_words) return;
+    delete rare_words->dval;
     delete rare_words;
 }
 
@@ -139,10 +109,9 @@ PRAGMA *copy_pragma(const PRAGMA *p) {
 void clear_payload(NODE *n) {
     if (n->op == FCON) delete n->u.fval;
     if (n->op == PPRAGMA) delete n->pragma;
+    if (n->op == FCON || n->op == SCON || n->op == ASM) free(n->text);
     n->payload = nullptr;
-    n->u.rval = nullptr;
-    free(n->text);
-    n->text = nullptr;
+    n->u.lval = INT65();
 }
 
 void become_ICON(NODE *n, INT65 value, TYPE *type) {
@@ -470,7 +439,6 @@ NODE *copy_node(const NODE *n, bool keep_scope) {
     NODE *c = new NODE(n->op, n->type);
     c->branch_hint = n->branch_hint;
     c->flag = n->flag;
-    c->i_eht_id = n->i_eht_id;
     c->left = n->left;
     c->right = n->right;
     c->u = n->u;
@@ -478,7 +446,6 @@ NODE *copy_node(const NODE *n, bool keep_scope) {
     c->otype = n->otype;
     c->payload = n->payload;
     c->depnum = n->depnum;
-    c->edge_profile_value = n->edge_profile_value;
     if (n->op != SSA_PHI) c->ssa = n->ssa; // the argument list of a phi is its own
     if (n->rare_words) {
         NODE_RARE &rare = c->rare();
@@ -486,9 +453,13 @@ NODE *copy_node(const NODE *n, bool keep_scope) {
         rare.ocall = n->rare_words->ocall;
         rare.call_owner = n->rare_words->call_owner;
         rare.ssa2 = n->rare_words->ssa2;
+        rare.edge_profile_value = n->rare_words->edge_profile_value;
     }
     switch (n->op) {
-    case FCON: c->u.fval = n->u.fval ? new simul_fval(*n->u.fval) : nullptr; break;
+    case FCON:
+        c->u.fval = n->u.fval ? new simul_fval(*n->u.fval) : nullptr;
+        c->text = nullptr; // made again when it is asked for
+        break;
     case SCON: c->text = n->text ? copy_bytes(n->text, scon_bytes(n)) : nullptr; break;
     case ASM: c->text = copy_text(n->text); break;
     case PPRAGMA: c->pragma = copy_pragma(n->pragma); break;
@@ -501,7 +472,7 @@ NODE *copy_node(const NODE *n, bool keep_scope) {
 
 NODE *copy_dd_node(const NODE *n, bool keep_scope) {
     NODE *c = copy_node(n, keep_scope);
-    if (n->dval) c->dval = n->dval->copy();
+    if (const DDREC *record = n->dval()) c->rare().dval = record->copy();
     return c;
 }
 
@@ -614,10 +585,11 @@ namespace {
 // Erases a node and gives the tree of its record, which the caller has to erase.
 NODE *release_node(NODE *n) {
     if (is_free(n)) erased_twice(n);
-    NODE *record_tree = n->dval ? std::exchange(n->dval->tree, nullptr) : nullptr;
-    if (n->ptenv()) delete_PTENV(n->ptenv(), 1);
-    clear_payload(n);
-    n->op = ILLOP;
+    NODE *record_tree = nullptr;
+    if (n->rare_words) {
+        if (n->dval()) record_tree = std::exchange(n->dval()->tree, nullptr);
+        if (n->ptenv()) delete_PTENV(n->ptenv(), 1);
+    }
     delete n;
     return record_tree;
 }

@@ -16,8 +16,9 @@
 // new of this record (a free list per process) and go by erase_tree; a second erase of a node is fatal.
 // Copies, walks and erasure use an explicit stack or loop where a chain can be long (lists, either spine).
 //
-// A NODE is two cache lines: what walkers read stands in the first. Words that few nodes need share a place
-// (a FIELD has a member, a LABEL a label: each is valid for its opcodes only) or stand in NODE_RARE.
+// A program is millions of NODEs, so a NODE is 96 bytes: what walkers read stands first. Words that are valid for
+// some opcodes only share a place (a FIELD has a member, a LABEL a label), also the two of u: an ICON has a value
+// there, a NAME a symbol. Words that few nodes need stand in NODE_RARE.
 #pragma once
 
 #include <string>
@@ -27,6 +28,7 @@
 #include "OPT5/optab.h"
 #include "ifile/if_faces.h"
 #include "support/fps_arith.h"
+#include "support/pool.h"
 #include "support/xint.h"
 #include "typepkg/type_pkg.h"
 
@@ -47,10 +49,12 @@ struct DDREC {
 struct NODE_RARE {
     double edge_weight = -1.0;     // -1.0 until known
     PTENV *ptenv = nullptr;        // points-to environment; owned
+    DDREC *dval = nullptr;         // record of the dependence analysis; owned
     NODE *ocall = nullptr;         // the call that this one replaced
     FUNINFO *call_owner = nullptr; // of a call: the function that it was read in
     void *ssa2 = nullptr;          // second word of the SSA form
     void *scratch = nullptr;       // per-pass use
+    unsigned edge_profile_value = ~0u;
     uint16_t scratch16 = 0;
 };
 
@@ -58,41 +62,37 @@ struct NODE final : BASE_NODE {
     int16_t op = NOP;
     int8_t branch_hint = 0; // on a branch target: negative unlikely, positive likely
     bool flag = false;      // copied with the node
-    unsigned i_eht_id = 0;  // exception table entry of a call
+    int depnum = -1;
     TYPE *type = nullptr;
     NODE *left = nullptr;
     NODE *right = nullptr;
-    struct {
-        INT65
-        lval; // ICON/LCON value; SCON length; LABEL number; SWITCH cases; SKIP size; ASM kind; call site
-        union {
-            void *rval;        // by opcode:
-            SYMTAB *sym;       //   NAME, STASG: the symbol (null: none)
-            simul_fval *fval;  //   FCON: the value, owned by the node
-            const char *icall; //   ICALL family: the name, owned by the name pool
-            TYPE *csu;         //   FIELD: the record type
-        };
-    } u{};
-    // --- second cache line ---
+    union {
+        // By opcode:
+        INT65 lval = INT65(); // ICON/LCON value; SCON length; LABEL number; SWITCH cases; SKIP size; ASM kind; call site
+        void *rval;           // the other words, as what copies them
+        SYMTAB *sym;          // NAME, STASG: the symbol (null: none)
+        simul_fval *fval;     // FCON: the value, owned by the node
+        const char *icall;    // ICALL family: the name, owned by the name pool
+        TYPE *csu;            // FIELD: the record type
+    } u;
     LS *scope = nullptr;
     TYPE *otype = nullptr; // the type at creation, kept when `type` is normalised
     union {
         void *payload = nullptr;
+        char *text;        // of an SCON (its bytes) or ASM; of an FCON its text when known; owned, from malloc
         fkMDATA *member;   // of a FIELD, may be null
         LBL *label;        // of a LABEL or LABELDEF
         PRAGMA *pragma;    // of a PPRAGMA; owned
+        unsigned i_eht_id; // of a CALL or UCALL: its exception table entry, or 0
         SYMTAB *affine_iv; // of a UICALL of SYM_IS_AFFINE_IV
     };
-    char *text = nullptr;            // SCON bytes, ASM text, cached FCON text; owned, from malloc
-    DDREC *dval = nullptr;           // owned
     void *ssa = nullptr;             // annotation of the SSA form
     NODE_RARE *rare_words = nullptr; // owned; see below
-    int depnum = -1;
-    unsigned edge_profile_value = ~0u;
 
     // The rare words: reading never makes the record, setting does.
     double edge_weight() const { return rare_words ? rare_words->edge_weight : -1.0; }
     PTENV *ptenv() const { return rare_words ? rare_words->ptenv : nullptr; }
+    DDREC *dval() const { return rare_words ? rare_words->dval : nullptr; }
     NODE *ocall() const { return rare_words ? rare_words->ocall : nullptr; }
     FUNINFO *call_owner() const { return rare_words ? rare_words->call_owner : nullptr; }
     void *ssa2() const { return rare_words ? rare_words->ssa2 : nullptr; }
@@ -123,14 +123,16 @@ struct NODE final : BASE_NODE {
     int vreg_id() override;
     unsigned skip_size() override;
     unsigned switch_count() override;
-    unsigned ddnode_id() override { return dval ? dval->id : 0; }
-    unsigned ddnode_flags() override { return dval ? dval->flags : 0; }
-    unsigned ddnode_flags2() override { return dval ? dval->flags2 : 0; }
+    unsigned ddnode_id() override { return dval() ? dval()->id : 0; }
+    unsigned ddnode_flags() override { return dval() ? dval()->flags : 0; }
+    unsigned ddnode_flags2() override { return dval() ? dval()->flags2 : 0; }
     unsigned call_site() override;
     const char *icall_name() override { return u.icall; }
     unsigned eh_entry_id() override { return i_eht_id; }
-    unsigned get_edge_profile_value() override { return edge_profile_value; }
-    void set_edge_profile_value(unsigned v) override { edge_profile_value = v; }
+    unsigned get_edge_profile_value() override { return rare_words ? rare_words->edge_profile_value : ~0u; }
+    void set_edge_profile_value(unsigned v) override {
+        if (rare_words || v != ~0u) rare().edge_profile_value = v;
+    }
     void mk_name(I_SYMTAB *) override;
     void mk_field(int kind, fkMDATA *member, TYPE *csu) override;
     void mk_icon(bool is_signed, uint32_t bits) override;
@@ -154,10 +156,10 @@ struct NODE final : BASE_NODE {
     void set_base_right(BASE_NODE *n) override { right = static_cast<NODE *>(n); }
 };
 
-static_assert(sizeof(NODE) == 128);
+static_assert(sizeof(NODE) == 96);
 
 // One statement.
-struct LIST {
+struct LIST : pooled<LIST> {
     NODE *tree = nullptr;
     const PSN *psn = nullptr;
     uint16_t line = 0, column = 0;
@@ -242,8 +244,8 @@ void erase_node(NODE *);
 void erase_tree_list(LIST *);                          // trees and entries
 void erase_tree_list_only(LIST *);                     // entries, trees stay
 void erase_tree_list_to_entry(LIST *from, LIST *stop); // `stop` and what follows stay
-// Releases what the node's opcode owns in u (an FCON's value), its text and its pragma, before a node is
-// turned into one of another opcode in place.
+// Releases what the node's opcode owns (an FCON's value, a text, a pragma) and clears u and the words that go by
+// opcode, before a node is turned into one of another opcode in place.
 void clear_payload(NODE *);
 // Turns a node into ICON in place; its operands, if any, are the caller's to erase first.
 void become_ICON(NODE *, INT65 value, TYPE *type);

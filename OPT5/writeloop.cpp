@@ -123,8 +123,8 @@ void finalize_dd_edges() {
             NODE *tree = s->tree->op == IF || s->tree->op == SWITCH ? s->tree->left : s->tree;
             for_each_node(tree, [&](NODE *n) {
                 if (n->op != DDNODE) return;
-                QL_ASSERT(n->dval != nullptr);
-                present.insert(n->dval->id);
+                QL_ASSERT(n->dval() != nullptr);
+                present.insert(n->dval()->id);
             });
         }
     }

@@ -127,9 +127,9 @@ NODE *finish_MCALL(NODE *n) {
 
 // An edge count of a profile stands in a node of its own.
 NODE *add_profile_value(NODE *n) {
-    if (currfuninfo->profile_mode != 2 || n->edge_profile_value == NO_PROFILE_VALUE) return n;
+    if (currfuninfo->profile_mode != 2 || n->get_edge_profile_value() == NO_PROFILE_VALUE) return n;
     NODE *value = maketree(EPVAL, n, nullptr, n->type, n->scope);
-    value->set_edge_profile_value(n->edge_profile_value);
+    value->set_edge_profile_value(n->get_edge_profile_value());
     n->set_edge_profile_value(NO_PROFILE_VALUE);
     return value;
 }
@@ -159,7 +159,7 @@ NODE *finish_node(NODE *n) {
     case MCALL: return finish_MCALL(n);
     case VRCONV: return finish_VRCONV(n);
     case VSCONV: return finish_VSCONV(n);
-    case DDNODE: QL_ASSERT(n->dval != nullptr); return n;
+    case DDNODE: QL_ASSERT(n->dval() != nullptr); return n;
     default: break;
     }
     if (n->op >= FIRST_NON_FILE_OP) {

@@ -34,7 +34,7 @@ TEST_F(bif_ternary, there_and_back_is_the_same_conditional) {
     NODE *tree = quest(B(LT, N("x"), I(3)), N("a"), B(PLUS, N("b"), I(1)));
     LS *scope = reinterpret_cast<LS *>(&function); // only carried along
     tree->scope = tree->right->scope = scope;
-    tree->edge_profile_value = 7;
+    tree->set_edge_profile_value(7);
     NODE *before = copy_tree(tree);
     NODE *call = make_strict_ternary_ICALL(tree);
     ASSERT_TRUE(is_strict_ternary_ICALL(call));
@@ -47,7 +47,7 @@ TEST_F(bif_ternary, there_and_back_is_the_same_conditional) {
     expect_shape(call);
     NODE *back = undo_strict_ternary_ICALL(call, true);
     EXPECT_TRUE(trees_are_congruent(back, before));
-    EXPECT_EQ(back->edge_profile_value, 7u);
+    EXPECT_EQ(back->get_edge_profile_value(), 7u);
     EXPECT_EQ(back->right->op, COLON);
     EXPECT_EQ(undo_strict_ternary_ICALL(back, false), back);
     expect_shape(back);

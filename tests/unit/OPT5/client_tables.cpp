@@ -206,8 +206,8 @@ TEST_F(client_records, loops_stand_behind_those_that_hold_them) {
 TEST_F(client_records, equal_vectors_share_a_record_and_edges_of_vanished_references_go) {
     auto reference = [&](unsigned id) {
         NODE *n = U(DDNODE, N("x"), i);
-        n->dval = new DDREC;
-        n->dval->id = id;
+        n->rare().dval = new DDREC;
+        n->dval()->id = id;
         return n;
     };
     NODE *condition = maketree(IF, reference(7), args({reference(9), I(1)}), tp->void_type(), nullptr);

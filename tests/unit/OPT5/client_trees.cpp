@@ -246,7 +246,7 @@ TEST_F(client_trees, a_profile_value_moves_to_what_it_counts) {
     value->set_edge_profile_value(77);
     NODE *tree = clean(value);
     EXPECT_EQ(shape(tree), "ASG(NAME x, ICON 1)");
-    EXPECT_EQ(tree->edge_profile_value, 77u);
+    EXPECT_EQ(tree->get_edge_profile_value(), 77u);
 }
 
 TEST_F(client_trees, enum_types_give_way_and_missing_types_are_filled) {

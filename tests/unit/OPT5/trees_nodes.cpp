@@ -172,9 +172,9 @@ TEST_F(trees_nodes, copies_own_what_they_hold) {
     NODE *fcon = mk_FCON(value_of("1.5"), dbl), *scon = new NODE(SCON, ptr), *ddnode = U(DDNODE, N("x"));
     scon->mk_scon("text", 5);
     fcon->fcon_value();
-    ddnode->dval = new DDREC;
-    ddnode->dval->tree = N("x");
-    ddnode->dval->id = 9;
+    ddnode->rare().dval = new DDREC;
+    ddnode->dval()->tree = N("x");
+    ddnode->dval()->id = 9;
     LS scope;
     NODE *originals[] = {
         fcon, scon, ddnode, mk_PPRAGMA(pragma), mk_ASM_comment("note"), mk_ICALL("_f", N("x"), i)};
@@ -190,10 +190,10 @@ TEST_F(trees_nodes, copies_own_what_they_hold) {
     EXPECT_TRUE(f_bit_eq(copies[0]->u.fval, dd_copies[0]->u.fval));
     EXPECT_EQ(copies[0]->text, nullptr) << "the text of a constant is made again";
     EXPECT_STREQ(copies[1]->scon_value(), "text");
-    EXPECT_EQ(copies[2]->dval, nullptr);
-    ASSERT_NE(dd_copies[2]->dval, nullptr);
-    EXPECT_EQ(dd_copies[2]->dval->id, 9u);
-    EXPECT_EQ(dd_copies[2]->dval->tree->u.sym, sym("x"));
+    EXPECT_EQ(copies[2]->dval(), nullptr);
+    ASSERT_NE(dd_copies[2]->dval(), nullptr);
+    EXPECT_EQ(dd_copies[2]->dval()->id, 9u);
+    EXPECT_EQ(dd_copies[2]->dval()->tree->u.sym, sym("x"));
     EXPECT_EQ(copies[3]->pragma->args.at(0), "4");
     EXPECT_STREQ(copies[4]->text, "note");
     EXPECT_STREQ(copies[5]->icall_name(), "_f");
