@@ -1,8 +1,6 @@
 #include "OPT5/buildcfg.h"
 
 #include <algorithm>
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "OPT5/bbutils.h"
@@ -15,6 +13,7 @@
 #include "OPT5/tailcall.h"
 #include "support/dbgout.h"
 #include "support/fatal.h"
+#include "support/flatmap.h"
 
 BBLK *final_bb = nullptr;
 
@@ -174,17 +173,17 @@ void BLOCK_CUTTER::at_switch(LIST *s) {
 }
 
 // The labels of the function by number, while its graph is built.
-std::unordered_map<int, LBL *> label_mapping;
+flat_map<LBL *> label_mapping;
 
 void fill_label_mapping() {
     label_mapping.clear();
     for (BBLK *bb = currfuninfo->uo_list; bb; bb = bb->uolink)
-        for (LBL *label = bb->labels; label; label = label->next) label_mapping.emplace(label->number, label);
+        for (LBL *label = bb->labels; label; label = label->next) label_mapping.insert(label->number, label);
 }
 
 LBL *label_with_number(int number) {
-    auto found = label_mapping.find(number);
-    return found != label_mapping.end() ? found->second : find_label(number);
+    LBL **found = label_mapping.find(number);
+    return found ? *found : find_label(number);
 }
 
 // Resolves the labels of a block's transfer, and sets its succs.
@@ -197,11 +196,10 @@ void add_edges_of_transfer(BBLK *bb) {
         t->left = mk_LABELREF_to_label(first_label(final_bb), t->scope);
         t->set_edge_profile_value(currfuninfo->profile_count);
     }
-    std::vector<NODE *> refs;
-    collect_labelrefs(t, refs);
-    for (NODE *ref : refs)
+    for_each_labelref(t, [](NODE *ref) {
         if (!ref->label || !ref->label->block)
             point_labelref(ref, label_with_number(int(ref->u.lval.low_i32())));
+    });
     bb->succs = list_branch_targets(t, nullptr);
 }
 
@@ -316,9 +314,8 @@ void link_ordered_blocks() {
     erase_tree(function->first_statement);
     LIST *first = function->bb_list->statements;
     function->first_statement = first ? copy_tree(first->tree) : nullptr;
-    std::vector<NODE *> refs;
-    collect_labelrefs(function->first_statement, refs);
-    for (NODE *ref : refs) point_labelref(ref, nullptr); // the copy is no use of a label
+    // the copy is no use of a label
+    for_each_labelref(function->first_statement, [](NODE *ref) { point_labelref(ref, nullptr); });
     initialize_CFG_profiling_annotation(false, false);
 }
 
@@ -414,23 +411,24 @@ int label_number(const NODE *n) { return n->label ? n->label->number : int(n->u.
 } // namespace
 
 LABEL_FAULT find_label_fault(const LIST *statements) {
-    std::vector<const LIST *> in_order;
-    for (const LIST *s = statements; s; s = s->next) in_order.push_back(s);
-    std::reverse(in_order.begin(), in_order.end());
-
-    std::unordered_set<int> defined;
-    LABEL_FAULT fault;
-    for (const LIST *s : in_order)
-        if (s->tree->op == LABELDEF && !defined.insert(label_number(s->tree)).second && !fault.statement)
-            fault = {s, label_number(s->tree), true};
-
-    std::vector<NODE *> refs;
-    for (const LIST *s : in_order) {
-        if (s == fault.statement) break;
-        refs.clear();
-        collect_labelrefs(s->tree, refs);
-        for (size_t k = refs.size(); k-- > 0;) // from left to right
-            if (!defined.count(label_number(refs[k]))) return {s, label_number(refs[k]), false};
+    static flat_set defined;
+    defined.clear();
+    // The list has the last statement first; of several faults the first in the program counts, and a double
+    // definition before what comes behind it.
+    LABEL_FAULT twice, missing;
+    std::vector<const LIST *> definitions;
+    for (const LIST *s = statements; s; s = s->next)
+        if (s->tree->op == LABELDEF) definitions.push_back(s);
+    for (size_t k = definitions.size(); k-- > 0;) {
+        int number = label_number(definitions[k]->tree);
+        if (!defined.insert(number) && !twice.statement) twice = {definitions[k], number, true};
     }
-    return fault;
+    for (const LIST *s = statements; s; s = s->next) {
+        if (s == twice.statement) missing = LABEL_FAULT(); // what was found lies behind
+        for_each_labelref(s->tree, [&](NODE *ref) {
+            // right before left: of the references of one statement the leftmost stays
+            if (!defined.has(label_number(ref))) missing = {s, label_number(ref), false};
+        });
+    }
+    return missing.statement ? missing : twice;
 }

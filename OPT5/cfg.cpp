@@ -12,6 +12,7 @@
 #include "OPT5/treewalk.h"
 #include "support/dbgout.h"
 #include "support/fatal.h"
+#include "support/flatmap.h"
 
 LOOP_EDGE_HOOKS loop_edge_hooks;
 void (*fill_lir_edge_block)(BBLK *, BBLK *, BBLK *) = nullptr;
@@ -47,7 +48,7 @@ unsigned block_marks::last_epoch = 0;
 struct LABEL_INDEX {
     FUNINFO *function = nullptr;
     unsigned epoch = 0;
-    std::unordered_map<int, LBL *> labels;
+    flat_map<LBL *> labels;
 } label_index;
 unsigned label_epoch = 1;
 
@@ -418,12 +419,15 @@ void refresh_succs(BBLK *bb) {
 }
 
 EDGE *list_branch_targets(NODE *tree, EDGE *list) {
-    std::vector<NODE *> refs;
-    collect_labelrefs(tree, refs);
+    if (tree->op == BRANCH || tree->op == IF) { // one or two
+        for_each_labelref(tree, [&list](NODE *ref) { list = add_edge(ref->label->block, list, -1.0); });
+        return list;
+    }
     block_marks known;
     for (EDGE *e = list; e; e = e->next) known.add(e->block);
-    for (NODE *ref : refs)
+    for_each_labelref(tree, [&](NODE *ref) {
         if (known.add(ref->label->block)) list = mkedge(ref->label->block, list);
+    });
     return list;
 }
 
@@ -497,10 +501,9 @@ LBL *find_label(int number) {
             label_index.labels.clear();
             for (BBLK *bb = currfuninfo->uo_list; bb; bb = bb->uolink)
                 for (LBL *label = bb->labels; label; label = label->next)
-                    label_index.labels.emplace(label->number, bb->labels);
+                    label_index.labels.insert(label->number, bb->labels);
         }
-        auto found = label_index.labels.find(number);
-        if (found != label_index.labels.end()) return found->second;
+        if (LBL **found = label_index.labels.find(number)) return *found;
         if (fresh) break; // (a label may have been hung in without news of it, hence the second look)
     }
     fprintf(stderr, "\n!!! COMPILER (OPTIMIZER) ERROR IN 'find_label', INDEX=%d !!!\n", number);
@@ -522,35 +525,13 @@ void point_labelref(NODE *ref, LBL *label) {
 }
 
 void collect_labelrefs(NODE *tree, std::vector<NODE *> &refs) {
-    if (!tree) return;
-    // Only transfers hold labels, and not in a condition or selector, which may be large.
-    switch (tree->op) {
-    case IF:
-    case SWITCH:
-    case CBRANCH: tree = tree->right; break;
-    case BRANCH: tree = tree->left; break;
-    case LABEL:
-    case COMMA:
-    case CASE:
-    case DEFAULT: break;
-    default: return;
-    }
-    walk_stack<NODE *> todo;
-    for (NODE *n = tree;;) {
-        for (; n; n = n->right) {
-            if (n->op == LABEL) refs.push_back(n);
-            if (n->left) todo.push(n->left);
-        }
-        if (todo.empty()) return;
-        n = todo.pop();
-    }
+    for_each_labelref(tree, [&refs](NODE *ref) { refs.push_back(ref); });
 }
 
 void remap_labelrefs(NODE *tree, BBLK *from, BBLK *to) {
-    std::vector<NODE *> refs;
-    collect_labelrefs(tree, refs);
-    for (NODE *ref : refs)
+    for_each_labelref(tree, [from, to](NODE *ref) {
         if (ref->label && ref->label->block == from) point_labelref(ref, first_label(to));
+    });
 }
 
 void subst_bb_for_bb_in_stmts(BBLK *from, BBLK *to, LIST *statements) {
@@ -560,14 +541,11 @@ void subst_bb_for_bb_in_stmts(BBLK *from, BBLK *to, LIST *statements) {
 void count_label_references() {
     for (BBLK *bb = currfuninfo->bb_list; bb; bb = bb->dflink)
         for (LBL *label = bb->labels; label; label = label->next) label->refcount = 0;
-    std::vector<NODE *> refs;
-    for (BBLK *bb = currfuninfo->bb_list; bb; bb = bb->dflink) {
-        LIST *last = last_statement(bb);
-        refs.clear();
-        if (last) collect_labelrefs(last->tree, refs);
-        for (NODE *ref : refs)
-            if (ref->label) ref->label->refcount++;
-    }
+    for (BBLK *bb = currfuninfo->bb_list; bb; bb = bb->dflink)
+        if (LIST *last = last_statement(bb))
+            for_each_labelref(last->tree, [](NODE *ref) {
+                if (ref->label) ref->label->refcount++;
+            });
 }
 
 // --- statements of a block ---

@@ -21,6 +21,7 @@
 
 #include "OPT5/fwd.h"
 #include "OPT5/tree.h"
+#include "OPT5/treewalk.h"
 #include "support/pool.h"
 #include "support/serial_object.h"
 
@@ -136,7 +137,9 @@ void point_labelref(NODE *labelref, LBL *); // null: to none
 // Frees the labels that erased blocks left behind. They are kept until then, without block, so that a LABEL which
 // a faulty pass left behind is found and not followed into freed memory. For the end of a function.
 void release_dead_labels(FUNINFO *);
-// The LABEL nodes of a tree, right operands before left ones, appended.
+// Calls f with the LABEL nodes of a tree, right operands before left ones. Only transfers hold labels.
+template <class F> void for_each_labelref(NODE *tree, F &&f);
+// The same nodes, appended.
 void collect_labelrefs(NODE *, std::vector<NODE *> &);
 void remap_labelrefs(NODE *, BBLK *from, BBLK *to);
 void subst_bb_for_bb_in_stmts(BBLK *from, BBLK *to, LIST *);
@@ -149,3 +152,33 @@ LIST *last_statement(BBLK *); // null for an empty block
 void set_transfer(BBLK *, NODE *transfer);
 // Sets first_psn and last_psn from the statements.
 void note_positions(BBLK *);
+
+template <class F> void for_each_labelref(NODE *tree, F &&f) {
+    if (!tree) return;
+    // Not in a condition or selector, which may be large.
+    switch (tree->op) {
+    case BRANCH: tree = tree->left; break;
+    case IF:
+    case SWITCH:
+    case CBRANCH: tree = tree->right; break;
+    case LABEL:
+    case COMMA:
+    case CASE:
+    case DEFAULT: break;
+    default: return;
+    }
+    if (!tree) return;
+    if (tree->op == LABEL) {
+        f(tree);
+        return;
+    }
+    walk_stack<NODE *> todo;
+    for (NODE *n = tree;;) {
+        for (; n; n = n->right) {
+            if (n->op == LABEL) f(n);
+            if (n->left) todo.push(n->left);
+        }
+        if (todo.empty()) return;
+        n = todo.pop();
+    }
+}

@@ -286,17 +286,20 @@ const OP_RULE op_rules[] = {
 // clang-format on
 
 // Rows by opcode; null: stands in no tree of a file.
-const OP_RULE *rule_of(int op) {
-    static const OP_RULE **by_op = [] {
-        static const OP_RULE *table[N_OPCODES] = {};
+struct RULE_TABLE {
+    const OP_RULE *of[N_OPCODES] = {};
+    RULE_TABLE() {
         for (const OP_RULE &r : op_rules) {
-            QL_ASSERT(!table[r.op]);
-            table[r.op] = &r;
+            QL_ASSERT(!of[r.op]);
+            of[r.op] = &r;
         }
         for (int w = 0; w < N_WANTS; w++) QL_ASSERT(want_rows[w].want == w);
-        return table;
-    }();
-    return op >= 0 && op < N_OPCODES ? by_op[op] : nullptr;
+    }
+};
+
+const OP_RULE *rule_of(int op) {
+    static const RULE_TABLE table;
+    return op >= 0 && op < N_OPCODES ? table.of[op] : nullptr;
 }
 
 bool type_is_num(const TYPE *t) { return t->is_scalar() || t->is_vector(); }
@@ -372,42 +375,53 @@ int shape_of_object(const TYPE *t) {
     return t->is_func() ? 1 : t->is_csu() ? 2 : t->is_array() && !t->is_vector() ? 3 : 0;
 }
 
-std::string check_name(const NODE *n, WANT want) {
-    const SYMTAB *s = n->u.sym;
-    if (!s) return "NAME without a symbol";
-    if (want == W_FUNCTION)
-        return s->is_function() ? "" : std::string("NAME of ") + s->name + " where a function must be";
-    int shape = shape_of_object(s->type);
-    if (shape != shape_of_object(n->type) || (shape == 2 && n->type->size != s->type->size))
-        return std::string("NAME of ") + s->name + ", which is of type " + s->type->printstr() +
-               ", has the type " + n->type->printstr();
-    if (s->level > 0 && s->sclass == SC_NOT_STACK)
-        return std::string("NAME of ") + s->name + ", which has no storage";
-    return "";
-}
+// A check gives whether all is well, and else says in `wrong` what is not. The common answers are given in a few
+// instructions: every node of a program passes here.
 
-std::string check_field(const NODE *n) {
-    if (!n->u.csu || !n->u.csu->is_csu()) return "FIELD of something that is no record";
-    if (!n->member) return "FIELD of a member that " + n->u.csu->printstr() + " does not have";
-    return "";
+bool check_name(const NODE *n, WANT want, std::string &wrong) {
+    const SYMTAB *s = n->u.sym;
+    if (!s) {
+        wrong = "NAME without a symbol";
+        return false;
+    }
+    if (want == W_FUNCTION) {
+        if (!s->is_function()) wrong = std::string("NAME of ") + s->name + " where a function must be";
+        return wrong.empty();
+    }
+    int shape = s->type == n->type ? 0 : shape_of_object(s->type);
+    if (s->type != n->type &&
+        (shape != shape_of_object(n->type) || (shape == 2 && n->type->size != s->type->size))) {
+        wrong = std::string("NAME of ") + s->name + ", which is of type " + s->type->printstr() +
+                ", has the type " + n->type->printstr();
+        return false;
+    }
+    if (s->level > 0 && s->sclass == SC_NOT_STACK) {
+        wrong = std::string("NAME of ") + s->name + ", which has no storage";
+        return false;
+    }
+    return true;
 }
 
 // The chain is left-deep; it is looked at when its SWITCH is, and its nodes are checked one by one later.
-std::string check_cases(const NODE *n) {
+bool check_cases(const NODE *n, std::string &wrong) {
     std::vector<INT65> values;
     bool last = true;
     for (const NODE *chain = n->right; chain; last = false) {
         const NODE *c = chain->op == COMMA ? chain->right : chain;
         chain = chain->op == COMMA ? chain->left : nullptr;
         if (!c) continue;
-        if (c->op == DEFAULT && !last) return "SWITCH: DEFAULT is not the last of its cases";
+        if (c->op == DEFAULT && !last) {
+            wrong = "SWITCH: DEFAULT is not the last of its cases";
+            return false;
+        }
         if (c->op == CASE && c->left && (c->left->op == ICON || c->left->op == LCON))
             values.push_back(c->left->u.lval);
     }
     std::sort(values.begin(), values.end());
     auto twice = std::adjacent_find(values.begin(), values.end());
-    if (twice == values.end()) return "";
-    return "SWITCH: two cases of the value " + std::to_string(twice->to_int64());
+    if (twice == values.end()) return true;
+    wrong = "SWITCH: two cases of the value " + std::to_string(twice->to_int64());
+    return false;
 }
 
 bool is_bitfield_reference(const NODE *n) {
@@ -416,45 +430,50 @@ bool is_bitfield_reference(const NODE *n) {
 }
 
 // What the rows cannot say.
-std::string check_special(const NODE *n, WANT want) {
+bool check_special(const NODE *n, WANT want, std::string &wrong) {
     const NODE *left = skip_marks(n->left);
     switch (n->op) {
-    case NAME: return check_name(n, want);
-    case FIELD: return check_field(n);
-    case SWITCH: return check_cases(n);
+    case NAME: return check_name(n, want, wrong);
+    case SWITCH: return check_cases(n, wrong);
+    case FIELD:
+        if (!n->u.csu || !n->u.csu->is_csu()) wrong = "FIELD of something that is no record";
+        else if (!n->member)
+            wrong = "FIELD of a member that " + n->u.csu->printstr() + " does not have";
+        break;
     case LABEL:
         if (n->u.lval <= INT65(0) || n->u.lval >= INT65(INT_MAX))
-            return "LABEL with a number that no label has";
+            wrong = "LABEL with a number that no label has";
         break;
     case SCONV:
         if (n->type->is_vector() && left && left->type && !left->type->is_vector())
-            return "SCONV of a scalar to the vector type " + n->type->printstr();
+            wrong = "SCONV of a scalar to the vector type " + n->type->printstr();
         break;
     case PCONV:
     case ISP2CHAR:
-        if (left && left->type && left->type->is_csu()) return "PCONV of a record";
+        if (left && left->type && left->type->is_csu()) wrong = "PCONV of a record";
         break;
     case ENDLOOP:
         if (left && left->type && !type_fits(T_INTEGRAL, left->type))
-            return "ENDLOOP with a counter that is no integer";
+            wrong = "ENDLOOP with a counter that is no integer";
         break;
     case UAND:
-        if (left && is_bitfield_reference(left)) return "UAND of a bit-field";
+        if (left && is_bitfield_reference(left)) wrong = "UAND of a bit-field";
         break;
     case CALL:
     case UCALL:
         if (left && left->op == UAND && left->left && left->left->op == NAME && left->left->u.sym &&
             !left->left->u.sym->is_function())
-            return std::string(op_name(n->op)) + " of " + left->left->u.sym->name + ", which is no function";
+            wrong = std::string(op_name(n->op)) + " of " + left->left->u.sym->name + ", which is no function";
         break;
     case ICALL:
     case UICALL:
     case MCALL:
     case UMCALL:
-        if (!n->u.icall || !*n->u.icall) return std::string(op_name(n->op)) + " without a name";
+        if (!n->u.icall || !*n->u.icall) wrong = std::string(op_name(n->op)) + " without a name";
         break;
+    default: return true;
     }
-    return "";
+    return wrong.empty();
 }
 
 struct CHECK_ITEM {
@@ -464,47 +483,50 @@ struct CHECK_ITEM {
 };
 
 // The node alone; its operands and what is expected of them go to `todo`.
-std::string check_node(CHECK_ITEM item, TREE_USE use, std::vector<CHECK_ITEM> &todo) {
+bool check_node(CHECK_ITEM item, TREE_USE use, walk_stack<CHECK_ITEM> &todo, std::string &wrong) {
     const NODE *n = item.node;
     if (item.want == W_ARGS && n->op != COMMA) item.want = W_ARG;
     const WANT_ROW &want = want_rows[item.want];
     const OP_RULE *rule = rule_of(n->op);
     bool is_mark = n->op == EPVAL || n->op == DDNODE; // its operand is what counts
-    if (!rule || !(rule->places & want.accepts) || !(is_mark || type_fits(want.type, n->type)))
-        return (item.parent ? std::string(op_name(item.parent->op)) + ": " : std::string()) + "expected " +
-               want.text + ", found " + describe(n);
-    if (!type_fits(rule->type, n->type))
-        return std::string(op_name(n->op)) + " can't have " +
-               (n->type ? "the type " + n->type->printstr() : std::string("no type"));
-    if (use == TREE_INITIALISER && n->op != EPVAL && n->op != DDNODE && side_effects[n->op] != SE_NONE)
-        return std::string(op_name(n->op)) + " in an initialiser";
-    std::string wrong = check_special(n, item.want);
-    if (!wrong.empty()) return wrong;
-
-    const NODE *operands[] = {n->left, n->right};
-    const uint8_t rules[] = {rule->left, rule->right};
-    for (int i : {1, 0}) { // the left one is looked at first
-        if ((rules[i] != W_NONE) != (operands[i] != nullptr))
-            return std::string(op_name(n->op)) + ": wrong number of operands";
-        if (operands[i]) todo.push_back({operands[i], n, operand_want(rules[i], n, item.want)});
+    if (!rule || !(rule->places & want.accepts) || !(is_mark || type_fits(want.type, n->type))) {
+        wrong = (item.parent ? std::string(op_name(item.parent->op)) + ": " : std::string()) + "expected " +
+                want.text + ", found " + describe(n);
+        return false;
     }
-    return "";
+    if (!type_fits(rule->type, n->type)) {
+        wrong = std::string(op_name(n->op)) + " can't have " +
+                (n->type ? "the type " + n->type->printstr() : std::string("no type"));
+        return false;
+    }
+    if (use == TREE_INITIALISER && !is_mark && side_effects[n->op] != SE_NONE) {
+        wrong = std::string(op_name(n->op)) + " in an initialiser";
+        return false;
+    }
+    if (!check_special(n, item.want, wrong)) return false;
+    if ((rule->left != W_NONE) != (n->left != nullptr) || (rule->right != W_NONE) != (n->right != nullptr)) {
+        wrong = std::string(op_name(n->op)) + ": wrong number of operands";
+        return false;
+    }
+    // the left one is looked at first
+    if (n->right) todo.push({n->right, n, operand_want(rule->right, n, item.want)});
+    if (n->left) todo.push({n->left, n, operand_want(rule->left, n, item.want)});
+    return true;
 }
 
 } // namespace
 
 std::string check_statement_tree(const NODE *tree, TREE_USE use, bool *calls_name_eht) {
-    std::vector<CHECK_ITEM> todo;
-    todo.push_back({tree, nullptr, use == TREE_STATEMENT ? W_ROOT : use == TREE_CLEANUP ? W_EFFECT : W_INIT});
+    std::string wrong;
+    walk_stack<CHECK_ITEM> todo;
+    todo.push({tree, nullptr, use == TREE_STATEMENT ? W_ROOT : use == TREE_CLEANUP ? W_EFFECT : W_INIT});
     while (!todo.empty()) {
-        CHECK_ITEM item = todo.back();
-        todo.pop_back();
-        std::string wrong = check_node(item, use, todo);
-        if (!wrong.empty()) return wrong;
+        CHECK_ITEM item = todo.pop();
+        if (!check_node(item, use, todo, wrong)) break;
         const NODE *n = item.node;
         if ((n->op == CALL || n->op == UCALL) && n->i_eht_id && calls_name_eht) *calls_name_eht = true;
     }
-    return "";
+    return wrong;
 }
 
 // --- from file form to internal form ---

@@ -30,11 +30,9 @@ bool is_bound(const BBLK *bb) { return bb->loop != nullptr; }
 
 // --- edges without preds; relink makes those afresh ---
 
-void set_succs(BBLK *bb) {
+void set_succs(BBLK *bb, NODE *transfer) {
     EDGE *old = bb->succs;
-    bb->succs = nullptr;
-    LIST *last = last_statement(bb);
-    if (last) bb->succs = list_branch_targets(last->tree, nullptr);
+    bb->succs = list_branch_targets(transfer, nullptr);
     if (old && !old->next) { // the common case of keeping weights: one edge stays
         for (EDGE *e = bb->succs; e; e = e->next)
             if (e->block == old->block) e->weight = old->weight;
@@ -62,44 +60,57 @@ BBLK *leads_on_to(BBLK *bb) {
     return to == bb ? nullptr : to;
 }
 
-// For each dfn the end of the chain of such blocks that begins there. A ring of them ends at one of its members.
-std::vector<BBLK *> chain_ends() {
-    std::vector<BBLK *> end(currfuninfo->bb_count + 1, nullptr);
-    std::vector<uint8_t> on_path(currfuninfo->bb_count + 1, 0);
+// Where the chain of such blocks that begins with `bb` ends: `bb` itself when it is none. A ring of them ends at one of
+// its members, the same for all.
+struct CHAIN_ENDS {
+    std::vector<BBLK *> end; // by dfn, of blocks that lead on; null: not known yet
+    std::vector<uint8_t> on_path;
     std::vector<BBLK *> path;
-    for (BBLK *bb = currfuninfo->bb_list; bb; bb = bb->dflink) {
+
+    // Whether any block leads on.
+    bool prepare() {
+        for (BBLK *bb = currfuninfo->bb_list; bb; bb = bb->dflink) {
+            if (!leads_on_to(bb)) continue;
+            end.assign(currfuninfo->bb_count + 1, nullptr);
+            on_path.assign(currfuninfo->bb_count + 1, 0);
+            return true;
+        }
+        return false;
+    }
+    BBLK *of(BBLK *bb) {
+        if (end[size_t(bb->dfn)]) return end[size_t(bb->dfn)];
+        BBLK *at = bb, *last = nullptr;
         path.clear();
-        BBLK *at = bb;
-        while (!end[size_t(at->dfn)] && !on_path[size_t(at->dfn)]) {
+        while (!on_path[size_t(at->dfn)] && !(last = end[size_t(at->dfn)])) {
             on_path[size_t(at->dfn)] = 1;
             path.push_back(at);
             BBLK *next = leads_on_to(at);
             if (!next) break;
             at = next;
         }
-        BBLK *last = end[size_t(at->dfn)] ? end[size_t(at->dfn)] : at;
+        if (!last) last = at;
         for (BBLK *b : path) end[size_t(b->dfn)] = last;
+        return last;
     }
-    return end;
-}
+};
 
 bool thread_empty_blocks() {
-    std::vector<BBLK *> end = chain_ends();
-    std::vector<NODE *> refs;
+    static CHAIN_ENDS chains;
+    if (!chains.prepare()) return false;
     bool changed = false;
     for (BBLK *bb = currfuninfo->bb_list; bb; bb = bb->dflink) {
+        LIST *last = last_statement(bb);
+        if (!last) continue;
         bool here = false;
-        refs.clear();
-        if (LIST *last = last_statement(bb)) collect_labelrefs(last->tree, refs);
-        for (NODE *ref : refs) {
-            BBLK *to = end[size_t(ref->label->block->dfn)];
-            if (to == ref->label->block) continue;
-            if (!TRANSFORM("simpcfg", "a jump to a jump goes where that goes")) continue;
+        for_each_labelref(last->tree, [&](NODE *ref) {
+            BBLK *to = chains.of(ref->label->block);
+            if (to == ref->label->block) return;
+            if (!TRANSFORM("simpcfg", "a jump to a jump goes where that goes")) return;
             point_labelref(ref, first_label(to));
             simpcfg_counts.threaded++;
             here = true;
-        }
-        if (here) set_succs(bb);
+        });
+        if (here) set_succs(bb, last->tree);
         changed |= here;
     }
     return changed;
@@ -110,17 +121,17 @@ bool thread_empty_blocks() {
 // Removes what the entry does not reach; true when something went.
 bool prune() {
     clear_visited();
-    std::vector<BBLK *> todo{currfuninfo->bb_list}, dead;
-    todo.back()->visited = 1;
+    walk_stack<BBLK *> todo;
+    todo.push(currfuninfo->bb_list);
+    todo.top()->visited = 1;
     while (!todo.empty()) {
-        BBLK *bb = todo.back();
-        todo.pop_back();
-        for (EDGE *e = bb->succs; e; e = e->next)
+        for (EDGE *e = todo.pop()->succs; e; e = e->next)
             if (!e->block->visited) {
                 e->block->visited = 1;
-                todo.push_back(e->block);
+                todo.push(e->block);
             }
     }
+    std::vector<BBLK *> dead;
     for (BBLK *bb = currfuninfo->bb_list; bb; bb = bb->dflink)
         if (!bb->visited && !is_bound(bb)) dead.push_back(bb);
     if (dead.empty()) return false;
@@ -161,7 +172,7 @@ void become_branch(TRANSFER &t, NODE *ref) {
     erase_tree(old);
     t.statement->tree = branch;
     if (NODE *effect = peel_for_effect(test)) t.put_in_front(effect);
-    set_succs(t.bb);
+    set_succs(t.bb, branch);
     simpcfg_counts.folded++;
 }
 
@@ -286,7 +297,7 @@ bool fold_transfer(BBLK *bb) {
     sw->left = simp_node(sw->left, bb->loop);
     bool changed = promote_effects_of_test(t);
     if (op == SWITCH && drop_cases_of_default(sw)) {
-        set_succs(bb);
+        set_succs(bb, sw);
         changed = true;
     }
     if (NODE *ref = only_target(sw);
@@ -365,8 +376,10 @@ void simpcfg(bool with_loops, bool early) {
         for (BBLK *bb = function->bb_list; bb; bb = bb->dflink) QL_ASSERT(!bb->loop);
     int round = 0;
     while (round < MAX_ROUNDS && one_round()) round++;
-    if (round == MAX_ROUNDS) simpcfg_counts.round_cap_hits++;
-    renumber_bblocks();
+    if (round == MAX_ROUNDS) {
+        simpcfg_counts.round_cap_hits++;
+        renumber_bblocks();
+    } // else the last round numbered the blocks and changed nothing
     initialize_CFG_profiling_annotation(false, false);
 }
 

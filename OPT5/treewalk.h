@@ -17,53 +17,14 @@
 // look follow them, the last two, which put trees in, do not.
 #pragma once
 
-#include <cstddef>
-#include <cstdlib>
-#include <cstring>
 #include <type_traits>
 #include <utility>
 
 #include "OPT5/tree.h"
-#include "support/safealloc.h"
+#include "support/walkstack.h"
 
 // Go on in both operands, in one of them, in neither, or nowhere at all.
 enum WALK { WALK_INTO, WALK_LEFT, WALK_RIGHT, WALK_OVER, WALK_STOP };
-
-// A stack of plain values; its first N elements need no heap.
-template <class T, size_t N = 48> class walk_stack {
-    static_assert(std::is_trivially_copyable_v<T>);
-
-  public:
-    walk_stack() = default;
-    walk_stack(const walk_stack &) = delete;
-    walk_stack &operator=(const walk_stack &) = delete;
-    ~walk_stack() {
-        if (data_ != near()) free(data_);
-    }
-    bool empty() const { return size_ == 0; }
-    size_t size() const { return size_; }
-    void push(T value) {
-        if (size_ == capacity_) grow();
-        data_[size_++] = value;
-    }
-    T pop() { return data_[--size_]; }
-    T &top() { return data_[size_ - 1]; }
-    void cut(size_t size) { size_ = size; }
-
-  private:
-    T *near() { return reinterpret_cast<T *>(near_); }
-    void grow() {
-        T *bigger = static_cast<T *>(safemalloc(2 * capacity_ * sizeof(T)));
-        memcpy(static_cast<void *>(bigger), data_, size_ * sizeof(T));
-        if (data_ != near()) free(data_);
-        data_ = bigger;
-        capacity_ *= 2;
-    }
-
-    alignas(T) char near_[N * sizeof(T)];
-    T *data_ = near();
-    size_t size_ = 0, capacity_ = N;
-};
 
 // N is NODE or const NODE. True when f stopped the walk.
 template <class N, class F> bool for_each_node(N *tree, F &&f) {
@@ -147,26 +108,28 @@ template <class F> bool walk_tree_slots(NODE *&root, F &&f) {
 
 // f may return null to drop an operand; what it replaces is its own to erase.
 template <class F> NODE *rewrite_tree(NODE *tree, F &&f) {
-    struct ITEM {
-        NODE **slot;
-        bool operands_done;
-    };
     if (!tree) return nullptr;
     NODE *root = tree;
-    walk_stack<ITEM> todo;
-    todo.push({&root, false});
-    while (!todo.empty()) {
-        ITEM &item = todo.top();
-        NODE **slot = item.slot;
+    walk_stack<NODE **> todo; // nodes whose operands are in work, innermost last
+    NODE **slot = &root;
+    for (;;) {
         NODE *n = *slot;
-        if (item.operands_done || (!n->left && !n->right) || n->op == CSE_DUPE) {
-            todo.pop();
-            *slot = f(n);
+        if (n->op != CSE_DUPE && (n->left || n->right)) {
+            todo.push(slot);
+            slot = n->left ? &n->left : &n->right;
             continue;
         }
-        item.operands_done = true;
-        if (n->right) todo.push({&n->right, false});
-        if (n->left) todo.push({&n->left, false});
+        for (;;) { // what `slot` holds has its operands done
+            *slot = f(*slot);
+            if (todo.empty()) return root;
+            NODE **outer = todo.top();
+            NODE *parent = *outer;
+            if (slot == &parent->left && parent->right) {
+                slot = &parent->right;
+                break;
+            }
+            todo.pop();
+            slot = outer;
+        }
     }
-    return root;
 }

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "support/fatal.h"
+#include "support/walkstack.h"
 
 namespace {
 
@@ -117,7 +118,9 @@ struct IF_EXPR_READER {
 
     I_FILE &f;
     IF_CLIENT *client;
-    std::vector<FRAME> stack;
+    walk_stack<FRAME> stack;
+
+    IF_EXPR_READER(I_FILE &file, IF_CLIENT *c) : f(file), client(c) {}
 
     BASE_NODE *read(bool header);
     FRAME read_node();
@@ -256,7 +259,6 @@ void IF_EXPR_READER::finish(const FRAME &frame) {
 }
 
 BASE_NODE *IF_EXPR_READER::read(bool header) {
-    stack.reserve(64);
     for (bool root = true;; root = false) {
         if (header || !root) f.expect_record(IF_EXPR, "where an expression should be");
         FRAME done = read_node();
@@ -266,17 +268,16 @@ BASE_NODE *IF_EXPR_READER::read(bool header) {
         while (done.have == done.arity) {
             if (done.arity) finish(done);
             if (stack.empty()) return done.node;
-            FRAME parent = stack.back();
-            stack.pop_back();
+            FRAME parent = stack.pop();
             if (parent.have++) parent.node->set_base_right(done.node);
             else parent.node->set_base_left(done.node);
             done = parent;
         }
-        stack.push_back(done);
+        stack.push(done);
     }
 }
 
-BASE_NODE *I_FILE::if_read_expr_node(bool header) { return IF_EXPR_READER{*this, client_, {}}.read(header); }
+BASE_NODE *I_FILE::if_read_expr_node(bool header) { return IF_EXPR_READER(*this, client_).read(header); }
 
 void I_FILE::if_read_expr_header() {
     const PSN *psn = i_read_psn();
@@ -292,25 +293,13 @@ struct IF_EXPR_WRITER {
     I_FILE &f;
 
     void write_node(BASE_NODE *n, int op);
+    char *put_small_node(BASE_NODE *n, int op, TYPE *type, char *p);
     void write_operand(BASE_NODE *n, int op);
 
-    void if_write_expr_name(BASE_NODE *);
-    void if_write_expr_icon(BASE_NODE *);
     void if_write_expr_field(BASE_NODE *);
     void if_write_expr_switch(BASE_NODE *);
     void if_write_expr_label(BASE_NODE *);
 };
-
-void IF_EXPR_WRITER::if_write_expr_name(BASE_NODE *n) {
-    I_SYMTAB *symbol = n->name_sym();
-    f.i_write_uint(symbol ? uint32_t(symbol->sym_level()) : NULL_SYMBOL_LEVEL);
-    f.i_write_uint(symbol ? f.index_of(symbol) : 0);
-}
-
-void IF_EXPR_WRITER::if_write_expr_icon(BASE_NODE *n) {
-    if (n->base_type()->is_signed()) f.i_write_sint(n->icon_svalue());
-    else f.i_write_uint(n->icon_uvalue());
-}
 
 void IF_EXPR_WRITER::if_write_expr_field(BASE_NODE *n) {
     const fkMDATA *member = n->field_mval();
@@ -334,12 +323,13 @@ void IF_EXPR_WRITER::if_write_expr_label(BASE_NODE *n) {
 void IF_EXPR_WRITER::write_operand(BASE_NODE *n, int op) {
     switch (op) {
     case LABEL: return if_write_expr_label(n);
-    case NAME: return if_write_expr_name(n);
+    case NAME: // one without symbol
+        f.i_write_uint(NULL_SYMBOL_LEVEL);
+        return f.i_write_uint(0);
     case SCON:
         f.i_write_uint(n->scon_size());
         if (n->scon_size()) f.i_write_string(n->scon_value(), n->scon_size());
         return;
-    case ICON: return if_write_expr_icon(n);
     case FCON: return f.i_write_string(n->fcon_value(), 0);
     case LCON: return f.i_write_string(n->lcon_value(), 0);
     case FIELD: return if_write_expr_field(n);
@@ -364,10 +354,71 @@ void IF_EXPR_WRITER::write_operand(BASE_NODE *n, int op) {
     }
 }
 
+namespace {
+
+constexpr size_t LARGEST_SMALL_NODE = 1 + 5 + 2 * 5; // opcode, type, two numbers
+
+char *put_uint(char *p, uint32_t v) {
+    for (; v >= 0x80; v >>= 7) *p++ = char(v | 0x80);
+    *p++ = char(v);
+    return p;
+}
+char *put_sint(char *p, int32_t v) {
+    for (; v < -0x40 || v > 0x3F; v >>= 7) *p++ = char(v | 0x80);
+    *p++ = char(v & 0x7F);
+    return p;
+}
+
+} // namespace
+
+// The payload of a node that has no operand field, or a short one; null for others.
+char *IF_EXPR_WRITER::put_small_node(BASE_NODE *n, int op, TYPE *type, char *p) {
+    *p++ = char(op);
+    if (type) {
+        type = type->rep();
+        type->refd = true;
+    }
+    p = put_uint(p, type ? type->uid : 0);
+    switch (op) {
+    case NAME: {
+        I_SYMTAB *symbol = n->name_sym();
+        if (!symbol) return nullptr;
+        p = put_uint(p, uint32_t(symbol->sym_level()));
+        return put_uint(p, f.index_of(symbol));
+    }
+    case ICON:
+        return type->is_signed() ? put_sint(p, n->icon_svalue()) : put_uint(p, n->icon_uvalue());
+    case SCON:
+    case FCON:
+    case LCON:
+    case LABEL:
+    case FIELD:
+    case SWITCH:
+    case CALL:
+    case UCALL:
+    case EPVAL:
+    case SKIP:
+    case DDNODE:
+    case ICALL:
+    case UICALL:
+    case MCALL:
+    case UMCALL:
+    case VREG: return nullptr;
+    default: return p;
+    }
+}
+
 void IF_EXPR_WRITER::write_node(BASE_NODE *n, int op) {
     QL_ASSERT(op >= 0 && op < FIRST_NON_FILE_OP && if_node_info[op].name);
     TYPE *type = n->base_type();
     QL_ASSERT(type || !needs_type.of[op]);
+    char record[2 + LARGEST_SMALL_NODE];
+    if (char *end = put_small_node(n, op, type, record + 2)) {
+        record[0] = char(IF_EXPR);
+        record[1] = char(end - record - 2);
+        f.append_record(record, size_t(end - record));
+        return;
+    }
     f.i_write_i8(op);
     f.i_write_typeref(type);
     write_operand(n, op);
@@ -375,7 +426,7 @@ void IF_EXPR_WRITER::write_node(BASE_NODE *n, int op) {
 }
 
 void I_FILE::if_write_expr_node(BASE_NODE *tree) {
-    std::vector<BASE_NODE *> rights; // children that wait for the tree on their left
+    walk_stack<BASE_NODE *> rights; // children that wait for the tree on their left
     IF_EXPR_WRITER writer{*this};
     while (tree) {
         int op = tree->base_op();
@@ -384,12 +435,9 @@ void I_FILE::if_write_expr_node(BASE_NODE *tree) {
         // The reader goes by the table: a child too many or too few would make all that follows unreadable.
         int arity = op == SKIP ? 0 : if_node_info[op].arity;
         QL_ASSERT((arity > 0) == (left != nullptr) && (arity > 1) == (right != nullptr));
-        if (left && right) rights.push_back(right);
+        if (left && right) rights.push(right);
         tree = left;
-        if (!tree && !rights.empty()) {
-            tree = rights.back();
-            rights.pop_back();
-        }
+        if (!tree && !rights.empty()) tree = rights.pop();
     }
 }
 

@@ -37,6 +37,7 @@
 #include <vector>
 
 #include "ifile/if_faces.h"
+#include "support/flatmap.h"
 #include "typepkg/type_pkg.h"
 
 enum IF_TAG : uint8_t {
@@ -368,6 +369,8 @@ class I_FILE {
     uint32_t read_long_uint();
     int32_t read_long_sint();
     [[noreturn]] void bad_file_v(uint32_t offset, const char *format, va_list args) const;
+    void read_long_header(int &tag, uint32_t &length);
+    void append_record(const char *record, size_t bytes); // a whole one, frame included
     void finish_record(char *end);
     void hand_over(); // pending bytes to the stream
     [[noreturn]] static void write_fault(const char *format, ...) __attribute__((format(printf, 1, 2)));
@@ -391,11 +394,13 @@ class I_FILE {
     uint32_t extra_word_ = 0;
     int level_ = 0; // lexical level: 0 outside functions, 1 arguments, 2 locals, above in blocks
     std::vector<OPTION_SET> options_;
-    std::unordered_map<uint32_t, TYPE_INFO> types_; // file's type id -> type
+    flat_map<TYPE_INFO> types_;        // file's type id -> type
     std::vector<uint32_t> open_types_;              // ids whose lists have not all ended
     std::deque<std::string> file_names_;            // id 1 is the first; a deque, so that c_str stays put
     std::unordered_map<std::string, unsigned> file_ids_; // writing only
     unsigned last_file_id_ = 0;                          // the name entered last
+    const char *last_psn_file_ = nullptr;                // of the position written last
+    unsigned last_psn_file_id_ = 0;
     std::vector<I_SYMTAB *> globals_;
     std::vector<I_SYMTAB *> locals_;
     std::vector<int> local_levels_; // the level at which each of locals_ was entered
@@ -416,8 +421,8 @@ class I_FILE {
     bool function_has_eht_ = false;                       // of the current function
     uint32_t next_vector_ = 0;                            // the same: vector ids count up
     std::unordered_set<uint32_t> loops_;                  // the same: loop numbers
-    std::unordered_map<uint32_t, uint32_t> bodies_;       // function's index -> offset of its I_BF
-    std::unordered_map<uint32_t, uint32_t> initialisers_; // symbol's index -> offset of its initialiser
+    flat_map<uint32_t> bodies_;                           // function's index -> offset of its I_BF
+    flat_map<uint32_t> initialisers_;                     // symbol's index -> offset of its initialiser
     int root_op_ = 0;                                     // file opcode of the tree read last
 
     // writing

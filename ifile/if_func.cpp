@@ -157,7 +157,7 @@ void I_FILE::if_read_begin_func() {
     i_end_record();
     I_SYMTAB *symbol = function_symbol(index);
     // Reading the same body again by its offset is no second definition.
-    if (bodies_.try_emplace(index, record_start_).first->second != record_start_)
+    if (!bodies_.insert(index, record_start_) && *bodies_.find(index) != record_start_)
         bad_file("second body of function %u", index);
     enter_function(IN_ARGS);
     client_->cl_begin_func(symbol, psn);
@@ -413,7 +413,7 @@ void I_FILE::if_read_init() {
     i_end_record();
     I_SYMTAB *symbol = find_symbol(0, index);
     if (symbol->sym_type() && symbol->sym_type()->is_func()) bad_file("initialiser of function %u", index);
-    if (initialisers_.try_emplace(index, at).first->second != at)
+    if (!initialisers_.insert(index, at) && *initialisers_.find(index) != at)
         bad_file("second initialiser of symbol %u", index);
     std::vector<BASE_NODE *> trees;
     do trees.push_back(if_read_expr_node(true));

@@ -147,8 +147,7 @@ void I_FILE::i_read_skip(unsigned n) {
     position_ += n;
 }
 
-void I_FILE::i_read_header(int &tag, uint32_t &length) {
-    record_start_ = position_;
+void I_FILE::read_long_header(int &tag, uint32_t &length) {
     if (position_ >= image_size_) bad_file("the file ends where a record should begin");
     tag = uint8_t(image_[position_++]);
     length = 0;
@@ -194,7 +193,11 @@ void I_FILE::i_write_string(const char *text, unsigned n) {
 
 void I_FILE::i_write_psn(const PSN *psn) {
     if (!psn) return i_write_uint(0);
-    i_write_uint(i_enter_file_name(psn->file ? psn->file : NO_FILE));
+    if (psn->file != last_psn_file_ || !psn->file) {
+        last_psn_file_id_ = i_enter_file_name(psn->file ? psn->file : NO_FILE);
+        last_psn_file_ = psn->file;
+    }
+    i_write_uint(last_psn_file_id_);
     i_write_uint(psn->line);
     i_write_uint(psn->column);
 }
@@ -211,6 +214,12 @@ void I_FILE::finish_record(char *end) {
     pending_.pos = end;
     if (written_ > UINT32_MAX) write_failed_ = true; // offsets have 32 bits
     if (pending_.size() >= HAND_OVER) hand_over();
+}
+
+void I_FILE::append_record(const char *record, size_t bytes) {
+    pending_.need(bytes);
+    memcpy(pending_.pos, record, bytes);
+    finish_record(pending_.pos + bytes);
 }
 
 void I_FILE::i_write_raw(const void *bytes, unsigned n) {

@@ -27,6 +27,26 @@ inline void I_FILE::i_end_record() {
     if (position_ != record_end_) bad_file("%u bytes left over in the record", record_end_ - position_);
 }
 
+inline void I_FILE::i_read_header(int &tag, uint32_t &length) {
+    uint32_t at = record_start_ = position_;
+    if (image_size_ - at >= 2 && uint8_t(image_[at]) < IF_EOF && uint8_t(image_[at + 1]) < 0x80 &&
+        uint8_t(image_[at + 1]) <= image_size_ - at - 2) {
+        tag = uint8_t(image_[at]);
+        length = uint8_t(image_[at + 1]);
+        position_ = at + 2;
+        record_end_ = position_ + length;
+    } else {
+        read_long_header(tag, length);
+    }
+}
+
+inline void I_FILE::expect_record(int tag, const char *where) {
+    int found;
+    uint32_t length;
+    i_read_header(found, length);
+    if (found != tag) bad_file("a record of tag %d %s", found, where);
+}
+
 inline void I_FILE::i_write_i8(int v) {
     buffer_.need(1);
     *buffer_.pos++ = char(v);

@@ -214,9 +214,9 @@ struct IF_TYPE_READER {
 
     // ---- lists
     TYPE_INFO &owner() {
-        auto found = f.types_.find(id);
-        if (found == f.types_.end() || !found->second.type) die(f, "invalid forward reference", id);
-        return found->second;
+        TYPE_INFO *found = f.types_.find(id);
+        if (!found || !found->type) die(f, "invalid forward reference", id);
+        return *found;
     }
 
     TP_LIST list_id() {
@@ -466,8 +466,8 @@ void IF_TYPE_READER::dispatch(unsigned form) {
 
 TYPE *I_FILE::find_typeref(uint32_t id) {
     if (!id) return nullptr;
-    auto found = types_.find(id);
-    TYPE *t = found == types_.end() ? nullptr : found->second.type;
+    const TYPE_INFO *found = types_.find(id);
+    TYPE *t = found ? found->type : nullptr;
     // A function has no place in the package, and may yet turn out to be a known one, until its list ends.
     if (!t || !t->uid) IF_TYPE_READER::die(*this, "invalid forward reference", id);
     return t;

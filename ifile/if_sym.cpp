@@ -121,13 +121,6 @@ uint32_t I_FILE::index_of(I_SYMTAB *symbol) const {
 
 // --- symbol records ---
 
-void I_FILE::expect_record(int tag, const char *where) {
-    int found;
-    uint32_t length;
-    i_read_header(found, length);
-    if (found != tag) bad_file("a record of tag %d %s", found, where);
-}
-
 I_SYMTAB *I_FILE::if_read_sym(int &pragma_count) {
     const char *name = i_read_string(0);
     uint32_t size = i_read_uint();
