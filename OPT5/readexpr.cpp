@@ -304,27 +304,39 @@ const OP_RULE *rule_of(int op) {
 
 bool type_is_num(const TYPE *t) { return t->is_scalar() || t->is_vector(); }
 
+// The rules that types of a kind obey, as a set of bits 1 << TYPE_RULE; vectors are arrays, and T_PTR_REC looks further.
+struct RULES_BY_KIND {
+    uint16_t of[K_count] = {}, of_vector = 0;
+    constexpr RULES_BY_KIND() {
+        for (int k = 0; k < K_count; k++) {
+            auto set = [&](TYPE_RULE rule, bool holds) { of[k] |= uint16_t(holds << rule); };
+            bool num = k == K_int || k == K_float || k == K_fixpt || k == K_complex || k == K_ptm ||
+                       k == K_enum || k == K_ptr || k == K_ref;
+            set(T_FREE, true);
+            set(T_ANY, true);
+            set(T_OBJ, k != K_void);
+            set(T_VALUE, k != K_void && k != K_func);
+            set(T_NUM, num);
+            set(T_INT, num && k != K_float && k != K_complex);
+            set(T_FLOAT, k == K_float || k == K_complex || k == K_fixpt);
+            set(T_COND, num);
+            set(T_INTEGRAL, k == K_int || k == K_enum);
+            set(T_PTR, k == K_ptr || k == K_ref);
+            set(T_REC, k >= K_class);
+            set(T_ARRAY, k == K_array);
+            set(T_COMPLEX, k == K_complex);
+        }
+        of_vector = uint16_t(of[K_array] | 1 << T_NUM | 1 << T_INT | 1 << T_FLOAT | 1 << T_COMPLEX);
+    }
+};
+constexpr RULES_BY_KIND rules_by_kind;
+
 bool type_fits(TYPE_RULE rule, const TYPE *t) {
     if (rule == T_FREE) return true;
     if (!t) return false;
-    switch (rule) {
-    case T_FREE:
-    case T_ANY: return true;
-    case T_OBJ: return !t->is_void();
-    case T_VALUE: return !t->is_void() && !t->is_func();
-    case T_NUM: return type_is_num(t);
-    case T_INT: return type_is_num(t) && !t->is_fltpt() && !t->is_complex();
-    case T_FLOAT: return t->is_fltpt() || t->is_complex() || t->is_fxtpt() || t->is_vector();
-    case T_COND: return t->is_scalar();
-    case T_INTEGRAL: return t->is_integral() || t->is_enum();
-    case T_PTR: return t->is_ptr() || t->is_ref();
-    case T_PTR_REC:
+    if (rule == T_PTR_REC)
         return (t->is_ptr() && t->type_pointed_to()->is_csu()) || (t->is_ref() && t->type_refd()->is_csu());
-    case T_REC: return t->is_csu();
-    case T_ARRAY: return t->is_array();
-    case T_COMPLEX: return t->is_complex() || t->is_vector();
-    }
-    return false;
+    return (t->is_vector() ? rules_by_kind.of_vector : rules_by_kind.of[t->dkind()]) >> rule & 1;
 }
 
 const WANT arm_wants[] = {W_EFFECT, W_VALUE, W_NUM, W_RECORD};
@@ -746,7 +758,9 @@ TYPE *integer_for_enum(TYPE *t) {
     return quals ? tp->mk_qual(integer, quals) : integer;
 }
 
-NODE *expr_cleanup(NODE *tree) { return rewrite_tree(tree, clean_node); }
+NODE *expr_cleanup(NODE *tree) {
+    return rewrite_tree(tree, [](NODE *n) { return clean_node(n); });
+}
 
 NODE *copy_initialiser_value(const NODE *tree) {
     return rewrite_tree(copy_tree(tree), [](NODE *n) {
@@ -761,6 +775,7 @@ NODE *copy_initialiser_value(const NODE *tree) {
 }
 
 NODE *remove_implicit_state(NODE *tree) {
+    if (!find_node(tree, [](NODE *n) { return n->op == MCALL; })) return tree;
     return rewrite_tree(tree, [](NODE *n) {
         if (n->op != MCALL || !n->left) return n;
         NODE *list = n->left;

@@ -91,8 +91,10 @@ void LS_add_symbol(LS *scope, SYMTAB *s) { scope->add_symbol(s); }
 void LS_assign_scope_to_tree(LS *scope, NODE *tree) { scope->assign_scope_to_tree(tree); }
 
 void LS_initialize_scopes_and_ptrs_from_tree(NODE *tree) {
-    if (curr_scope) curr_scope->assign_scope_to_tree(tree);
-    initialize_PTRs_from_tree(tree);
+    for_each_node(tree, [](NODE *n) {
+        if (curr_scope) n->scope = curr_scope;
+        if (n->op == NAME || n->op == STDOT) find_or_make_PTR_entry(n); // no other node has one
+    });
 }
 
 // --- places in the tree ---

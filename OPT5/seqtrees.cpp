@@ -13,6 +13,7 @@
 #include "OPT5/tree.h"
 #include "OPT5/treewalk.h"
 #include "support/fatal.h"
+#include "support/flatmap.h"
 
 namespace {
 
@@ -100,7 +101,7 @@ class SEQUENCER {
     std::vector<uint8_t> catching_;
     bool any_catch_;
     std::vector<LIST *> todo_;                    // the next one last
-    std::unordered_set<const NODE *> with_catch_; // nodes of the statement in work that hold a catching call
+    flat_set with_catch_;      // nodes of the statement in work that hold a catching call
 
     void later(NODE *tree, const LIST *like) { todo_.push_back(mkelist(tree, nullptr, like->psn)); }
     void statement(LIST *s);
@@ -110,8 +111,8 @@ class SEQUENCER {
     bool is_catching_call(const NODE *n) const {
         return op_is_call(n->op) && n->i_eht_id < catching_.size() && catching_[n->i_eht_id];
     }
-    void find_catching_calls(NODE *tree);
-    bool holds(const NODE *n) const { return n && with_catch_.count(n); }
+    bool find_catching_calls(NODE *tree);
+    bool holds(const NODE *n) { return n && with_catch_.has(n); }
     bool open_around_call(LIST *s);
     void move_calls_in_front(LIST *s);
     NODE *temp_for(NODE *value, LIST *s, NODE **assignment);
@@ -131,8 +132,7 @@ void SEQUENCER::run(const std::vector<LIST *> &statements) {
 void SEQUENCER::statement(LIST *s) {
     if (open_value_unused(s)) return;
     if (any_catch_) {
-        find_catching_calls(s->tree);
-        if (holds(s->tree)) {
+        if (find_catching_calls(s->tree)) {
             if (open_condition(s) || open_around_call(s)) return;
             move_calls_in_front(s);
         }
@@ -205,11 +205,14 @@ bool SEQUENCER::open_value_unused(LIST *s) {
     return true;
 }
 
-void SEQUENCER::find_catching_calls(NODE *tree) {
+// Whether there are any.
+bool SEQUENCER::find_catching_calls(NODE *tree) {
+    if (!find_node(tree, [this](NODE *n) { return is_catching_call(n); })) return false;
     with_catch_.clear();
     for_each_node_postorder(tree, [&](NODE *n) {
         if (is_catching_call(n) || holds(n->left) || holds(n->right)) with_catch_.insert(n);
     });
+    return true;
 }
 
 // An IF whose condition is made of several, one of which holds a catching call: one IF for each.
@@ -299,9 +302,11 @@ void SEQUENCER::move_calls_in_front(LIST *s) {
 }
 
 void note_kinds_of_values(const NODE *tree) {
+    constexpr uint64_t NOTED = uint64_t{1} << K_array | uint64_t{1} << K_complex | uint64_t{1} << K_class |
+                               uint64_t{1} << K_struct | uint64_t{1} << K_union;
     FUNINFO *f = currfuninfo;
-    for_each_node(tree, [&](const NODE *n) {
-        if (!n->type) return;
+    for_each_node(tree, [f](const NODE *n) {
+        if (!n->type || !(NOTED >> n->type->dkind() & 1)) return;
         f->has_vector_trees |= n->type->is_vector() || n->type->is_struct_vector();
         f->has_complex_trees |= n->type->is_complex();
     });

@@ -21,6 +21,7 @@
 #include "OPT5/treewalk.h"
 #include "support/dbgout.h"
 #include "support/fatal.h"
+#include "support/flatmap.h"
 
 STACK_SHARING_COUNTS stack_sharing_counts;
 
@@ -38,7 +39,12 @@ struct SHARING_SCOPE {
 std::vector<SHARING_SCOPE> sharing_scopes; // each before what it holds
 size_t open_scope;                         // position of the innermost open one
 size_t open_count;
-std::unordered_set<const SYMTAB *> sharable; // what add gave and delete did not take
+flat_map<bool> sharable;                     // what add gave; false when delete took it again
+
+bool may_share(const SYMTAB *s) {
+    const bool *may = sharable.find(s);
+    return may && *may;
+}
 
 } // namespace
 
@@ -66,10 +72,13 @@ void end_stack_sharing_scope() {
 
 void add_stack_sharing_variable(SYMTAB *s) {
     QL_ASSERT(open_count > 0);
-    if (sharable.insert(s).second) sharing_scopes[open_scope].variables.push_back(s);
+    if (!sharable.insert(s, true)) return;
+    sharing_scopes[open_scope].variables.push_back(s);
 }
 
-void delete_stack_sharing_variable(SYMTAB *s) { sharable.erase(s); }
+void delete_stack_sharing_variable(SYMTAB *s) {
+    if (bool *may = sharable.find(s)) *may = false;
+}
 
 // --- which variables may share ---
 
@@ -114,14 +123,22 @@ bool has_special_parts(TYPE *type) {
     return false;
 }
 
-bool qualifies(SYMTAB *s, const std::unordered_set<const SYMTAB *> &address_taken) {
+bool qualifies(SYMTAB *s, bool addressed) {
     TYPE *type = s->type;
     if (s->level != 2 || s->sclass != SC_AUTO || !s->scope || !s->size || is_internal_symbol(s)) return false;
     if (type->is_const() || type->is_volatile() || type->is_complex() || has_special_parts(type))
         return false;
-    bool addressed = address_taken.count(s) != 0;
     if (type->is_scalar() && !addressed) return false; // it can live in a register
     return addressed || !csu_type_has_only_simple_scalar_members(type, SIMPLE_RECORD_MEMBERS);
+}
+
+// Whether two variables of inner blocks could share at all, whatever the statements say: mostly there are none.
+bool some_may_share(const LS *outermost) {
+    int candidates = 0;
+    for (SYMTAB *chain : {currfuninfo->nonscalars, currfuninfo->scalars})
+        for (SYMTAB *s = chain; s; s = s->next)
+            if (s->scope != outermost && qualifies(s, true) && ++candidates == 2) return true;
+    return false;
 }
 
 template <class F> void for_each_statement(F f) {
@@ -130,7 +147,7 @@ template <class F> void for_each_statement(F f) {
 }
 
 struct FUNCTION_SCAN {
-    std::unordered_set<const SYMTAB *> address_taken;
+    flat_set address_taken;
     std::unordered_set<const SYMTAB *> in_exception_table;
     bool calls_setjmp = false;
 };
@@ -155,12 +172,12 @@ FUNCTION_SCAN scan_function() {
 }
 
 // The sharing scopes of the current function, from its level 2 scope.
-void build_sharing_scopes(LS *outermost, const FUNCTION_SCAN &scan) {
+void build_sharing_scopes(LS *outermost, FUNCTION_SCAN &scan) {
     init_stack_sharing();
     std::unordered_map<const LS *, std::vector<SYMTAB *>> variables;
     for (SYMTAB *chain : {currfuninfo->nonscalars, currfuninfo->scalars}) {
         for (SYMTAB *s = chain; s; s = s->next) {
-            if (scan.in_exception_table.count(s) || !qualifies(s, scan.address_taken)) continue;
+            if (scan.in_exception_table.count(s) || !qualifies(s, scan.address_taken.has(s))) continue;
             if (s->scope->level > MAX_SHARING_LEVEL) stack_sharing_counts.too_deep++;
             else variables[s->scope].push_back(s);
         }
@@ -215,7 +232,7 @@ void delete_variables_used_elsewhere(const SHALLOW_SCOPES &shallow) {
     for_each_statement([&shallow](BBLK *, LIST *l) {
         const LS *place = place_of(l, shallow);
         for_each_node(l->tree, [place](NODE *n) {
-            if (n->op == NAME && sharable.count(n->u.sym) && (!place || !lies_in(place, n->u.sym->scope)))
+            if (n->op == NAME && may_share(n->u.sym) && (!place || !lies_in(place, n->u.sym->scope)))
                 delete_stack_sharing_variable(n->u.sym);
         });
     });
@@ -262,7 +279,7 @@ void delete_variables_of_mixed_blocks(const SHALLOW_SCOPES &shallow) {
     MIXED_SCOPES mixed;
     for_each_statement([&](BBLK *bb, LIST *l) {
         const NODE *use =
-            find_node(l->tree, [](NODE *n) { return n->op == NAME && sharable.count(n->u.sym); });
+            find_node(l->tree, [](NODE *n) { return n->op == NAME && may_share(n->u.sym); });
         if (use) mixed.enter(place_of(l, shallow), bb);
     });
     if (mixed.empty()) return;
@@ -474,7 +491,7 @@ std::vector<std::unique_ptr<GROUP_TREE>> group_by_type() {
     for (SHARING_SCOPE &scope : sharing_scopes) {
         size_t position = size_t(&scope - sharing_scopes.data());
         for (SYMTAB *s : scope.variables) {
-            if (!sharable.count(s)) continue;
+            if (!may_share(s)) continue;
             GROUP_TREE *&tree = tree_of[type_that_shares(s)];
             if (!tree) {
                 trees.push_back(std::make_unique<GROUP_TREE>());
@@ -509,9 +526,11 @@ void share_stack_space() {
     reset_alias_info();
     LS_print(f->scopes);
     if (f->has_restrict) return;
+    if (!some_may_share(outermost)) return;
     FUNCTION_SCAN scan = scan_function();
     if (scan.calls_setjmp) return;
     build_sharing_scopes(outermost, scan);
+    if (sharable.empty()) return;
     SHALLOW_SCOPES shallow = find_shallow_scopes(f->scopes);
     delete_variables_used_elsewhere(shallow);
     delete_variables_of_mixed_blocks(shallow);

@@ -599,14 +599,25 @@ NODE *release_node(NODE *n) {
 void erase_tree(NODE *tree) {
     if (!tree) return;
     walk_stack<NODE *> todo;
-    todo.push(tree);
-    while (!todo.empty()) {
-        NODE *n = todo.pop();
-        if (!is_free(n) && n->op != CSE_DUPE) {
-            if (n->right) todo.push(n->right);
-            if (n->left) todo.push(n->left);
+    for (NODE *n = tree;;) {
+        if (is_free(n)) erased_twice(n);
+        NODE *left = n->left, *right = n->right;
+        if (n->op == CSE_DUPE) left = right = nullptr;
+        if (n->rare_words || op_owns_payload(n->op)) {
+            if (NODE *record_tree = release_node(n)) todo.push(record_tree);
+        } else {
+            NODE::operator delete(n); // nothing to release
         }
-        if (NODE *record_tree = release_node(n)) todo.push(record_tree);
+        if (left) {
+            if (right) todo.push(right);
+            n = left;
+        } else if (right) {
+            n = right;
+        } else if (todo.empty()) {
+            return;
+        } else {
+            n = todo.pop();
+        }
     }
 }
 

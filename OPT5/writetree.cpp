@@ -171,4 +171,6 @@ NODE *finish_node(NODE *n) {
 
 } // namespace
 
-NODE *finish_tree_for_output(NODE *tree) { return rewrite_tree(tree, finish_node); }
+NODE *finish_tree_for_output(NODE *tree) {
+    return rewrite_tree(tree, [](NODE *n) { return finish_node(n); });
+}

@@ -399,8 +399,7 @@ class I_FILE {
     std::deque<std::string> file_names_;            // id 1 is the first; a deque, so that c_str stays put
     std::unordered_map<std::string, unsigned> file_ids_; // writing only
     unsigned last_file_id_ = 0;                          // the name entered last
-    const char *last_psn_file_ = nullptr;                // of the position written last
-    unsigned last_psn_file_id_ = 0;
+    flat_map<unsigned> psn_file_ids_;                    // the same by the pointers of positions
     std::vector<I_SYMTAB *> globals_;
     std::vector<I_SYMTAB *> locals_;
     std::vector<int> local_levels_; // the level at which each of locals_ was entered

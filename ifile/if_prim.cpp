@@ -193,11 +193,10 @@ void I_FILE::i_write_string(const char *text, unsigned n) {
 
 void I_FILE::i_write_psn(const PSN *psn) {
     if (!psn) return i_write_uint(0);
-    if (psn->file != last_psn_file_ || !psn->file) {
-        last_psn_file_id_ = i_enter_file_name(psn->file ? psn->file : NO_FILE);
-        last_psn_file_ = psn->file;
-    }
-    i_write_uint(last_psn_file_id_);
+    // Names of positions stay where they are, so that each is looked at once.
+    unsigned &id = psn_file_ids_[psn->file];
+    if (!id) id = i_enter_file_name(psn->file ? psn->file : NO_FILE);
+    i_write_uint(id);
     i_write_uint(psn->line);
     i_write_uint(psn->column);
 }
