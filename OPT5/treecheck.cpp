@@ -124,7 +124,9 @@ const char *payload_error(const NODE *n) {
     }
 }
 
-const char *node_error(const NODE *n, bool normalized) {
+} // namespace
+
+const char *node_shape_error(const NODE *n, bool normalized) {
     if (n->op == ILLOP) return "an erased node";
     if (!op_is_defined(n->op)) return "an opcode that does not exist";
     if (n->op >= DFG_DEF) return "an opcode of regions in a tree";
@@ -133,13 +135,11 @@ const char *node_error(const NODE *n, bool normalized) {
     return payload_error(n);
 }
 
-} // namespace
-
 const char *tree_shape_error(const NODE *tree, bool normalized, const NODE **where) {
     const char *error = nullptr;
     size_t left = nodes_in_use(); // a tree that contains itself has more
     for_each_node(tree, [&](const NODE *n) {
-        error = left-- == 0 ? "a tree that is a part of itself" : node_error(n, normalized);
+        error = left-- == 0 ? "a tree that is a part of itself" : node_shape_error(n, normalized);
         if (error && where) *where = n;
         return error ? WALK_STOP : n->op == CSE_DUPE ? WALK_OVER : WALK_INTO;
     });

@@ -17,6 +17,9 @@
 // What is wrong, as a sentence, or null. `where` gets the node; `normalized`: a UMULT may have a subscript.
 const char *tree_shape_error(const NODE *tree, bool normalized = false, const NODE **where = nullptr);
 
+// The same of one node, whose operands may be looked at but are not checked.
+const char *node_shape_error(const NODE *, bool normalized);
+
 // Finds nodes that stand in two places, over all trees that were added. Erased nodes must not be added.
 class node_census {
   public:

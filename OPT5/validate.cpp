@@ -19,60 +19,29 @@
 #include "OPT5/treewalk.h"
 #include "support/dbgout.h"
 #include "support/fatal.h"
+#include "support/flatmap.h"
 
 namespace {
 
-// A set of pointers or pairs of small numbers, as keys that are never 0; open addressing.
-class KEY_SET {
-  public:
-    explicit KEY_SET(size_t expected = 64) {
-        while (size_t{1} << bits_ < 2 * expected) bits_++;
-        slots_.assign(size_t{1} << bits_, 0);
-    }
-    // Whether the key is new.
-    bool add(uint64_t key) {
-        if (2 * ++size_ > slots_.size()) grow();
-        uint64_t &slot = find(key);
-        if (slot == key) {
-            size_--;
-            return false;
-        }
-        slot = key;
-        return true;
-    }
-    bool add(const void *p) { return add(uint64_t(reinterpret_cast<uintptr_t>(p))); }
-    bool has(uint64_t key) { return find(key) == key; }
-    bool has(const void *p) { return has(uint64_t(reinterpret_cast<uintptr_t>(p))); }
-    size_t size() const { return size_; }
+// What a check notes, kept from one to the next so that none has to allocate.
+struct CHECK_TABLES {
+    flat_set blocks, labels, numbers, chained, scopes, nodes;
+    std::vector<int> places; // in flow order, by serial number
+    std::vector<BBLK *> flow;
+    std::vector<NODE *> refs;
+    std::vector<LBL *> uses;
 
-  private:
-    std::vector<uint64_t> slots_;
-    size_t size_ = 0;
-    int bits_ = 6; // slots_.size() is two to this
-
-    uint64_t &find(uint64_t key) {
-        // both halves of a pair must reach the top bits
-        size_t mask = slots_.size() - 1, at = size_t((key ^ key >> 32) * 0x9E3779B97F4A7C15u >> (64 - bits_));
-        while (slots_[at] && slots_[at] != key) at = (at + 1) & mask;
-        return slots_[at];
+    void clear() {
+        for (flat_set *set : {&blocks, &labels, &numbers, &chained, &scopes, &nodes}) set->clear();
+        flow.clear();
     }
-    void grow() {
-        std::vector<uint64_t> old(size_t{1} << ++bits_, 0);
-        old.swap(slots_);
-        for (uint64_t key : old)
-            if (key) find(key) = key;
-    }
-};
+} tables;
 
 // One check of the current function. Each member gives whether all is well; the first fault is described in
 // `fault_` and ends the check.
-size_t last_nodes = 1000; // of the last function, as a guess at the next one's
-
 class CHECK {
   public:
-    CHECK()
-        : function_(currfuninfo), blocks_(currfuninfo->bb_count), labels_(currfuninfo->bb_count),
-          nodes_(last_nodes) {}
+    CHECK() : function_(currfuninfo) { tables.clear(); }
     bool graph() { return scan_blocks() && block_lists() && labels() && edges() && dominators(); }
     bool contents() { return scopes() && symbols() && statements() && label_counts(); }
     // For the second without the first.
@@ -82,10 +51,9 @@ class CHECK {
   private:
     FUNINFO *function_;
     std::string fault_;
-    KEY_SET blocks_, labels_, chained_, scopes_, nodes_;
-    std::vector<int> places_; // in flow order, by serial number
-    std::vector<BBLK *> flow_;
-    std::vector<NODE *> refs_;
+    flat_set &blocks_ = tables.blocks, &labels_ = tables.labels, &chained_ = tables.chained,
+             &scopes_ = tables.scopes, &nodes_ = tables.nodes;
+    std::vector<BBLK *> &flow_ = tables.flow;
     const BBLK *bb_ = nullptr;
     const LIST *statement_ = nullptr;
 
@@ -94,7 +62,7 @@ class CHECK {
     bool block_lists();
     bool labels();
     bool edges();
-    int place(const BBLK *bb) const;
+    int place(const BBLK *bb) const { return tables.places[bb->serial_number]; }
     bool succs_of(int k, std::vector<int> &stamp, std::vector<std::pair<int, int>> &incoming);
     bool dominators();
     bool scopes();
@@ -131,7 +99,7 @@ std::string block_name(const BBLK *bb) { return "BB" + std::to_string(bb->dfn); 
 bool CHECK::scan_blocks() {
     if (!function_->bb_list) return fail("currfuninfo->bb_list == NULL");
     for (BBLK *bb = function_->bb_list; bb; bb = bb->dflink) {
-        if (!blocks_.add(bb)) return fail("%s has improper <dflink>", block_name(flow_.back()).c_str());
+        if (!blocks_.insert(bb)) return fail("%s has improper <dflink>", block_name(flow_.back()).c_str());
         flow_.push_back(bb);
     }
     for (BBLK *bb : flow_) {
@@ -183,14 +151,13 @@ bool CHECK::block_lists() {
 }
 
 bool CHECK::labels() {
-    KEY_SET numbers(flow_.size());
     for (BBLK *bb : flow_) {
         bb_ = bb;
         for (LBL *label = bb->labels; label; label = label->next) {
-            if (!labels_.add(label))
+            if (!labels_.insert(label))
                 return fail("label %d is on two chains, or its chain is a ring", label->number);
             if (label->block != bb) return fail("label %d of the block leads elsewhere", label->number);
-            if (!numbers.add(uint64_t(uint32_t(label->number)) + 1))
+            if (!tables.numbers.insert(label->number))
                 return fail("two labels have the number %d", label->number);
         }
     }
@@ -200,17 +167,17 @@ bool CHECK::labels() {
 
 // --- edges ---
 
-// Blocks by their place in flow order, from here on; only of blocks that are in it.
-int CHECK::place(const BBLK *bb) const { return places_[bb->serial_number]; }
+// Blocks go by their place in flow order from here on; only blocks that are in it have one.
 
 // succs against the transfer. Notes in `incoming` who leads to whom. `stamp` says for each block what is known of it as
 // a successor of the one in work: twice its place when it is wanted, one more when it was found.
 bool CHECK::succs_of(int k, std::vector<int> &stamp, std::vector<std::pair<int, int>> &incoming) {
     BBLK *bb = flow_[size_t(k)];
-    refs_.clear();
-    if (LIST *last = last_statement(bb)) collect_labelrefs(last->tree, refs_);
+    std::vector<NODE *> &refs = tables.refs;
+    refs.clear();
+    if (LIST *last = last_statement(bb)) collect_labelrefs(last->tree, refs);
     int missing = 0;
-    for (NODE *ref : refs_) {
+    for (NODE *ref : refs) {
         if (!ref->label) return fail("a LABEL has no label");
         if (!labels_.has(ref->label)) return fail("a LABEL leads to no label of the function's blocks");
         int &known = stamp[size_t(place(ref->label->block))];
@@ -228,7 +195,7 @@ bool CHECK::succs_of(int k, std::vector<int> &stamp, std::vector<std::pair<int, 
         incoming.push_back({place(e->block), k});
     }
     if (!missing) return true;
-    for (NODE *ref : refs_)
+    for (NODE *ref : refs)
         if (stamp[size_t(place(ref->label->block))] == 2 * k)
             return fail("the transfer names %s, which is no successor",
                         block_name(ref->label->block).c_str());
@@ -237,8 +204,8 @@ bool CHECK::succs_of(int k, std::vector<int> &stamp, std::vector<std::pair<int, 
 
 bool CHECK::edges() {
     size_t n = flow_.size();
-    places_.assign(function_->blocks.size(), 0);
-    for (size_t k = 0; k < n; k++) places_[flow_[k]->serial_number] = int(k);
+    tables.places.resize(std::max(tables.places.size(), function_->blocks.size()));
+    for (size_t k = 0; k < n; k++) tables.places[flow_[k]->serial_number] = int(k);
     std::vector<int> stamp(n, -1);
     std::vector<std::pair<int, int>> incoming;
     for (size_t k = 0; k < n; k++) {
@@ -294,7 +261,7 @@ bool CHECK::scopes() {
     std::vector<const LS *> todo;
     if (function_->scopes) {
         todo.push_back(function_->scopes);
-        scopes_.add(function_->scopes);
+        scopes_.insert(function_->scopes);
     }
     while (!todo.empty()) {
         const LS *scope = todo.back();
@@ -302,7 +269,7 @@ bool CHECK::scopes() {
         const LS *last = nullptr;
         for (const LS *child = scope->child; child; child = child->sibling) {
             if (child->parent != scope) return fail("scope #%d has another parent", child->number);
-            if (!scopes_.add(child)) return fail("scope #%d stands in the tree twice", child->number);
+            if (!scopes_.insert(child)) return fail("scope #%d stands in the tree twice", child->number);
             todo.push_back(child);
             last = child;
         }
@@ -343,7 +310,7 @@ bool CHECK::symbols() {
     for (const SYMTAB *chain :
          {function_->symbols, function_->temporaries, function_->scalars, function_->nonscalars})
         for (const SYMTAB *s = chain; s; s = s->next) {
-            if (!chained_.add(s))
+            if (!chained_.insert(s))
                 return fail("the symbol %s is in two chains, or its chain is a ring", s->name);
             if (s->level != 1 && s->level != 2)
                 return fail("the symbol %s in a chain of the function has level %d", s->name, s->level);
@@ -396,7 +363,7 @@ bool CHECK::name(const NODE *n) {
 }
 
 bool CHECK::node(const NODE *n) {
-    if (!nodes_.add(n)) return fail("a node has two parents");
+    if (!nodes_.insert(n)) return fail("a node has two parents");
     if (n->scope && !scopes_.has(n->scope)) return fail("a node has a scope outside the function");
     if (n->op == NAME) return name(n);
     if ((n->op == CALL || n->op == UCALL) && n->i_eht_id && n->i_eht_id >= function_->eht_size)
@@ -405,10 +372,11 @@ bool CHECK::node(const NODE *n) {
 }
 
 bool CHECK::tree(const NODE *root) {
-    if (const char *error = tree_shape_error(root, true)) return fail("%s", error);
     bool good = true, at_root = true;
     for_each_node(root, [&](const NODE *n) {
-        good = node(n);
+        // A node that was met before ends the walk, so that a ring of nodes does too.
+        const char *error = node_shape_error(n, true);
+        good = error ? fail("%s", error) : node(n);
         if (good && !at_root && op_is_transfer(n->op)) good = fail("a transfer stands inside a statement");
         at_root = false;
         return !good ? WALK_STOP : n->op == CSE_DUPE ? WALK_OVER : WALK_INTO;
@@ -430,17 +398,16 @@ bool CHECK::statements() {
 }
 
 bool CHECK::label_counts() {
-    last_nodes = nodes_.size();
-    std::vector<LBL *> uses;
+    std::vector<LBL *> &uses = tables.uses;
+    uses.clear();
     for (BBLK *bb : flow_) {
         bb_ = bb;
-        refs_.clear();
-        collect_labelrefs(last_statement(bb)->tree, refs_);
-        for (NODE *ref : refs_) {
-            if (!ref->label || !labels_.has(ref->label))
-                return fail("a LABEL leads to no label of the function's blocks");
+        bool good = true;
+        for_each_labelref(last_statement(bb)->tree, [&](NODE *ref) {
+            good &= ref->label && labels_.has(ref->label);
             uses.push_back(ref->label);
-        }
+        });
+        if (!good) return fail("a LABEL leads to no label of the function's blocks");
     }
     bb_ = nullptr;
     std::sort(uses.begin(), uses.end());
@@ -472,8 +439,100 @@ std::string find_structure_fault() {
     return check.fault();
 }
 
+// --- what has not changed needs no check ---
+
+namespace {
+
+// A number for all that a check looks at. It is made of what is there and not of what passes say they did, so that
+// nothing can be forgotten. 0: something is so broken, or went on for so long, that the check has to tell.
+class FINGERPRINT {
+  public:
+    uint64_t of(const FUNINFO *f) {
+        // Every step uses some up; more steps than there are records mean a ring.
+        budget_ = nodes_in_use() + 100 * f->blocks.size() + 1000000;
+        add(f->bb_count, f->blocks_are_numbered, f->eht_size, f->blocks.size());
+        for (const BBLK *bb = f->bb_list; bb && step(); bb = bb->dflink) block(bb);
+        for (const BBLK *bb = f->uo_list; bb && step(); bb = bb->uolink) add(bb, bb->uoprev, 1, 0);
+        for (const SYMTAB *chain : {f->symbols, f->temporaries, f->scalars, f->nonscalars}) {
+            add(chain, 2, 0, 0);
+            for (const SYMTAB *s = chain; s && step(); s = s->next) symbol(s);
+        }
+        scopes(f->scopes);
+        if (const Dominator *d = f->dominator) {
+            add(d, d->stale, d->bb_count, d->block.size());
+            for (const BBLK *bb : d->block) add(bb, 3, 0, 0);
+        }
+        return broken_ || !budget_ ? 0 : sum_ | 1;
+    }
+
+  private:
+    uint64_t sum_ = 0;
+    size_t budget_ = 0;
+    bool broken_ = false;
+
+    static uint64_t word(const void *p) { return uint64_t(reinterpret_cast<uintptr_t>(p)); }
+    static uint64_t word(uint64_t n) { return n; }
+
+    bool step() { return budget_ && budget_--; }
+    // The products do not wait for each other; the sum keeps the order.
+    template <class A, class B, class C, class D> void add(A a, B b, C c, D d) {
+        uint64_t mixed = (word(a) * 0x9E3779B97F4A7C15u) ^ (word(b) * 0xC2B2AE3D27D4EB4Fu) ^
+                         (word(c) * 0x165667B19E3779F9u) ^ (word(d) * 0xD6E8FEB86659FD93u);
+        sum_ = ((sum_ << 23 | sum_ >> 41) + mixed) * 0x2545F4914F6CDD1Du;
+    }
+
+    void block(const BBLK *bb) {
+        add(bb, bb->rdflink, bb->dfn, bb->serial_number);
+        add(bb->owner, bb->statements, 4, 0);
+        for (const EDGE *e = bb->preds; e && step(); e = e->next) add(e->block, 5, 0, 0);
+        for (const EDGE *e = bb->succs; e && step(); e = e->next) add(e->block, 6, 0, 0);
+        for (const LBL *label = bb->labels; label && step(); label = label->next)
+            add(label, label->block, uint64_t(uint32_t(label->number)), label->refcount);
+        for (const LIST *s = bb->statements; s && step() && !broken_; s = s->next) tree(s->tree);
+    }
+
+    void tree(const NODE *root) {
+        broken_ |= !root;
+        for_each_node(root, [this](const NODE *n) {
+            if (n->op == ILLOP || !step()) {
+                broken_ = true;
+                return WALK_STOP;
+            }
+            add(n, uint64_t(n->op), n->left, n->right);
+            add(n->type, n->scope, n->payload, n->u.lval.to_uint64() + uint64_t(n->u.lval.sign) * 0x85EBCA6Bu);
+            if (n->op == NAME && n->u.sym) add(n->u.sym->type, n->u.sym->size, n->u.sym->level, n->u.sym->sclass);
+            return n->op == CSE_DUPE ? WALK_OVER : WALK_INTO;
+        });
+    }
+
+    void symbol(const SYMTAB *s) {
+        add(s, s->type, s->otype, s->scope);
+        add(s->name, s->size, uint64_t(s->level), s->sclass);
+    }
+
+    void scopes(const LS *root) {
+        walk_stack<const LS *> todo;
+        if (root) todo.push(root);
+        while (!todo.empty() && step()) {
+            const LS *scope = todo.pop();
+            add(scope, scope->parent, scope->last_child, uint64_t(scope->number));
+            for (const LS *child = scope->child; child && step(); child = child->sibling) todo.push(child);
+        }
+    }
+};
+
+// The fingerprint with which a function passed its last check.
+flat_map<uint64_t> passed;
+
+} // namespace
+
 bool validate_function(const char *after) {
+    uint64_t now = FINGERPRINT().of(currfuninfo);
+    uint64_t &before = passed[currfuninfo];
+    if (now && now == before) return true;
+    before = 0;
     report_fault(find_structure_fault(), after);
+    before = now;
     return true;
 }
 

@@ -8,18 +8,23 @@
 //     struct EDGE : pooled<EDGE> { ... };      new EDGE and delete then use the pool of EDGE
 //
 // Slabs are cut from regions that grow to the size of a huge page, which the system is asked to use: filling memory
-// page by page costs more than anything that is done with it. Where the address sanitizer watches, freed records are
-// poisoned like freed memory. Single-threaded, as the whole program.
+// page by page costs more than anything that is done with it. Where the address sanitizer watches, a record_pool
+// poisons what is free, and pooled records come from the heap, so that leaks are found too. Single-threaded, as the
+// whole program.
 #ifndef SUPPORT_POOL_H
 #define SUPPORT_POOL_H
 
 #include <cstddef>
 
+#include <new>
+
 #if defined(__SANITIZE_ADDRESS__)
+#define POOL_IS_HEAP 1
 #include <sanitizer/asan_interface.h>
 #define POOL_POISON(address, size) ASAN_POISON_MEMORY_REGION(address, size)
 #define POOL_UNPOISON(address, size) ASAN_UNPOISON_MEMORY_REGION(address, size)
 #else
+#define POOL_IS_HEAP 0
 #define POOL_POISON(address, size) ((void)(address), (void)(size))
 #define POOL_UNPOISON(address, size) ((void)(address), (void)(size))
 #endif
@@ -73,9 +78,13 @@ template <size_t SIZE, size_t KEEP = 0> class record_pool {
 
 // Base of a record that lives in a pool of its own. Nothing may derive from the record.
 template <class T> struct pooled {
-    static void *operator new(size_t) { return pool().take(); }
+    static void *operator new(size_t size) {
+        if constexpr (POOL_IS_HEAP) return ::operator new(size);
+        else return pool().take();
+    }
     static void operator delete(void *memory) {
-        if (memory) pool().give(memory);
+        if constexpr (POOL_IS_HEAP) ::operator delete(memory);
+        else if (memory) pool().give(memory);
     }
 
   private:
