@@ -449,8 +449,7 @@ bool check_special(const NODE *n, WANT want, std::string &wrong) {
     case SWITCH: return check_cases(n, wrong);
     case FIELD:
         if (!n->u.csu || !n->u.csu->is_csu()) wrong = "FIELD of something that is no record";
-        else if (!n->member)
-            wrong = "FIELD of a member that " + n->u.csu->printstr() + " does not have";
+        else if (!n->member) wrong = "FIELD of a member that " + n->u.csu->printstr() + " does not have";
         break;
     case LABEL:
         if (n->u.lval <= INT65(0) || n->u.lval >= INT65(INT_MAX))

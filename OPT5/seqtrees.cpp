@@ -100,7 +100,7 @@ class SEQUENCER {
     LIST *done_;
     std::vector<uint8_t> catching_;
     bool any_catch_;
-    std::vector<LIST *> todo_;                    // the next one last
+    std::vector<LIST *> todo_; // the next one last
     flat_set with_catch_;      // nodes of the statement in work that hold a catching call
 
     void later(NODE *tree, const LIST *like) { todo_.push_back(mkelist(tree, nullptr, like->psn)); }

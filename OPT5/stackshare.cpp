@@ -39,7 +39,7 @@ struct SHARING_SCOPE {
 std::vector<SHARING_SCOPE> sharing_scopes; // each before what it holds
 size_t open_scope;                         // position of the innermost open one
 size_t open_count;
-flat_map<bool> sharable;                     // what add gave; false when delete took it again
+flat_map<bool> sharable; // what add gave; false when delete took it again
 
 bool may_share(const SYMTAB *s) {
     const bool *may = sharable.find(s);
@@ -278,8 +278,7 @@ class MIXED_SCOPES {
 void delete_variables_of_mixed_blocks(const SHALLOW_SCOPES &shallow) {
     MIXED_SCOPES mixed;
     for_each_statement([&](BBLK *bb, LIST *l) {
-        const NODE *use =
-            find_node(l->tree, [](NODE *n) { return n->op == NAME && may_share(n->u.sym); });
+        const NODE *use = find_node(l->tree, [](NODE *n) { return n->op == NAME && may_share(n->u.sym); });
         if (use) mixed.enter(place_of(l, shallow), bb);
     });
     if (mixed.empty()) return;

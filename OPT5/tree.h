@@ -68,21 +68,22 @@ struct NODE final : BASE_NODE {
     NODE *right = nullptr;
     union {
         // By opcode:
-        INT65 lval = INT65(); // ICON/LCON value; SCON length; LABEL number; SWITCH cases; SKIP size; ASM kind; call site
-        void *rval;           // the other words, as what copies them
-        SYMTAB *sym;          // NAME, STASG: the symbol (null: none)
-        simul_fval *fval;     // FCON: the value, owned by the node
-        const char *icall;    // ICALL family: the name, owned by the name pool
-        TYPE *csu;            // FIELD: the record type
+        INT65 lval =
+            INT65(); // ICON/LCON value; SCON length; LABEL number; SWITCH cases; SKIP size; ASM kind; call site
+        void *rval;        // the other words, as what copies them
+        SYMTAB *sym;       // NAME, STASG: the symbol (null: none)
+        simul_fval *fval;  // FCON: the value, owned by the node
+        const char *icall; // ICALL family: the name, owned by the name pool
+        TYPE *csu;         // FIELD: the record type
     } u;
     LS *scope = nullptr;
     TYPE *otype = nullptr; // the type at creation, kept when `type` is normalised
     union {
         void *payload = nullptr;
-        char *text;        // of an SCON (its bytes) or ASM; of an FCON its text when known; owned, from malloc
-        fkMDATA *member;   // of a FIELD, may be null
-        LBL *label;        // of a LABEL or LABELDEF
-        PRAGMA *pragma;    // of a PPRAGMA; owned
+        char *text;      // of an SCON (its bytes) or ASM; of an FCON its text when known; owned, from malloc
+        fkMDATA *member; // of a FIELD, may be null
+        LBL *label;      // of a LABEL or LABELDEF
+        PRAGMA *pragma;  // of a PPRAGMA; owned
         unsigned i_eht_id; // of a CALL or UCALL: its exception table entry, or 0
         SYMTAB *affine_iv; // of a UICALL of SYM_IS_AFFINE_IV
     };

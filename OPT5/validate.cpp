@@ -5,11 +5,13 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <unordered_map>
 #include <vector>
 
 #include "OPT5/bbutils.h"
 #include "OPT5/cfg.h"
 #include "OPT5/dominator.h"
+#include "OPT5/eraseall.h"
 #include "OPT5/funinfo.h"
 #include "OPT5/infix.h"
 #include "OPT5/scopes.h"
@@ -41,7 +43,10 @@ struct CHECK_TABLES {
 // `fault_` and ends the check.
 class CHECK {
   public:
-    CHECK() : function_(currfuninfo) { tables.clear(); }
+    // With `nodes`, each node of the trees is put there.
+    explicit CHECK(std::vector<const NODE *> *nodes = nullptr) : function_(currfuninfo), checked_(nodes) {
+        tables.clear();
+    }
     bool graph() { return scan_blocks() && block_lists() && labels() && edges() && dominators(); }
     bool contents() { return scopes() && symbols() && statements() && label_counts(); }
     // For the second without the first.
@@ -50,6 +55,7 @@ class CHECK {
 
   private:
     FUNINFO *function_;
+    std::vector<const NODE *> *checked_;
     std::string fault_;
     flat_set &blocks_ = tables.blocks, &labels_ = tables.labels, &chained_ = tables.chained,
              &scopes_ = tables.scopes, &nodes_ = tables.nodes;
@@ -364,6 +370,7 @@ bool CHECK::name(const NODE *n) {
 
 bool CHECK::node(const NODE *n) {
     if (!nodes_.insert(n)) return fail("a node has two parents");
+    if (checked_) checked_->push_back(n);
     if (n->scope && !scopes_.has(n->scope)) return fail("a node has a scope outside the function");
     if (n->op == NAME) return name(n);
     if ((n->op == CALL || n->op == UCALL) && n->i_eht_id && n->i_eht_id >= function_->eht_size)
@@ -444,11 +451,13 @@ std::string find_structure_fault() {
 namespace {
 
 // A number for all that a check looks at. It is made of what is there and not of what passes say they did, so that
-// nothing can be forgotten. 0: something is so broken, or went on for so long, that the check has to tell.
+// nothing can be forgotten. Lists are followed; the nodes are those of the last check, as a plain array: where none of
+// them and no root has changed, the trees are the same ones.
 class FINGERPRINT {
   public:
-    uint64_t of(const FUNINFO *f) {
-        // Every step uses some up; more steps than there are records mean a ring.
+    // 0: something is so broken, or goes on for so long, that the check has to tell.
+    uint64_t of(const FUNINFO *f, const std::vector<const NODE *> &nodes) {
+        // Every step uses some up; more steps than there can be records mean a ring.
         budget_ = nodes_in_use() + 100 * f->blocks.size() + 1000000;
         add(f->bb_count, f->blocks_are_numbered, f->eht_size, f->blocks.size());
         for (const BBLK *bb = f->bb_list; bb && step(); bb = bb->dflink) block(bb);
@@ -462,7 +471,12 @@ class FINGERPRINT {
             add(d, d->stale, d->bb_count, d->block.size());
             for (const BBLK *bb : d->block) add(bb, 3, 0, 0);
         }
-        return broken_ || !budget_ ? 0 : sum_ | 1;
+        uint64_t trees = 0;
+        for (const NODE *n : nodes) {
+            if (n->op == ILLOP) return 0;
+            trees += of_node(n);
+        }
+        return broken_ || !budget_ ? 0 : (sum_ ^ trees) | 1;
     }
 
   private:
@@ -474,35 +488,38 @@ class FINGERPRINT {
     static uint64_t word(uint64_t n) { return n; }
 
     bool step() { return budget_ && budget_--; }
+
     // The products do not wait for each other; the sum keeps the order.
     template <class A, class B, class C, class D> void add(A a, B b, C c, D d) {
-        uint64_t mixed = (word(a) * 0x9E3779B97F4A7C15u) ^ (word(b) * 0xC2B2AE3D27D4EB4Fu) ^
-                         (word(c) * 0x165667B19E3779F9u) ^ (word(d) * 0xD6E8FEB86659FD93u);
-        sum_ = ((sum_ << 23 | sum_ >> 41) + mixed) * 0x2545F4914F6CDD1Du;
+        uint64_t mixed = (word(a) + 0x9E3779B97F4A7C15u) * (2 * word(b) + 0xC2B2AE3D27D4EB4Fu) ^
+                         (word(c) + 0x165667B19E3779F9u) * (2 * word(d) + 0xD6E8FEB86659FD93u);
+        sum_ = (sum_ << 23 | sum_ >> 41) * 5 + mixed;
+    }
+
+    // Sums of these are to keep apart which node has what, so the node's place is in each product; a factor of each is
+    // odd, so that no change of the other gets lost.
+    static uint64_t of_node(const NODE *n) {
+        uint64_t at = word(n), low;
+        uint32_t high;
+        memcpy(&low, &n->u, sizeof low);
+        memcpy(&high, reinterpret_cast<const char *>(&n->u) + sizeof low, sizeof high);
+        return (word(n->left) + at) * (2 * word(n->right) + 0x9E3779B97F4A7C15u) +
+               (word(n->type) + 3 * at + (uint64_t(n->op) << 48)) *
+                   (2 * word(n->scope) + 0xC2B2AE3D27D4EB4Fu) +
+               (low + 5 * at) * (2 * word(n->payload) + 0x165667B19E3779F9u) + (2 * at + 1) * high;
     }
 
     void block(const BBLK *bb) {
-        add(bb, bb->rdflink, bb->dfn, bb->serial_number);
-        add(bb->owner, bb->statements, 4, 0);
-        for (const EDGE *e = bb->preds; e && step(); e = e->next) add(e->block, 5, 0, 0);
-        for (const EDGE *e = bb->succs; e && step(); e = e->next) add(e->block, 6, 0, 0);
+        add(bb, bb->rdflink, uint64_t(bb->dfn), bb->serial_number);
+        for (const EDGE *e = bb->preds; e && step(); e = e->next) add(e->block, bb, 4, 0);
+        for (const EDGE *e = bb->succs; e && step(); e = e->next) add(e->block, bb, 5, 0);
         for (const LBL *label = bb->labels; label && step(); label = label->next)
             add(label, label->block, uint64_t(uint32_t(label->number)), label->refcount);
-        for (const LIST *s = bb->statements; s && step() && !broken_; s = s->next) tree(s->tree);
-    }
-
-    void tree(const NODE *root) {
-        broken_ |= !root;
-        for_each_node(root, [this](const NODE *n) {
-            if (n->op == ILLOP || !step()) {
-                broken_ = true;
-                return WALK_STOP;
-            }
-            add(n, uint64_t(n->op), n->left, n->right);
-            add(n->type, n->scope, n->payload, n->u.lval.to_uint64() + uint64_t(n->u.lval.sign) * 0x85EBCA6Bu);
-            if (n->op == NAME && n->u.sym) add(n->u.sym->type, n->u.sym->size, n->u.sym->level, n->u.sym->sclass);
-            return n->op == CSE_DUPE ? WALK_OVER : WALK_INTO;
-        });
+        add(bb->owner, bb->statements, 6, 0);
+        for (const LIST *s = bb->statements; s && step(); s = s->next) {
+            broken_ |= !s->tree;
+            sum_ = (sum_ << 23 | sum_ >> 41) * 5 + word(s->tree);
+        }
     }
 
     void symbol(const SYMTAB *s) {
@@ -521,18 +538,27 @@ class FINGERPRINT {
     }
 };
 
-// The fingerprint with which a function passed its last check.
-flat_map<uint64_t> passed;
+// What a function looked like when it passed its last check.
+struct PASSED {
+    std::vector<const NODE *> nodes;
+    uint64_t fingerprint = 0;
+};
+std::unordered_map<const FUNINFO *, PASSED> passed;
+
+void forget_check(FUNINFO *f) { passed.erase(f); }
 
 } // namespace
 
 bool validate_function(const char *after) {
-    uint64_t now = FINGERPRINT().of(currfuninfo);
-    uint64_t &before = passed[currfuninfo];
-    if (now && now == before) return true;
-    before = 0;
-    report_fault(find_structure_fault(), after);
-    before = now;
+    register_body_eraser(forget_check);
+    PASSED &last = passed[currfuninfo];
+    if (last.fingerprint && FINGERPRINT().of(currfuninfo, last.nodes) == last.fingerprint) return true;
+    last.fingerprint = 0;
+    last.nodes.clear();
+    CHECK check(&last.nodes);
+    if (check.graph()) check.contents();
+    report_fault(check.fault(), after);
+    last.fingerprint = FINGERPRINT().of(currfuninfo, last.nodes);
     return true;
 }
 

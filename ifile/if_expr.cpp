@@ -386,8 +386,7 @@ char *IF_EXPR_WRITER::put_small_node(BASE_NODE *n, int op, TYPE *type, char *p) 
         p = put_uint(p, uint32_t(symbol->sym_level()));
         return put_uint(p, f.index_of(symbol));
     }
-    case ICON:
-        return type->is_signed() ? put_sint(p, n->icon_svalue()) : put_uint(p, n->icon_uvalue());
+    case ICON: return type->is_signed() ? put_sint(p, n->icon_svalue()) : put_uint(p, n->icon_uvalue());
     case SCON:
     case FCON:
     case LCON:

@@ -394,9 +394,9 @@ class I_FILE {
     uint32_t extra_word_ = 0;
     int level_ = 0; // lexical level: 0 outside functions, 1 arguments, 2 locals, above in blocks
     std::vector<OPTION_SET> options_;
-    flat_map<TYPE_INFO> types_;        // file's type id -> type
-    std::vector<uint32_t> open_types_;              // ids whose lists have not all ended
-    std::deque<std::string> file_names_;            // id 1 is the first; a deque, so that c_str stays put
+    flat_map<TYPE_INFO> types_;          // file's type id -> type
+    std::vector<uint32_t> open_types_;   // ids whose lists have not all ended
+    std::deque<std::string> file_names_; // id 1 is the first; a deque, so that c_str stays put
     std::unordered_map<std::string, unsigned> file_ids_; // writing only
     unsigned last_file_id_ = 0;                          // the name entered last
     flat_map<unsigned> psn_file_ids_;                    // the same by the pointers of positions
@@ -415,14 +415,14 @@ class I_FILE {
     uint32_t main_stream_ = 0;   // offset behind the header
     std::string counted_string_; // buffer of i_read_string(n)
     PHASE phase_ = OUTSIDE;
-    std::vector<bool> block_locals_ended_;                // of each open block: its I_EL was there
-    bool types_in_stream_ = false;                        // a type record of the main stream came last
-    bool function_has_eht_ = false;                       // of the current function
-    uint32_t next_vector_ = 0;                            // the same: vector ids count up
-    std::unordered_set<uint32_t> loops_;                  // the same: loop numbers
-    flat_map<uint32_t> bodies_;                           // function's index -> offset of its I_BF
-    flat_map<uint32_t> initialisers_;                     // symbol's index -> offset of its initialiser
-    int root_op_ = 0;                                     // file opcode of the tree read last
+    std::vector<bool> block_locals_ended_; // of each open block: its I_EL was there
+    bool types_in_stream_ = false;         // a type record of the main stream came last
+    bool function_has_eht_ = false;        // of the current function
+    uint32_t next_vector_ = 0;             // the same: vector ids count up
+    std::unordered_set<uint32_t> loops_;   // the same: loop numbers
+    flat_map<uint32_t> bodies_;            // function's index -> offset of its I_BF
+    flat_map<uint32_t> initialisers_;      // symbol's index -> offset of its initialiser
+    int root_op_ = 0;                      // file opcode of the tree read last
 
     // writing
     IF_BUFFER buffer_;     // payload of the record that is built

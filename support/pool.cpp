@@ -10,7 +10,7 @@
 namespace {
 
 constexpr size_t CACHE_LINE = 64;
-constexpr size_t FIRST_REGION = 64 * 1024;     // small programs stay small
+constexpr size_t FIRST_REGION = 64 * 1024;    // small programs stay small
 constexpr size_t HUGE_PAGE = 2 * 1024 * 1024; // regions double until they have this size
 
 std::vector<void *> regions; // reachable for leak checkers
