@@ -369,8 +369,6 @@ bool CHECK::name(const NODE *n) {
 }
 
 bool CHECK::node(const NODE *n) {
-    if (!nodes_.insert(n)) return fail("a node has two parents");
-    if (checked_) checked_->push_back(n);
     if (n->scope && !scopes_.has(n->scope)) return fail("a node has a scope outside the function");
     if (n->op == NAME) return name(n);
     if ((n->op == CALL || n->op == UCALL) && n->i_eht_id && n->i_eht_id >= function_->eht_size)
@@ -381,8 +379,11 @@ bool CHECK::node(const NODE *n) {
 bool CHECK::tree(const NODE *root) {
     bool good = true, at_root = true;
     for_each_node(root, [&](const NODE *n) {
-        // A node that was met before ends the walk, so that a ring of nodes does too.
         const char *error = node_shape_error(n, true);
+        // A node that was met before ends the walk, so that a ring of nodes does too; that is a fault of its own.
+        if (!error && !nodes_.insert(n) && !(error = tree_shape_error(root, true)))
+            error = "a node has two parents";
+        if (checked_) checked_->push_back(n);
         good = error ? fail("%s", error) : node(n);
         if (good && !at_root && op_is_transfer(n->op)) good = fail("a transfer stands inside a statement");
         at_root = false;
