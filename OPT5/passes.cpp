@@ -1,6 +1,8 @@
 #include "OPT5/passes.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -43,16 +45,12 @@ void dump_flow_graph() {
     if (print_debug && currfuninfo && currfuninfo->bb_list) prbbinfix();
 }
 
-// A barrier has no current function, and may have touched any.
-void validate_after(const pass *done) {
-    if (!done->is_barrier()) {
-        if (currfuninfo && currfuninfo->bb_list) validate_function(done->name.c_str());
-        return;
-    }
-    for (SYMTAB *function : functions) {
-        current_function scope(make_FUNINFO(function));
-        if (currfuninfo->bb_list) validate_function(done->name.c_str());
-    }
+constexpr int VALIDATE_AT_ONCE = 2; // --debug:validate=2
+
+void validate_after(const pass *done, double seconds) {
+    if (validate_switch >= VALIDATE_AT_ONCE) seconds = HUGE_VAL;
+    if (done->is_barrier()) validate_after_barrier(done->name.c_str(), seconds);
+    else if (currfuninfo) validate_after_pass(done->name.c_str(), seconds);
 }
 
 } // namespace
@@ -101,14 +99,19 @@ void pass::run() {
     bool timed = passes_are_timed();
     double outer_nested = nested_seconds, start = timed ? now() : 0;
     nested_seconds = 0;
-    bool acts = action_ && pass_gate_holds(gate_) && within_limit();
+    bool acts = action_ && pass_gate_holds(gate_) && within_limit(), validated = acts && validate_switch;
+    std::chrono::steady_clock::time_point begun; // of the wall clock, which is cheap to ask
+    if (validated) begun = std::chrono::steady_clock::now();
     if (acts) action_();
+    double wall_seconds = 0;
+    if (validated)
+        wall_seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count();
     double elapsed = timed ? now() - start : 0;
     seconds += elapsed - nested_seconds;
     nested_seconds = outer_nested + elapsed;
     ++runs;
 
-    if (acts && validate_switch) validate_after(this);
+    if (validated) validate_after(this, wall_seconds);
     dprintf("(%.1f sec for pass.)\n", elapsed);
     dprintf("\n\n\n\t\t\t---------- EXITING step %u '%s' ----------\n", serial_number, name.c_str());
     dump_flow_graph();

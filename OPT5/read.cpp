@@ -35,7 +35,7 @@
 #include "support/register_option.h"
 #include "typepkg/type_merge.h"
 
-std::vector<OPTION_SET *> icode_optionlist;
+std::vector<OPTION_SET> icode_optionlist;
 int lex = 0;
 unsigned arg_offset = 0;
 unsigned unique_call_index = 0;
@@ -245,7 +245,7 @@ struct OPT_CLIENT final : IF_CLIENT {
     BASE_NODE *new_node(int op, TYPE *type) override { return ::new_node(op, type); }
 
     bool cl_magic(int, const char *) override { return true; }
-    void cl_option_set(OPTION_SET &set) override { icode_optionlist.push_back(new OPTION_SET(set)); }
+    void cl_option_set(OPTION_SET &set) override { icode_optionlist.push_back(set); }
 
     I_SYMTAB *cl_symbol_create(const char *name, TYPE *type, TYPE *cpp_type, uint32_t size, uint32_t align,
                                uint32_t value, int sclass, int cqual, const PSN *psn, uint32_t location,

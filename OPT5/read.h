@@ -23,9 +23,8 @@
 // The client that the input file is opened with; one object, never deleted.
 IF_CLIENT *opt_client();
 
-extern std::vector<OPTION_SET *>
-    icode_optionlist; // option sets of the input, in file order; kept for the run
-extern int lex;       // lexical level: 0 outside functions, 1 arguments, 2 locals, above in blocks
+extern std::vector<OPTION_SET> icode_optionlist; // option sets of the input, in file order; kept for the run
+extern int lex; // lexical level: 0 outside functions, 1 arguments, 2 locals, above in blocks
 extern unsigned arg_offset;
 extern unsigned unique_call_index; // last number given to a call of the function
 extern int output_index;

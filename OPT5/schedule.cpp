@@ -36,6 +36,7 @@
 #include "OPT5/target.h"
 #include "OPT5/tree.h"
 #include "OPT5/unsimp.h"
+#include "OPT5/validate.h"
 #include "OPT5/vectors.h"
 #include "OPT5/write.h"
 #include "OPT5/writeloop.h"
@@ -195,6 +196,7 @@ void write_function() {
 } // namespace
 
 void output_function() {
+    validate_deferred();
     unlink_unused_locals();
     combine_asgs_to_memory();
     optimize_SWITCH_cases();

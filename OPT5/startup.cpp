@@ -169,12 +169,12 @@ void build_option_sets() {
         lay_command_line_over(all_option_sets[0]);
     }
     all_option_sets.resize(std::max<size_t>(icode_optionlist.size(), 1));
-    for (const OPTION_SET *set : icode_optionlist) {
-        if (!option_set_exists(set->id) || all_option_sets[set->id])
-            refuse_input("option set %u is %s", set->id,
-                         option_set_exists(set->id) ? "there twice" : "out of range");
-        option_obj *options = all_option_sets[set->id] = new_option_obj();
-        if (!cmdline_options->testopt(OO_IGNORE_FILE_OPTIONS)) add_file_options(options, *set);
+    for (const OPTION_SET &set : icode_optionlist) {
+        if (!option_set_exists(set.id) || all_option_sets[set.id])
+            refuse_input("option set %u is %s", set.id,
+                         option_set_exists(set.id) ? "there twice" : "out of range");
+        option_obj *options = all_option_sets[set.id] = new_option_obj();
+        if (!cmdline_options->testopt(OO_IGNORE_FILE_OPTIONS)) add_file_options(options, set);
         lay_command_line_over(options);
     }
     file_options = all_option_sets[0];
@@ -234,7 +234,7 @@ void open_output() {
         exit(1);
     }
     o_file = I_FILE::if_create(file, tp, i_file->producer());
-    for (const OPTION_SET *set : icode_optionlist) o_file->if_enter_option_set(*set);
+    for (const OPTION_SET &set : icode_optionlist) o_file->if_enter_option_set(set);
 }
 
 } // namespace
@@ -291,9 +291,9 @@ void emit_cmd_line_text() {
     }
     if (!print_debug) return;
     bool ignored = cmdline_options->testopt(OO_IGNORE_FILE_OPTIONS);
-    for (const OPTION_SET *set : icode_optionlist) {
-        dprintf("Option set %u%s:\n", set->id, set->id == 0 ? " (file-level options)" : "");
-        for (const std::string &text : set->strings)
+    for (const OPTION_SET &set : icode_optionlist) {
+        dprintf("Option set %u%s:\n", set.id, set.id == 0 ? " (file-level options)" : "");
+        for (const std::string &text : set.strings)
             if (!ignored) dprintf("\t%s\n", text.c_str());
     }
 }

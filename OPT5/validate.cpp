@@ -1,6 +1,7 @@
 #include "OPT5/validate.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -62,6 +63,7 @@ class CHECK {
     std::vector<BBLK *> &flow_ = tables.flow;
     const BBLK *bb_ = nullptr;
     const LIST *statement_ = nullptr;
+    const LS *last_scope_ = nullptr; // one that is known to be the function's, or null
 
     bool fail(const char *format, ...) __attribute__((format(printf, 2, 3)));
     bool scan_blocks();
@@ -369,7 +371,10 @@ bool CHECK::name(const NODE *n) {
 }
 
 bool CHECK::node(const NODE *n) {
-    if (n->scope && !scopes_.has(n->scope)) return fail("a node has a scope outside the function");
+    if (n->scope != last_scope_) { // mostly that of the node before
+        if (n->scope && !scopes_.has(n->scope)) return fail("a node has a scope outside the function");
+        last_scope_ = n->scope;
+    }
     if (n->op == NAME) return name(n);
     if ((n->op == CALL || n->op == UCALL) && n->i_eht_id && n->i_eht_id >= function_->eht_size)
         return fail("a call names entry %u of an exception table of %u", n->i_eht_id, function_->eht_size);
@@ -432,7 +437,7 @@ bool CHECK::label_counts() {
 void report_fault(const std::string &fault, const char *after) {
     if (fault.empty()) return;
     std::string text = " +++++ ";
-    if (after) text += std::string("after ") + after + ": ";
+    if (after && *after) text += std::string("after ") + after + ": ";
     text += fault;
     dprintf("%s\n", text.c_str());
     fprintf(stderr, "%s\n", text.c_str());
@@ -463,6 +468,7 @@ class FINGERPRINT {
         add(f->bb_count, f->blocks_are_numbered, f->eht_size, f->blocks.size());
         for (const BBLK *bb = f->bb_list; bb && step(); bb = bb->dflink) block(bb);
         for (const BBLK *bb = f->uo_list; bb && step(); bb = bb->uolink) add(bb, bb->uoprev, 1, 0);
+        for (const BBLK *bb : f->blocks) add(bb, 7, 0, 0);
         for (const SYMTAB *chain : {f->symbols, f->temporaries, f->scalars, f->nonscalars}) {
             add(chain, 2, 0, 0);
             for (const SYMTAB *s = chain; s && step(); s = s->next) symbol(s);
@@ -539,28 +545,106 @@ class FINGERPRINT {
     }
 };
 
-// What a function looked like when it passed its last check.
+// What a function looked like when it passed its last check, and who has worked on it since.
 struct PASSED {
     std::vector<const NODE *> nodes;
-    uint64_t fingerprint = 0;
+    uint64_t fingerprint = 0; // 0: none
+    std::vector<const char *> since;
+    size_t barriers = 0; // those of `quick_barriers` that were there then
 };
 std::unordered_map<const FUNINFO *, PASSED> passed;
+size_t passed_nodes; // of all of them
+std::vector<const char *> quick_barriers;
 
-void forget_check(FUNINFO *f) { passed.erase(f); }
+// A look at a function is put off while the passes take less time than this many looks.
+constexpr double LOOKS_WORTH_A_LOOK = 4;
+double seconds_per_node = 3e-9; // of a look; measured as they are made
+
+using CLOCK = std::chrono::steady_clock;
+
+double seconds_since(CLOCK::time_point start) {
+    return std::chrono::duration<double>(CLOCK::now() - start).count();
+}
+
+void forget_check(FUNINFO *f) {
+    auto last = passed.find(f);
+    if (last == passed.end()) return;
+    passed_nodes -= last->second.nodes.size();
+    passed.erase(last);
+}
+
+bool is_as_it_was(const PASSED &last) {
+    constexpr size_t LEAST_TO_MEASURE = 1000; // nodes; below, the clock itself counts
+    CLOCK::time_point start = CLOCK::now();
+    bool same = FINGERPRINT().of(currfuninfo, last.nodes) == last.fingerprint;
+    if (last.nodes.size() >= LEAST_TO_MEASURE)
+        seconds_per_node += (seconds_since(start) / double(last.nodes.size()) - seconds_per_node) / 8;
+    return same;
+}
+
+// Those that may have done it: "a, b or c".
+std::string names_since(const PASSED &last, const char *after) {
+    std::vector<const char *> names(quick_barriers.begin() + long(last.barriers), quick_barriers.end());
+    names.insert(names.end(), last.since.begin(), last.since.end());
+    if (after) names.push_back(after);
+    std::string text;
+    for (size_t i = 0; i < names.size(); i++) {
+        if (i) text += i + 1 == names.size() ? " or " : ", ";
+        text += names[i];
+    }
+    return text;
+}
 
 } // namespace
 
-bool validate_function(const char *after) {
+std::string find_new_fault() {
     register_body_eraser(forget_check);
     PASSED &last = passed[currfuninfo];
-    if (last.fingerprint && FINGERPRINT().of(currfuninfo, last.nodes) == last.fingerprint) return true;
-    last.fingerprint = 0;
-    last.nodes.clear();
-    CHECK check(&last.nodes);
-    if (check.graph()) check.contents();
-    report_fault(check.fault(), after);
-    last.fingerprint = FINGERPRINT().of(currfuninfo, last.nodes);
+    if (!last.fingerprint || !is_as_it_was(last)) {
+        last.fingerprint = 0;
+        passed_nodes -= last.nodes.size();
+        last.nodes.clear();
+        CHECK check(&last.nodes);
+        if (check.graph()) check.contents();
+        passed_nodes += last.nodes.size();
+        if (!check.fault().empty()) return check.fault();
+        last.fingerprint = FINGERPRINT().of(currfuninfo, last.nodes);
+    }
+    last.since.clear();
+    last.barriers = quick_barriers.size();
+    return "";
+}
+
+bool validate_function(const char *after) {
+    std::string fault = find_new_fault();
+    if (!fault.empty()) report_fault(fault, names_since(passed[currfuninfo], after).c_str());
     return true;
+}
+
+void validate_after_pass(const char *pass, double seconds) {
+    if (!currfuninfo->bb_list) return;
+    auto last = passed.find(currfuninfo);
+    double look = last == passed.end() ? 0 : double(last->second.nodes.size()) * seconds_per_node;
+    if (seconds < LOOKS_WORTH_A_LOOK * look) last->second.since.push_back(intern_name(pass));
+    else validate_function(pass);
+}
+
+void validate_after_barrier(const char *pass, double seconds) {
+    if (seconds < LOOKS_WORTH_A_LOOK * double(passed_nodes) * seconds_per_node) {
+        quick_barriers.push_back(intern_name(pass));
+        return;
+    }
+    for (SYMTAB *function : functions) {
+        current_function scope(make_FUNINFO(function));
+        if (currfuninfo->bb_list) validate_function(pass);
+    }
+}
+
+void validate_deferred() {
+    auto last = passed.find(currfuninfo);
+    if (last == passed.end() || !currfuninfo->bb_list) return;
+    if (!last->second.since.empty() || last->second.barriers < quick_barriers.size())
+        validate_function(nullptr);
 }
 
 void validate_cfg() {

@@ -22,9 +22,11 @@
 // order of blocks, and whether a block can be reached. While a pass works, the graph may well be between two states.
 //
 // Linear in the size of the function; each node is looked at once and entered in a hash table. Most passes leave most
-// functions alone, so validate_function first takes a fingerprint of all that it would look at, an order of magnitude
-// cheaper, and checks only when it differs from that of the last check of the function. What a pass says that it
-// changed is not asked for. The fingerprint has 64 bits and no look at the declarations of types.
+// functions alone, so a look is taken first: a fingerprint of all that a check looks at, an order of magnitude cheaper.
+// Only when it differs from that of the last check, the function is checked. What a pass says that it changed is not
+// asked for. The fingerprint has 64 bits; the declarations of types, and symbols that stand in no chain of the
+// function, are no part of it. A pass that did in no time at all what it did waits for the next look, which names
+// it among those that may be at fault; --debug:validate=2 looks after every one.
 #pragma once
 
 #include <string>
@@ -32,9 +34,19 @@
 // What is broken first in the current function: function, block, statement and fault, in one line; "" if nothing.
 std::string find_structure_fault();
 
-// The same, and a fault goes to standard error and the debug stream with the name of the pass `after` which it was
-// found, and ends the run. So the result is true.
+// The same of a function that may have been checked before: unless it has changed since, there is none.
+std::string find_new_fault();
+
+// A new fault goes to standard error and the debug stream with the name of the pass `after` which it was found and of
+// those that were not looked after since the last check, and ends the run. So the result is true.
 bool validate_function(const char *after);
+
+// The same after a pass on the current function, or after a barrier for all of them, that took `seconds`: put off when a
+// look would take a considerable part of that.
+void validate_after_pass(const char *pass, double seconds);
+void validate_after_barrier(const char *pass, double seconds);
+// What was put off for the current function, before it goes.
+void validate_deferred();
 
 // For the middle of a pass: the blocks and edges alone, the statements alone. A fault ends the run.
 void validate_cfg();

@@ -195,9 +195,11 @@ TEST_F(cfg_validated, each_damage_is_found_and_named) {
         SCOPED_TRACE(row.message);
         begin();
         ASSERT_EQ(find_structure_fault(), "");
+        ASSERT_EQ(find_new_fault(), "");
         row.damage(*this);
         std::string fault = find_structure_fault();
         EXPECT_NE(fault.find(row.message), std::string::npos) << "found instead: \"" << fault << "\"";
+        EXPECT_EQ(find_new_fault(), fault) << "not seen as a change";
         // What is left is beyond orderly release: forget it.
         f.release();
         f = nullptr;
@@ -217,6 +219,23 @@ TEST_F(cfg_validated, a_fault_ends_the_run_and_names_the_pass_and_the_place) {
     link_blocks(bb(2), b);
     rebuildcfg();
     EXPECT_TRUE(validate_function("repair"));
+}
+
+TEST_F(cfg_validated, a_look_that_was_put_off_names_all_that_may_have_done_it) {
+    begin();
+    validate_function("reading");
+    validate_after_pass("one", 0);
+    transfer(SWITCH)->left->u.sym = nullptr;
+    validate_after_pass("two", 0);
+    EXPECT_EXIT(validate_after_pass("three", 1e9), testing::ExitedWithCode(1),
+                "after one, two or three: .*symbol");
+    EXPECT_EXIT(validate_deferred(), testing::ExitedWithCode(1), "after one or two: ");
+    transfer(SWITCH)->left->u.sym = x;
+    validate_deferred();
+    validate_after_barrier("four", 0);
+    transfer(SWITCH)->left->u.sym = nullptr;
+    EXPECT_EXIT(validate_deferred(), testing::ExitedWithCode(1), "after four: ");
+    transfer(SWITCH)->left->u.sym = x;
 }
 
 // Blocks without numbers, in the middle of edits, are no fault; wrong numbers after a renumbering are.
