@@ -114,6 +114,13 @@ FILE *open_text_output(const std::string &name, const char *mode) {
     return fopen(name.c_str(), mode);
 }
 
+FILE *open_drawing() {
+    static bool opened = false;
+    FILE *drawing = open_text_output(fn_without_extension(i_file_name) + ".dot", opened ? "a" : "w");
+    opened |= drawing != nullptr;
+    return drawing;
+}
+
 void open_debug_file(bool must_succeed, const char *suffix) {
     static std::set<std::string> opened; // by this run: what they hold must not be lost
     if (fdebug && !suffix) return;

@@ -38,6 +38,9 @@ void discard_output_on_exit();
 // Closes both intermediate files and the debug streams. A failure to write ends the run with status 1.
 void close_files();
 
+// Where graphs are drawn: "NAME.dot", emptied when it is opened for the first time; null when that fails.
+FILE *open_drawing();
+
 // Points fdebug at "NAME.odb", NAME being the input's without extension, with a dot and SUFFIX where one is given.
 // Nothing happens when a debug file is open and there is no suffix. The stream that was open before stays open; its
 // owner closes it. A file that this run has written before is continued. On failure, MUST_SUCCEED ends the run;

@@ -1,6 +1,8 @@
 #include "OPT5/schedule.h"
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <new>
 #include <unordered_map>
@@ -9,6 +11,7 @@
 #include "OPT5/casts.h"
 #include "OPT5/cdmatch.h"
 #include "OPT5/cfg.h"
+#include "OPT5/cfgdump.h"
 #include "OPT5/combasg.h"
 #include "OPT5/dddriver.h"
 #include "OPT5/ddve.h"
@@ -50,6 +53,7 @@ namespace {
 
 const register_option split_switch("debug:split_odb");
 const register_option parser_switch("debug:parser");
+const register_option draw_switch("debug:draw_cfg");
 
 // ---- the schedule
 
@@ -176,6 +180,18 @@ void unlink_unused_locals() {
     }
 }
 
+// The graph as it goes to the output.
+void draw_function() {
+    FILE *drawing = open_drawing();
+    if (!drawing) {
+        fprintf(stderr, "\n>>>> WARNING: The flow graph of %s can't be drawn: %s\n", currfunc->name,
+                strerror(errno));
+        return;
+    }
+    view_CFG_graph(drawing);
+    fclose(drawing);
+}
+
 void write_function() {
     write_func_header();
     fold_ANDBASGs();
@@ -190,6 +206,7 @@ void write_function() {
     disguise_vector_operations();
     finalize_dd_edges();
     disclose_vector_operations();
+    if (draw_switch) draw_function();
     write_func_body();
 }
 

@@ -279,6 +279,20 @@ TEST_F(cmdline, debug_text_of_each_function_in_a_file_of_its_own) {
     EXPECT_EQ(text.find("ENTERING step 11 "), std::string::npos);
 }
 
+TEST_F(cmdline, a_drawing_of_each_function) {
+    write_input("in.if", 2);
+    for (int again = 0; again < 2; ++again) {
+        EXPECT_EQ(run({"--debug:draw_cfg", "in.if"}).status, 0);
+        EXPECT_EQ(files(), "in.dot in.if in.opt");
+        std::string text = contents(dir / "in.dot");
+        size_t first = text.find("digraph"), second = text.find("digraph", first + 1);
+        EXPECT_EQ(first, 0u);
+        EXPECT_NE(second, std::string::npos);
+        EXPECT_EQ(text.find("digraph", second + 1), std::string::npos) << "an old drawing was kept";
+        EXPECT_NE(text.find("return"), std::string::npos) << text;
+    }
+}
+
 TEST_F(cmdline, forced_orders) {
     write_input("in.if", 2);
     const auto steps = [&](std::vector<std::string> args, const char *environment) {
