@@ -1,7 +1,5 @@
 #include "support/pool.h"
 
-#include <sys/mman.h>
-
 #include <cstdlib>
 
 #include "support/safealloc.h"
@@ -9,8 +7,8 @@
 namespace {
 
 constexpr size_t CACHE_LINE = 64;
-constexpr size_t FIRST_REGION = 64 * 1024;    // small programs stay small
-constexpr size_t HUGE_PAGE = 2 * 1024 * 1024; // regions double until they have this size
+constexpr size_t FIRST_REGION = 64 * 1024;      // small programs stay small
+constexpr size_t LAST_REGION = 2 * 1024 * 1024; // they double until they have this size
 
 // A region begins with the one before it, so that leak checkers can reach all of them.
 struct REGION_HEAD {
@@ -24,13 +22,11 @@ size_t next_size = FIRST_REGION;
 
 void add_region(size_t least) {
     size_t size = next_size;
-    if (next_size < HUGE_PAGE) next_size *= 2;
+    if (next_size < LAST_REGION) next_size *= 2;
     while (size < least + CACHE_LINE) size *= 2;
-    size_t alignment = size >= HUGE_PAGE ? HUGE_PAGE : CACHE_LINE;
-    region = static_cast<char *>(aligned_alloc(alignment, size));
+    region = static_cast<char *>(aligned_alloc(CACHE_LINE, size));
     if (!region) safemalloc(~size_t{0} / 2); // says that memory is out, and exits
     region_end = region + size;
-    if (size >= HUGE_PAGE) madvise(region, size, MADV_HUGEPAGE); // a wish; it may be refused
     REGION_HEAD *head = reinterpret_cast<REGION_HEAD *>(region);
     head->before = last_region;
     last_region = head;
