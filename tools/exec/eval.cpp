@@ -53,6 +53,20 @@ template <ADDRESSING AM> uint8_t *place(const XN *n, FRAME *f, unsigned bytes, b
     }
 }
 
+// The same for a store: the address comes first, and is checked when the value is there, whose evaluation may end the
+// program or free the object.
+template <ADDRESSING AM> uint8_t *target(const XN *n, FRAME *f, unsigned bytes, uint64_t *value) {
+    if constexpr (AM == AM_DYN) {
+        uint32_t a = static_cast<uint32_t>(n->a->fn(n->a, f)) + static_cast<uint32_t>(n->imm);
+        *value = n->b->fn(n->b, f);
+        if (!mem.ok(a, bytes) || run_options.check_init) check_access(a, bytes, true);
+        return mem.base + a;
+    } else {
+        *value = n->b->fn(n->b, f);
+        return place<AM>(n, f, bytes, true);
+    }
+}
+
 void note_write(uint8_t *p, unsigned bytes) {
     if (run_options.check_init) mem.mark_written(uint32_t(p - mem.base), bytes);
 }
@@ -73,14 +87,14 @@ template <class T, ADDRESSING AM, bool BE> uint64_t load_slow(const XN *n, FRAME
 }
 template <class T, ADDRESSING AM, bool BE> uint64_t store(const XN *n, FRAME *f) {
     // The address first, then the value: the order in which a reader of the tree expects effects.
-    uint8_t *p = place<AM>(n, f, sizeof(T), true);
-    uint64_t v = n->b->fn(n->b, f);
+    uint64_t v;
+    uint8_t *p = target<AM>(n, f, sizeof(T), &v);
     store_host<T, BE>(p, v);
     return put<typename MEM_OF<T>::type>(static_cast<typename MEM_OF<T>::type>(v));
 }
 template <class T, ADDRESSING AM, bool BE> uint64_t store_slow(const XN *n, FRAME *f) {
-    uint8_t *p = place<AM>(n, f, sizeof(T), true);
-    uint64_t v = n->b->fn(n->b, f);
+    uint64_t v;
+    uint8_t *p = target<AM>(n, f, sizeof(T), &v);
     note_write(p, sizeof(T));
     store_host<T, BE>(p, v);
     if (n->is_volatile && run_options.trace_volatile)

@@ -90,6 +90,9 @@ void LOWER::common_attributes(MSYM *s, const Decl *d) {
     auto add = [&](int number, std::vector<std::string> args = {}) {
         m.add_pragma(s, m.pragma(number, args));
     };
+    // Two names of one object: nothing could tell a reader of the file that they may meet.
+    if (auto *alias = d->getAttr<AliasAttr>(); alias && !isa<FunctionDecl>(d))
+        refuse(alias->getLocation(), "an alias of an object");
     if (d->hasAttr<WeakAttr>()) add(PRAG_QL_WEAK);
     if (d->hasAttr<UsedAttr>()) add(PRAG_SYM_IS_REFERENCED), s->policy = POLICY_ALWAYS;
     if (auto *a = d->getAttr<SectionAttr>())

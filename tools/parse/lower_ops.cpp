@@ -176,7 +176,7 @@ MNODE *LOWER::binary(const BinaryOperator *b) {
         return complex_binary(opcode_for(b->getOpcode(), t), t, rvalue(without_complex_cast(b->getLHS())),
                               rvalue(without_complex_cast(b->getRHS())));
     MNODE *l = rvalue(b->getLHS()), *r = rvalue(b->getRHS());
-    if (b->isShiftOp()) r = convert(r, int_t());
+    if (b->isShiftOp() && !r->type->is_vector()) r = convert(r, int_t());
     return m.node(opcode_for(b->getOpcode(), t), t, l, r);
 }
 
@@ -237,7 +237,7 @@ MNODE *LOWER::compound_assignment(const CompoundAssignOperator *b) {
     int op = opcode_for(kind, work);
     if (MNODE *v = atomic_update(b->getLHS(), kind, right, false)) return v;
     bool shift = kind == BO_Shl || kind == BO_Shr;
-    if (shift) right = convert(right, int_t());
+    if (shift && !right->type->is_vector()) right = convert(right, int_t());
     if (work == left_t && !work->is_complex() && !work->is_vector() && !left_t->is_bool())
         return m.node(assign_opcode(op), left_t, lvalue(b->getLHS()), shift ? right : convert(right, work));
     MNODE *first = nullptr;
