@@ -111,6 +111,12 @@ MNODE *LOWER::comparison(const BinaryOperator *b) {
     return m.node(opcode_for(b->getOpcode(), l->type), int_t(), l, r);
 }
 
+// A count that is spread over the lanes, as the scalar that it is.
+static const Expr *without_splat(const Expr *e) {
+    auto *cast = dyn_cast<ImplicitCastExpr>(e);
+    return cast && cast->getCastKind() == CK_VectorSplat ? cast->getSubExpr() : e;
+}
+
 MNODE *LOWER::binary(const BinaryOperator *b) {
     TYPE *t = b->getType()->isVoidType() ? void_t() : unqualified(b->getType());
     switch (b->getOpcode()) {
@@ -175,7 +181,7 @@ MNODE *LOWER::binary(const BinaryOperator *b) {
     if (t->is_complex())
         return complex_binary(opcode_for(b->getOpcode(), t), t, rvalue(without_complex_cast(b->getLHS())),
                               rvalue(without_complex_cast(b->getRHS())));
-    MNODE *l = rvalue(b->getLHS()), *r = rvalue(b->getRHS());
+    MNODE *l = rvalue(b->getLHS()), *r = rvalue(b->isShiftOp() ? without_splat(b->getRHS()) : b->getRHS());
     if (b->isShiftOp() && !r->type->is_vector()) r = convert(r, int_t());
     return m.node(opcode_for(b->getOpcode(), t), t, l, r);
 }
