@@ -340,7 +340,8 @@ void COMPILER::switch_statement(MNODE *t, STEP &s) {
             todo.push_back(c->left);
             todo.push_back(c->right);
         } else if (c->op == CASE) {
-            SK k = s.tree->kind;
+            // A selector narrower than int is compared as the int that it promotes to.
+            SK k = sk_bytes(s.tree->kind) < 4 ? SK_i32 : s.tree->kind;
             uint64_t v =
                 c->left->op == LCON ? strtoull(c->left->text.c_str(), nullptr, 10) : uint64_t(c->left->value);
             s.table->cases[int64_t(convert_value(k, SK_u64, v))] =
