@@ -123,6 +123,13 @@ class Array:
         return Var("%s[%s]" % (self.text, subscript), self.t, self.lo, self.hi, self.writable)
 
 
+class Grid:
+    """text[0][0] to text[rows - 1][columns - 1], as Array."""
+
+    def __init__(self, text, t, rows, columns):
+        self.text, self.t, self.rows, self.columns, self.writable = text, t, rows, columns, True
+
+
 class Function:
     """PARAMETERS: types. PURE: no side effects, so that a call may stand anywhere in an expression."""
 
@@ -153,7 +160,7 @@ class Program:
         self.seed = seed
         self.n_functions, self.n_statements, self.depth, self.budget = SIZES[size]
         self.size = size
-        self.scalars, self.arrays, self.functions = [], [], []
+        self.scalars, self.arrays, self.grids, self.functions = [], [], [], []
         self.structs, self.records = [], []
         self.top, self.bodies, self.calls = [], [], []
         self.number = 0
@@ -206,9 +213,10 @@ class Program:
         scalars, shared = self.shared(scope)
         places = [v for v in scope.variables + scalars if not want or v.t == want]
         arrays = [a for a in scope.arrays + shared if not want or a.t == want]
+        if not scope.alone:
+            arrays += [g for g in self.grids if not want or g.t == want]
         if arrays and (not places or r.chance(35)):
-            a = r.pick(arrays)
-            v = a.element(self.subscript(scope, a.length))
+            v = self.element(scope, r.pick(arrays))
             return E(v.text, v.t, v.lo, v.hi)
         if not places or r.chance(8):
             t = want or r.pick(list(INTEGERS))
@@ -217,6 +225,12 @@ class Program:
         local = [v for v in scope.variables if not want or v.t == want]
         v = r.pick(local) if local and r.chance(70) else r.pick(places)
         return E(v.text, v.t, v.lo, v.hi)
+
+    def element(self, scope, a):
+        """Some element of an array or grid."""
+        if isinstance(a, Grid):
+            return Var("%s[%s][%s]" % (a.text, self.subscript(scope, a.rows), self.subscript(scope, a.columns)), a.t)
+        return a.element(self.subscript(scope, a.length))
 
     def subscript(self, scope, length):
         """The text of an expression with values in [0, LENGTH - 1]; often affine in the loop counters."""
@@ -548,9 +562,10 @@ class Program:
         arrays = [a for a in scope.arrays + tables if a.writable]
         shared = [v for v in scalars if v.writable]
         kind = r.upto(10)
+        if not scope.alone:
+            arrays += self.grids
         if arrays and kind < 4:
-            a = r.pick(arrays)
-            return a.element(self.subscript(scope, a.length))
+            return self.element(scope, r.pick(arrays))
         if places and kind < 8:
             return r.pick(places)
         return r.pick(shared) if shared else r.pick(places) if places else None
@@ -569,7 +584,7 @@ class Program:
         scope.charge(1)
         kind = r.weighted([(40, "store"), (14, "if"), (12 if depth > 0 else 0, "loop"), (6 if depth > 0 else 0, "switch"),
                            (6, "step"), (8, "called"), (5, "leave"), (4, "chain"), (4, "block"), (4, "record"),
-                           (3, "condition"), (3, "around")])
+                           (3, "condition"), (3, "around"), (3, "value"), (2 if depth > 1 else 0, "nest")])
         return getattr(self, "s_" + kind)(scope, depth)
 
     def s_store(self, scope, depth):
@@ -598,6 +613,52 @@ class Program:
         if a is b:
             return self.s_store(scope, depth)
         return ["%s = %s = %s;" % (a.text, b.text, self.integer(scope, 2).text)]
+
+    def s_value(self, scope, depth):
+        """A value that nobody wants, and a comma; volatile objects are read all the same."""
+        r = self.rnd
+        a = self.expression(scope, 2)
+        v = self.target(scope)
+        if not v or v.t in FLOATS or r.chance(50):
+            return ["(void)%s;" % a.text]
+        e = self.integer(scope, 1)
+        return ["%s = (%s, %s);" % (v.text, a.text, e.text if v.truncates else self.fitted(e, v.lo, v.hi, v.t))]
+
+    def s_nest(self, scope, depth):
+        """Two or three loops around one store, over a grid or an array as one; affine in all counters."""
+        r = self.rnd
+        if scope.alone or not self.grids or not self.affords(scope, 300):
+            return self.s_loop(scope, depth - 1)
+        g, h = r.pick(self.grids), r.pick(self.grids)
+        rows, columns = min(g.rows, h.rows), min(g.columns, h.columns)
+        i, j = self.fresh("i"), self.fresh("j")
+        low = r.between(0, 1)
+        inner = Scope(scope, rows * columns)
+        inner.loop = "bc"
+        for name, first, last in ((i, low, rows - 1), (j, low, columns - 1)):
+            counter = Var(name, "s32", first, last, writable=False)
+            inner.counters.append(counter)
+            inner.variables.append(counter)
+        heads = ["for (%s = %d; %s < %d; %s++)" % (i, low, i, rows, i) if r.chance(75) else
+                 "for (%s = %d; %s >= %d; %s--)" % (i, rows - 1, i, low, i),
+                 "for (%s = %d; %s < %d; %s++)" % (j, low, j, columns, j)]
+        if r.chance(30):
+            heads.reverse()
+        near = "%s[%s - %d][%s - %d]" % (h.text, i, r.upto(low + 1), j, r.upto(low + 1))
+        place = Var("%s[%s][%s]" % (g.text, i, j), g.t)
+        x = Var(near, h.t)
+        lines = []
+        if g.t in FLOATS:
+            lines.append("%s %s %s;" % (place.text, r.pick(["=", "+="]), x.text))
+        elif h.t in FLOATS:
+            lines.append("%s += %s < %s;" % (x.text, place.text, self.constant("s32").text))
+        else:
+            e = self.combine(r.pick("+-*"), E(x.text, x.t, x.lo, x.hi), self.integer(inner, 1))
+            lines.append("%s = %s;" % (place.text, e.text))
+        if r.chance(40):
+            lines += self.statement(inner, 0)
+        return ["{", "    int %s, %s;" % (i, j), "    " + heads[0], "        %s {" % heads[1]] + \
+            indent(indent(indent(lines))) + ["        }", "}"]
 
     def s_step(self, scope, depth):
         """table[i++ & mask] = expression without i."""
@@ -814,13 +875,13 @@ class Program:
         """Sums, products, extremes, parities over elements."""
         r = self.rnd
         places = [v for v in scope.variables if v.writable and (v.t in FLOATS or (v.lo, v.hi) == span(v.t))]
-        arrays = scope.arrays + self.shared(scope)[1]
+        arrays = scope.arrays + self.shared(scope)[1] + ([] if scope.alone else self.grids)
         if not places or not arrays:
             return []
-        v, a, b = r.pick(places), r.pick(arrays), r.pick(arrays)
-        x = a.element(self.subscript(scope, a.length))
-        y = b.element(self.subscript(scope, b.length))
+        v, x, y = r.pick(places), self.element(scope, r.pick(arrays)), self.element(scope, r.pick(arrays))
         if v.t in FLOATS:
+            if x.t in INTEGERS and y.t in INTEGERS:
+                return ["%s += %s;" % (v.text, self.combine("*", E(x.text, x.t, x.lo, x.hi), E(y.text, y.t, y.lo, y.hi)).text)]
             return ["%s += %s%s;" % (v.text, x.text, r.pick(["", " * %s" % y.text]))]
         if x.t in FLOATS or y.t in FLOATS:
             return ["%s += %s < %s;" % (v.text, x.text, y.text)] if v.t[0] == "u" else []
@@ -923,6 +984,11 @@ class Program:
             self.top.append("%s%s %s[%d] = {%s};" % ("static const " if table else r.pick(["static ", ""]), c_type(t), name,
                                                      length, ", ".join(values)))
             self.arrays.append(Array(name, t, length, lo, hi, not table))
+        for _ in range(r.between(0, 1 if small else 2)):
+            t, rows, columns = r.pick(["s32", "u32", "s16", "u8", "f32"]), r.pick([4, 5, 8, 16]), r.pick([4, 8, 9, 16])
+            name = self.fresh("w")
+            self.top.append("static %s %s[%d][%d];" % (c_type(t), name, rows, columns))
+            self.grids.append(Grid(name, t, rows, columns))
         for _ in range(r.between(0, 1 if small else 2)):
             self.struct()
 
@@ -1253,6 +1319,9 @@ class Program:
             lines.append("    mix%s(%s);" % ("d" if v.t in FLOATS else "", v.text))
         for a in self.arrays:
             lines.append("    for (k = 0; k < %d; k++) mix%s(%s[k]);" % (a.length, "d" if a.t in FLOATS else "", a.text))
+        for g in self.grids:
+            lines.append("    for (k = 0; k < %d; k++) mix%s(%s[k / %d][k %% %d]);" % (
+                g.rows * g.columns, "d" if g.t in FLOATS else "", g.text, g.columns, g.columns))
         for text, struct, n in self.records:
             where = "%s[k]." % text if n else text + "."
             mixes = " ".join("mix%s(%s%s);" % ("d" if t in FLOATS else "", where, f) for f, t, _ in struct[1])

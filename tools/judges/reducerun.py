@@ -25,8 +25,22 @@ def shape(text):
 class Failure:
     """What a program must show to be interesting: a kind of finding in a configuration; with the message for qlopt."""
 
-    def __init__(self, judge, config, kind, message):
+    def __init__(self, judge, config, kind, message, mistakes=MISTAKES):
         self.judge, self.config, self.kind, self.message = judge, config, kind, message
+        self.mistakes, self.initialised = list(mistakes), True
+
+    def excuse(self, path, place):
+        """What the program does wrong from the start, as a compiler sees it, does not count against smaller ones."""
+        base = [c for c in stages.CROSS if c != "-w"] + stages.INCLUDES + stages.header(path, "options")
+        refused = lambda flags: stages.run(base + flags + ["-O2", "-S", path, "-o", os.path.join(place, "excuse.s")]).status
+        if refused(self.mistakes):
+            self.mistakes = [m for m in self.mistakes if not refused(["-Wall", m])]
+        file = os.path.join(place, "excuse.if")
+        if not self.judge.parse(path, file).status:
+            run = lambda more: stages.run([self.judge.tool("tools", "exec", "qlrun")] + more + [file, "--"] +
+                                          stages.header(path, "args"), self.judge.stdin(path), 60)
+            plain, checked = run([]), run(["--check-init"])
+            self.initialised = (plain.status, plain.out) == (checked.status, checked.out)
 
     def is_it(self, finding):
         return finding.kind == self.kind and (not self.message or self.kind not in ("qlopt", "parse") or
@@ -57,15 +71,17 @@ class Failure:
         judge, out = self.judge, os.path.join(place, "good")
         base = [c for c in stages.CROSS if c != "-w"] + stages.INCLUDES + stages.header(path, "options")
         outcomes = []
-        for flags in (MISTAKES + ["-O2"], ["-w", "-O0"] + stages.UNDEFINED):
+        for flags in (self.mistakes + ["-O2"], ["-w", "-O0"] + stages.UNDEFINED):
             if stages.run(base + flags + [path, "-o", out, "-lm"]).status:
                 return False
             ran = judge.qemu(out, path, judge.seconds)
             outcomes.append((ran.status, ran.out))
-        if expected:
+        if expected and self.initialised:
             init = stages.run([judge.tool("tools", "exec", "qlrun"), "--check-init", os.path.join(place, "candidate.if"),
                                "--"] + stages.header(path, "args"), judge.stdin(path), judge.patience)
-            outcomes += [(init.status, init.out), (expected.status, expected.out)]
+            outcomes.append((init.status, init.out))
+        if expected:
+            outcomes.append((expected.status, expected.out))
         return len(set(outcomes)) == 1 and -999 != outcomes[0][0] < 128
 
     def shown_by_file(self, path, place):
@@ -112,7 +128,8 @@ def creduce(path, args, judge, failure, place, seconds, say):
         ask = "exec %s %s" % (os.path.abspath(args.script), os.path.basename(path))
     else:
         words = [sys.executable, os.path.abspath(__file__), "--build", os.path.abspath(args.build), "--check", failure.kind,
-                 "--message", failure.message, "--matrix", failure.config or "o0", "--wait", str(judge.seconds)]
+                 "--message", failure.message, "--matrix", failure.config or "o0", "--wait", str(judge.seconds),
+                  "--mistakes=" + " ".join(failure.mistakes)] + ([] if failure.initialised else ["--uninitialised"])
         words += ["--qlopt-option=" + o for o in args.qlopt_option] + [os.path.basename(path)]
         ask = "exec " + " ".join("'%s'" % w.replace("'", "'\\''") for w in words)
     with open(test, "w") as f:
@@ -143,6 +160,8 @@ def reduce(args, judge, interesting, failure, place):
             f.write(candidate)
         return interesting(path, work)
 
+    if is_c and failure:
+        failure.excuse(args.file, work)
     started = time.monotonic()
     if not holds(text):
         raise SystemExit("%s: is not interesting" % args.file)
@@ -186,7 +205,9 @@ def main():
     ap.add_argument("--qlopt-option", action="append", default=[], metavar="OPTION", help="one more option for qlopt")
     ap.add_argument("--jobs", type=int, default=int(os.environ.get("QL_JOBS", os.cpu_count())))
     ap.add_argument("--check", help=argparse.SUPPRESS)
-    ap.add_argument("--wait", type=float, default=2, help=argparse.SUPPRESS)
+    ap.add_argument("--mistakes", default="", help=argparse.SUPPRESS)
+    ap.add_argument("--uninitialised", action="store_true", help=argparse.SUPPRESS)
+    ap.add_argument("--wait", type=float, default=10, help=argparse.SUPPRESS)
     ap.add_argument("--message", default="", help=argparse.SUPPRESS)
     ap.add_argument("file", metavar="FILE", help="a C program, or an intermediate file (.if, .ift)")
     args = ap.parse_args()
@@ -195,7 +216,8 @@ def main():
     with tempfile.TemporaryDirectory(prefix="qlreduce") as place:
         if args.check:
             judge.patience = judge.grace = args.wait
-            failure = Failure(judge, args.matrix, args.check, args.message)
+            failure = Failure(judge, args.matrix, args.check, args.message, args.mistakes.split())
+            failure.initialised = not args.uninitialised
             sys.exit(0 if failure.shown_by_c(args.file, place) else 1)
         failure = None
         if args.script:

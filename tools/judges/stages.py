@@ -85,7 +85,7 @@ class Outcome:
 
     def says(self):
         lines = [l for l in self.err.decode(errors="replace").splitlines() if l.strip() and "note: disable pass" not in l]
-        for wanted in ("rror", "OPTIMIZER", "ssert", "fault"):
+        for wanted in ("+++++", "rror", "OPTIMIZER", "ssert", "fault"):
             for line in lines:
                 if wanted in line:
                     return line.strip()[:240]
@@ -95,8 +95,15 @@ class Outcome:
 def run(command, stdin=None, timeout=60, env=None, cwd=None):
     start = time.monotonic()
     with open(stdin or os.devnull, "rb") as source:
-        p = subprocess.Popen(command, stdin=source, stdout=subprocess.PIPE, stderr=subprocess.PIPE, env=env, cwd=cwd,
-                             start_new_session=True)
+        for patience in range(30, -1, -1):
+            try:
+                p = subprocess.Popen(command, stdin=source, stdout=subprocess.PIPE, stderr=subprocess.PIPE, env=env, cwd=cwd,
+                                     start_new_session=True)
+                break
+            except OSError:  # a build is replacing the program
+                if not patience or not os.path.isabs(command[0]):
+                    raise
+                time.sleep(1)
         try:
             out, err = p.communicate(timeout=timeout)
         except subprocess.TimeoutExpired:
