@@ -10,6 +10,7 @@
 #include "OPT5/typefacts.h"
 #include "support/fatal.h"
 #include "typepkg/type_merge.h"
+#include "support/register_option.h"
 
 namespace {
 
@@ -96,4 +97,7 @@ NODE *cast_node(NODE *n) {
 
 } // namespace
 
-NODE *insert_mandatory_casts(NODE *tree) { return rewrite_tree(tree, cast_node); }
+NODE *insert_mandatory_casts(NODE *tree) {
+    if (pass_disable("casts")) return tree;
+    return rewrite_tree(tree, cast_node);
+}

@@ -457,11 +457,12 @@ struct OPT_CLIENT final : IF_CLIENT {
         lower_deeper_locals();
         const SYMTAB *newest = currfuninfo->symbols;
         currfuninfo->local_index = newest ? unsigned(newest->index) + 1 : 1;
+        bool simplifies = !pass_disable("simp");
         for (LIST *s = currfuninfo->statements; s; s = s->next) {
             if (currfuninfo->has_cregister_names) make_intrinsics_ordered(s->tree);
             if (find_node(s->tree, [](NODE *n) { return n->op == ICALL || n->op == UICALL; }))
                 s->tree = rewrite_tree(s->tree, fix_BIF_types);
-            s->tree = simp_statement(s->tree, nullptr);
+            if (simplifies) s->tree = simp_statement(s->tree, nullptr);
         }
         build_function();
         currfuninfo->per_call.assign(unique_call_index + 1, 0);
