@@ -466,6 +466,7 @@ NODE *simp_COMMAOP(NODE *n, struct LOOP *) {
         NODE *inner = n->left;
         if (inner->right->op != COMMAOP) inner->right = peel_for_effect(inner->right);
         if (!inner->right) n->left = keep_left(inner);
+        else inner->type = inner->right->type;
     } else {
         n->left = peel_for_effect(n->left);
     }
@@ -474,6 +475,7 @@ NODE *simp_COMMAOP(NODE *n, struct LOOP *) {
         NODE *right = n->right;
         n->right = right->right;
         right->right = right->left;
+        right->type = right->right->type;
         right->left = n->left;
         n->left = right;
     }

@@ -561,11 +561,12 @@ STEP mask_of_rounded_sum(NODE *&n, struct LOOP *loop) {
 STEP mask_of_known_bits(NODE *&n, struct LOOP *loop) {
     if (!is_ICON_in(n->right)) return NO_STEP;
     TYPE *t = n->type;
+    bool was_comma = n->left->op == COMMAOP; // one that the rule limit keeps in its place
     for (uint64_t c = bits_of(n->right, t);;) {
         push_into(n->left, c, t);
         NODE *x = n->left;
         if (is_ICON_in(x)) return fold_bits(n, loop);
-        if (x->op == COMMAOP) return done(n, simp_node(n, loop));
+        if (x->op == COMMAOP) return was_comma ? NO_STEP : done(n, simp_node(n, loop));
         if (!TYPE_IS_INT(x->type)) return NO_STEP;
         uint64_t maybe = maybe_of(x, t), useful = c & maybe;
         if (useful == 0 && RULE("ANDB: x & c -> 0, x has no bit of c"))
@@ -641,10 +642,11 @@ STEP set_known_bits(NODE *&n, struct LOOP *loop) {
     if (!is_ICON_in(n->right)) return NO_STEP;
     TYPE *t = n->type;
     uint64_t all = mask_of(t), c = bits_of(n->right, t);
+    bool was_comma = n->left->op == COMMAOP; // one that the rule limit keeps in its place
     push_into(n->left, ~c & all, t);
     NODE *x = n->left;
     if (is_ICON_in(x)) return fold_bits(n, loop);
-    if (x->op == COMMAOP) return done(n, simp_node(n, loop));
+    if (x->op == COMMAOP) return was_comma ? NO_STEP : done(n, simp_node(n, loop));
     if (!TYPE_IS_INT(x->type)) return NO_STEP;
     uint64_t ones = ones_of(x, t), maybe = maybe_of(x, t), useful = c & ~ones;
     if ((c | ones) == all && RULE("ORB: x | c -> -1, all bits are set"))

@@ -239,7 +239,9 @@ MNODE *LOWER::compound_assignment(const CompoundAssignOperator *b) {
         return m.node(kind == BO_Add ? PLUSASG : MINUSASG, left_t, lvalue(b->getLHS()), bytes);
     }
     TYPE *work = unqualified(b->getComputationLHSType());
-    MNODE *right = rvalue(work->is_complex() ? without_complex_cast(b->getRHS()) : b->getRHS());
+    MNODE *right = rvalue(work->is_complex()     ? without_complex_cast(b->getRHS())
+                          : b->isShiftAssignOp() ? without_splat(b->getRHS())
+                                                 : b->getRHS());
     int op = opcode_for(kind, work);
     if (MNODE *v = atomic_update(b->getLHS(), kind, right, false)) return v;
     bool shift = kind == BO_Shl || kind == BO_Shr;
