@@ -77,6 +77,16 @@ bool never_wraps(const NODE *x, struct LOOP *loop, int depth = NEVER_WRAPS_DEPTH
     case MULT:
         if (depth == 0 || expr_product_may_overflow(x, loop)) return false;
         break;
+    case SLL: {
+        if (depth == 0 || x->right->op != ICON || !values_fit(x->left->type, x->type)) return false;
+        INT65 k = x->right->u.lval;
+        if (k.is_negative() || k >= INT65(int(x->type->size) - 1)) return false;
+        INT65 scale = INT65(1) << k.low_i32();
+        if (prod_may_overflow(calculate_minval_for_tree(x->left, loop), scale, x->type) ||
+            prod_may_overflow(calculate_maxval_for_tree(x->left, loop), scale, x->type))
+            return false;
+        return never_wraps(x->left, loop, depth - 1);
+    }
     case UMINUS:
         if (depth == 0 || !negation_is_exact(x->left, x->type, loop)) return false;
         break;
