@@ -29,6 +29,9 @@ MNODE *LOWER::member(MNODE *record, const FieldDecl *f, TYPE *type) {
     MNODE *field = m.node(FIELD, md->type);
     field->member = md;
     field->csu = csu;
+    // what is part of a volatile object is volatile, its first value included
+    if (record->type->is_volatile() && !type->is_volatile() && !type->is_array())
+        type = m.package->mk_qual(type, QUAL_volatile);
     return m.node(STDOT, type, record, field);
 }
 
