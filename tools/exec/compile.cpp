@@ -676,9 +676,22 @@ XN *COMPILER::intrinsic(MNODE *t) {
     }
     std::reverse(args.begin(), args.end());
     if (name == "__builtin_expect" || name == "DONOTCSE" || name == "def$assert") {
+        if (scalar_kind(t->type) == SK_wide) return wide_value(args.at(0));
         XN *x = make(t);
         x->a = to_kind(value(args.at(0)), x->kind);
         x->fn = [](const XN *n, FRAME *f) { return n->a->fn(n->a, f); };
+        return x;
+    }
+    if (name == "quest$colon" && args.size() == 3 && scalar_kind(t->type) == SK_wide) {
+        XN *x = make(t);
+        x->a = value(args[0]), x->b = wide_value(args[1]), x->c = wide_value(args[2]);
+        x->wide = [](const XN *n, FRAME *f, WIDE *out) {
+            bool yes = n->a->fn(n->a, f);
+            WIDE no;
+            n->b->wide(n->b, f, out);
+            n->c->wide(n->c, f, &no);
+            if (!yes) *out = no;
+        };
         return x;
     }
     if (name == "quest$colon" && args.size() == 3) {
@@ -691,6 +704,7 @@ XN *COMPILER::intrinsic(MNODE *t) {
         };
         return x;
     }
+    if (intrin_is_known(name.c_str())) return compile_simd(*this, t, name.c_str(), args);
     INTRINSIC fn = find_intrinsic(name);
     if (!fn) cannot(t, ("the built-in '" + name + "' is not known").c_str());
     XN *x = make(t);

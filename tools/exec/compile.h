@@ -3,6 +3,7 @@
 
 #include <deque>
 
+#include "support/intrin.h"
 #include "tools/exec/eval.h"
 
 struct LVALUE {
@@ -26,6 +27,7 @@ class COMPILER {
     XN *wide_value(MNODE *t);                        // complex or vector
     LVALUE lvalue(MNODE *t);
     XN *address(MNODE *lv);
+    XN *intrinsic(MNODE *t); // scalar or wide
     XN *make(MNODE *t = nullptr);
     XN *leaf(uint64_t v, SK k);
     void count(COUNT_CLASS c, uint32_t n = 1) { unit->content[c] += n; }
@@ -76,7 +78,6 @@ class COMPILER {
     XN *record_copy(MNODE *t, MNODE *to, MNODE *from, uint32_t bytes);
     XN *memcpy_node(MNODE *t);
     XN *call(MNODE *t);
-    XN *intrinsic(MNODE *t);
     XN *load(MNODE *t);
     XN *comma(MNODE *first, MNODE *second, bool wide);
     void apply(XN *x, const LVALUE &lv);
@@ -87,6 +88,8 @@ class COMPILER {
 XN *new_xn();
 // wide.cpp: complex numbers and vectors.
 XN *compile_wide(COMPILER &, MNODE *t);
-// intrinsics.cpp: built-in functions by name on scalars; null when the name is unknown.
+// simd.cpp: a built-in of the table of intrinsics, words or vectors.
+XN *compile_simd(COMPILER &, MNODE *t, const char *name, const std::vector<MNODE *> &args);
+// intrinsics.cpp: other built-in functions by name on scalars; null when the name is unknown.
 using INTRINSIC = uint64_t (*)(const uint64_t *args, const TYPE *const *types, const TYPE *result);
 INTRINSIC find_intrinsic(const std::string &name);

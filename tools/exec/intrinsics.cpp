@@ -1,4 +1,4 @@
-// Built-in functions on scalars, by name. An unknown name is a fault of the run, told when its function is compiled.
+// Built-in functions on scalars that are not in the table of intrinsics (simd.cpp), by name. An unknown name is a fault of the run, told when its function is compiled.
 #include <algorithm>
 #include <cmath>
 
@@ -10,7 +10,6 @@ int64_t sat(int64_t v, int bits) {
     int64_t top = (int64_t(1) << (bits - 1)) - 1;
     return v > top ? top : v < -top - 1 ? -top - 1 : v;
 }
-int64_t half(uint64_t v, bool top) { return int16_t(uint32_t(v) >> (top ? 16 : 0)); }
 
 #define FN [](const uint64_t *a, const TYPE *const *, const TYPE *) -> uint64_t
 
@@ -41,80 +40,26 @@ uint64_t fmax2(const uint64_t *a, const TYPE *const *, const TYPE *) {
 }
 uint64_t nothing(const uint64_t *, const TYPE *const *, const TYPE *) { return 0; }
 
-const ROW rows[] = {{"MIN", signed_min}, {"LMIN", signed_min}, {"LLMIN", signed_min}, {"MINU", unsigned_min},
-                    {"LMINU", unsigned_min}, {"LLMINU", unsigned_min}, {"MAX", signed_max},
-                    {"LMAX", signed_max}, {"LLMAX", signed_max}, {"MAXU", unsigned_max},
-                    {"LMAXU", unsigned_max}, {"LLMAXU", unsigned_max}, {"FMIN", fmin2}, {"FMAX", fmax2},
-                    {"DMIN", dmin}, {"DMAX", dmax}, {"LDMIN", dmin}, {"LDMAX", dmax},
-                    {"_smulbb", FN{return uint64_t(half(a[0], false) * half(a[1], false));
-} // namespace
-}
-, {"_smulbt", FN{return uint64_t(half(a[0], false) * half(a[1], true));
-}
-}
-, {"_smultb", FN{return uint64_t(half(a[0], true) * half(a[1], false));
-}
-}
-, {"_smultt", FN{return uint64_t(half(a[0], true) * half(a[1], true));
-}
-}
-, {"_smlabb", FN{return uint64_t(int64_t(int32_t(half(a[0], false) * half(a[1], false) + int64_t(a[2]))));
-}
-}
-, {"_smlabt", FN{return uint64_t(int64_t(int32_t(half(a[0], false) * half(a[1], true) + int64_t(a[2]))));
-}
-}
-, {"_smlatb", FN{return uint64_t(int64_t(int32_t(half(a[0], true) * half(a[1], false) + int64_t(a[2]))));
-}
-}
-, {"_smlatt", FN{return uint64_t(int64_t(int32_t(half(a[0], true) * half(a[1], true) + int64_t(a[2]))));
-}
-}
-, {"_smull", FN{return uint64_t(int64_t(int32_t(a[0])) * int32_t(a[1]));
-}
-}
-, {"_umull", FN{return uint64_t(uint32_t(a[0])) * uint32_t(a[1]);
-}
-}
-, {"_sadd", FN{return uint64_t(sat(int64_t(int32_t(a[0])) + int32_t(a[1]), 32));
-}
-}
-, {"_ssub", FN{return uint64_t(sat(int64_t(int32_t(a[0])) - int32_t(a[1]), 32));
-}
-}
-, {"ETSI_ADD", FN{return uint64_t(sat(int16_t(a[0]) + int16_t(a[1]), 16));
-}
-}
-, {"ETSI_SUB", FN{return uint64_t(sat(int16_t(a[0]) - int16_t(a[1]), 16));
-}
-}
-, {"ETSI_ABS_S", FN{return uint64_t(sat(std::abs(int64_t(int16_t(a[0]))), 16));
-}
-}
-, {"ETSI_L_ABS", FN{return uint64_t(sat(std::abs(int64_t(int32_t(a[0]))), 32));
-}
-}
-, {"ETSI_L_ADD", FN{return uint64_t(sat(int64_t(int32_t(a[0])) + int32_t(a[1]), 32));
-}
-}
-, {"ETSI_L_SUB", FN{return uint64_t(sat(int64_t(int32_t(a[0])) - int32_t(a[1]), 32));
-}
-}
-, {"ETSI_MULT", FN{return uint64_t(sat(int64_t(int16_t(a[0])) * int16_t(a[1]) >> 15, 16));
-}
-}
-, {"ETSI_L_MULT", FN{return uint64_t(sat(int64_t(int16_t(a[0])) * int16_t(a[1]) * 2, 32));
-}
-}
-, {"ETSI_NEGATE", FN{return uint64_t(sat(-int64_t(int16_t(a[0])), 16));
-}
-}
-, {"ETSI_L_NEGATE", FN{return uint64_t(sat(-int64_t(int32_t(a[0])), 32));
-}
-}
-, {"BARRIER", nothing}, {"_dmb", nothing}, {"_dsb", nothing}, {"_isb", nothing},
-}
-;
+// clang-format off
+const ROW rows[] = {
+    {"MIN", signed_min},   {"LMIN", signed_min},   {"LLMIN", signed_min},
+    {"MINU", unsigned_min}, {"LMINU", unsigned_min}, {"LLMINU", unsigned_min},
+    {"MAX", signed_max},   {"LMAX", signed_max},   {"LLMAX", signed_max},
+    {"MAXU", unsigned_max}, {"LMAXU", unsigned_max}, {"LLMAXU", unsigned_max},
+    {"FMIN", fmin2}, {"FMAX", fmax2}, {"DMIN", dmin}, {"DMAX", dmax}, {"LDMIN", dmin}, {"LDMAX", dmax},
+    {"ETSI_ADD", FN { return uint64_t(sat(int16_t(a[0]) + int16_t(a[1]), 16)); }},
+    {"ETSI_SUB", FN { return uint64_t(sat(int16_t(a[0]) - int16_t(a[1]), 16)); }},
+    {"ETSI_ABS_S", FN { return uint64_t(sat(std::abs(int64_t(int16_t(a[0]))), 16)); }},
+    {"ETSI_L_ABS", FN { return uint64_t(sat(std::abs(int64_t(int32_t(a[0]))), 32)); }},
+    {"ETSI_L_ADD", FN { return uint64_t(sat(int64_t(int32_t(a[0])) + int32_t(a[1]), 32)); }},
+    {"ETSI_L_SUB", FN { return uint64_t(sat(int64_t(int32_t(a[0])) - int32_t(a[1]), 32)); }},
+    {"ETSI_MULT", FN { return uint64_t(sat(int64_t(int16_t(a[0])) * int16_t(a[1]) >> 15, 16)); }},
+    {"ETSI_L_MULT", FN { return uint64_t(sat(int64_t(int16_t(a[0])) * int16_t(a[1]) * 2, 32)); }},
+    {"ETSI_NEGATE", FN { return uint64_t(sat(-int64_t(int16_t(a[0])), 16)); }},
+    {"ETSI_L_NEGATE", FN { return uint64_t(sat(-int64_t(int32_t(a[0])), 32)); }},
+    {"BARRIER", nothing}, {"_dmb", nothing}, {"_dsb", nothing}, {"_isb", nothing},
+};
+// clang-format on
 
 } // namespace
 

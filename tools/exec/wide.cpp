@@ -173,7 +173,46 @@ void wide_convert(const XN *n, FRAME *f, WIDE *out) {
         lane_set(r, info->to, i, convert_value(info->to.lane, info->from.lane, lane_get(a, info->from, i)));
     *out = r;
 }
+void wide_comparison(const XN *n, FRAME *f, WIDE *out) { // all ones where it holds
+    auto *info = static_cast<const WIDE_INFO *>(n->extra);
+    static const struct {
+        int op, k; // 0 ==, 1 >=, 2 >, 3 <=, 4 <, 5 != ; integers and floats
+    } kinds[] = {{EQ, 0},  {GE, 1},  {UGE, 1}, {GT, 2},  {UGT, 2}, {LE, 3},  {ULE, 3}, {LT, 4},    {ULT, 4},
+                 {NEQ, 5}, {FEQ, 0}, {FGE, 1}, {FGT, 2}, {FLE, 3}, {FLT, 4}, {FNEQN, 5}};
+    int k = 0;
+    for (auto &row : kinds)
+        if (row.op == info->op) k = row.k;
+    bool is_unsigned = info->op >= ULE && info->op <= UGT;
+    WIDE a, b, r;
+    n->a->wide(n->a, f, &a);
+    n->b->wide(n->b, f, &b);
+    for (unsigned i = 0; i < info->from.lanes; i++) {
+        uint64_t x = lane_get(a, info->from, i), y = lane_get(b, info->from, i);
+        bool less = is_unsigned ? x < y : int64_t(x) < int64_t(y), equal = x == y, ordered = true;
+        if (info->from.lane >= SK_f32) {
+            double u = info->from.lane == SK_f32 ? double(as_f32(x)) : as_f64(x);
+            double v = info->from.lane == SK_f32 ? double(as_f32(y)) : as_f64(y);
+            less = u < v, equal = u == v, ordered = u == u && v == v;
+        }
+        bool greater = ordered && !less && !equal;
+        bool yes = k == 0 ? equal : k == 1 ? greater || equal : k == 2 ? greater : k == 3 ? less || equal : k == 4 ? less : !equal;
+        lane_set(r, info->to, i, yes ? ~0ull : 0);
+    }
+    *out = r;
+}
 void wide_same(const XN *n, FRAME *f, WIDE *out) { n->a->wide(n->a, f, out); }
+
+std::vector<MNODE *> list_of(MNODE *list) {
+    std::vector<MNODE *> parts;
+    for (; list && list->op == COMMA; list = list->left) parts.push_back(list->right);
+    if (list) parts.push_back(list);
+    return {parts.rbegin(), parts.rend()};
+}
+bool has_vector_parts(MNODE *list) {
+    for (MNODE *p : list_of(list))
+        if (p->type->is_vector()) return true;
+    return false;
+}
 
 } // namespace
 
@@ -255,10 +294,13 @@ XN *compile_wide(COMPILER &c, MNODE *t) {
         return x;
     }
     case VPACK:
+        if (has_vector_parts(t->left)) return compile_simd(c, t, "__pack", list_of(t->left));
         x->a = scalar_lanes(t->left);
         x->wide = wide_pack;
         return x;
+    case VPACK1P: return compile_simd(c, t, "__pack1p", {t->left, t->right});
     case VPACKM: {
+        if (has_vector_parts(t->left)) return compile_simd(c, t, "__packm", {t->left});
         XN *v = c.value(t->left);
         x->a = new_xn();
         x->a->a = v, x->a->kind = info->to.lane, x->a->fn = eval_convert(info->to.lane, v->kind, false);
@@ -315,6 +357,30 @@ XN *compile_wide(COMPILER &c, MNODE *t) {
     }
     case CALL:
     case UCALL: return c.value(t);
-    default: c.cannot(t, "no rule for this operator on vectors or complex numbers");
+    case ICALL:
+    case MCALL: return c.intrinsic(t);
+    case EQ:
+    case NEQ:
+    case LE:
+    case LT:
+    case GE:
+    case GT:
+    case ULE:
+    case ULT:
+    case UGE:
+    case UGT:
+    case FEQ:
+    case FNEQN:
+    case FLE:
+    case FLT:
+    case FGE:
+    case FGT:
+        info->from = shape_of(t->left->type);
+        if (info->from.complex || info->from.lanes != info->to.lanes) break;
+        x->a = c.wide_value(t->left), x->b = c.wide_value(t->right);
+        x->wide = wide_comparison;
+        return x;
+    default: break;
     }
+    c.cannot(t, "no rule for this operator on vectors or complex numbers");
 }

@@ -23,6 +23,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "support/intrin.h"
 #include "tools/gen/ctype.h"
 #include "tools/gen/effects.h"
 
@@ -238,6 +239,7 @@ class FUNC_GEN {
     EXPR conversion(MNODE *);
     EXPR wide(MNODE *); // vectors and complex numbers (wide.cpp)
     EXPR pack(MNODE *);
+    EXPR packed(const std::vector<MNODE *> &parts, bool spread, const CTYPE *type);
     EXPR vector_of(const std::vector<std::string> &lanes, const CTYPE *type, const EFFECTS &fx);
     EXPR splat(EXPR e, const CTYPE *type);
     EXPR wide_conversion(MNODE *);
@@ -247,6 +249,9 @@ class FUNC_GEN {
     EXPR binary_text(EXPR a, const char *op, EXPR b, PREC prec, const CTYPE *type);
     EXPR call_text(const std::string &function, std::vector<EXPR> args, const CTYPE *type);
     static std::string operand(const EXPR &e, PREC at_least);
+    static bool is_simd(const std::string &name); // in the table of intrinsics (simd.cpp)
+    EXPR simd(MNODE *, const std::vector<MNODE *> &operands);
+    EXPR simd_call(const INTRIN_FORM &, const std::vector<MNODE *> &operands, const CTYPE *answer, MNODE *);
     EXPR apply_support(const std::string &name, std::vector<EXPR> args);
 
     // --- places (lval.cpp) ---

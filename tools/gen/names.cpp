@@ -16,11 +16,21 @@ const std::unordered_set<std::string_view> &reserved() {
     return names;
 }
 
+// What arm_neon.h defines when it is included: vaddq_s8 and the like, and its types.
+bool is_of_arm_neon(std::string_view s) {
+    size_t end = s.find_last_not_of("0123456789x_t");
+    bool typed = end != std::string_view::npos && end + 1 < s.size() && end > 0;
+    if (!typed) return false;
+    bool function = s[0] == 'v' && s[1] != '_' && s[end - 1] == '_' && std::string_view("supfn").find(s[end]) != std::string_view::npos;
+    bool type = s.size() > 2 && s.substr(s.size() - 2) == "_t" && s.find_first_of("0123456789") != std::string_view::npos;
+    return function || type;
+}
+
 } // namespace
 
 bool is_plain_identifier(std::string_view s) {
     if (s.empty() || std::isdigit(static_cast<unsigned char>(s[0])) || reserved().count(s)) return false;
-    if (s.substr(0, 3) == "ql_") return false;
+    if (s.substr(0, 3) == "ql_" || is_of_arm_neon(s)) return false;
     // Of the names with a leading underscore, those with a capital behind it are keywords (_Bool, _Complex ...).
     if (s.size() > 1 && s[0] == '_' && std::isupper(static_cast<unsigned char>(s[1]))) return false;
     for (char c : s)
@@ -40,6 +50,7 @@ std::string NAMES::fresh(std::string_view name) {
     for (char c : name) base += std::isalnum(static_cast<unsigned char>(c)) || c == '_' ? c : '_';
     if (base.empty()) base = "v";
     if (!is_plain_identifier(base)) base.insert(0, "v_");
+    if (is_of_arm_neon(base)) base += "_v"; // a type's name
     if (take(base)) return base;
     for (unsigned &n = next_number.try_emplace(base, 2).first->second;; n++) {
         std::string with = base + "_" + std::to_string(n);

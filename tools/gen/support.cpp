@@ -228,6 +228,9 @@ EXPR FUNC_GEN::intrinsic(MNODE *t) {
         for (EXPR &e : v) r.fx.add(e.fx), r.depth = std::max(r.depth, e.depth + 1);
         return r;
     }
+    bool on_vectors = t->type->is_vector();
+    for (MNODE *n : nodes) on_vectors |= n->type->is_vector();
+    if (is_simd(name) && (on_vectors || !find_row(name))) return as_answer(simd(t, nodes));
     if (!find_row(name)) cannot(t, "the built-in '" + name + "' is not known");
     return as_answer(apply_support(name, values(nodes)));
 }

@@ -61,10 +61,13 @@ EXPR FUNC_GEN::splat(EXPR e, const CTYPE *type) {
 EXPR FUNC_GEN::pack(MNODE *t) {
     const CTYPE *type = types.of(t->type);
     if (type->kind != CK_vector) cannot(t, "a result that is no vector");
-    std::vector<MNODE *> nodes;
-    if (t->op == VPACK1P) nodes = {t->left, t->right};
-    else if (t->op == VPACKM) nodes = {t->left};
-    else nodes = list_of(t->left);
+    if (t->op == VPACK1P) return packed({t->left, t->right}, true, type);
+    if (t->op == VPACKM) return packed({t->left}, true, type);
+    return packed(list_of(t->left), false, type);
+}
+
+// The last part again and again with `spread`.
+EXPR FUNC_GEN::packed(const std::vector<MNODE *> &nodes, bool spread, const CTYPE *type) {
     std::vector<EXPR> v = ordered(nodes.size(), [&](size_t i) {
         EXPR e = value(nodes[i]);
         return e.type->is_scalar() ? convert(e, type->part) : e;
@@ -79,8 +82,8 @@ EXPR FUNC_GEN::pack(MNODE *t) {
         else lanes.push_back(operand(e, P_ASSIGN));
         fx.add(e.fx);
     };
-    for (size_t i = 0; i < v.size(); i++) append(v[i], t->op != VPACK && i + 1 == v.size());
-    if (t->op != VPACK && !v.empty())
+    for (size_t i = 0; i < v.size(); i++) append(v[i], spread && i + 1 == v.size());
+    if (spread && !v.empty())
         while (lanes.size() < type->lanes) {
             size_t before = lanes.size();
             append(v.back(), true);
