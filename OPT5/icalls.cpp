@@ -9,6 +9,7 @@
 #include "OPT5/congruent.h"
 #include "OPT5/fold.h"
 #include "OPT5/funinfo.h"
+#include "OPT5/icfold.h"
 #include "OPT5/mdbase.h"
 #include "OPT5/simp1.h"
 #include "OPT5/symfactor.h"
@@ -55,7 +56,8 @@ std::vector<NODE *> dissolve_call(NODE *call) {
 NODE *simp_ICALL(NODE *tree, struct LOOP *loop) {
     if (tree->op != ICALL) return tree;
     const BIF *bif = find_BIF_descriptor(tree->u.icall);
-    if (!bif || !bif->simp || arg_list_count(tree->left) != bif->nparms) return tree;
+    if (!bif || !bif->simp) return fold_intrinsic_ICALL(tree);
+    if (arg_list_count(tree->left) != bif->nparms) return tree;
     bool type_is_free = bif->result_type->is_void();
     if (!type_is_free && tree->type->is_scalar() != bif->result_type->is_scalar()) return tree;
     return bif->simp(tree, loop);

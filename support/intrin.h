@@ -36,10 +36,10 @@ enum LANE : uint8_t {
     LANE_none
 };
 unsigned lane_bits(LANE);
-bool lane_is_signed(LANE);                             // of integers
+bool lane_is_signed(LANE); // of integers
 inline bool lane_is_float(LANE l) { return l == LANE_f32 || l == LANE_f64; }
-LANE lane_of_width(unsigned bits, bool is_signed);     // LANE_none: no integer has it
-int64_t lane_fit(int64_t value, LANE);                 // cut and extended; floats cut only
+LANE lane_of_width(unsigned bits, bool is_signed); // LANE_none: no integer has it
+int64_t lane_fit(int64_t value, LANE);             // cut and extended; floats cut only
 
 struct LANE_SHAPE {
     LANE lane = LANE_none;
@@ -69,16 +69,16 @@ enum INTRIN_WALK : uint8_t {
 
 enum INTRIN_IMMEDIATE : uint8_t {
     IMM_NONE,
-    IMM_LEFT,     // 0 to the lane's width less 1
-    IMM_RIGHT,    // 1 to the lane's width
-    IMM_NARROW,   // 1 to the width of the result's lane
-    IMM_BYTE,     // eight bits at a multiple of eight
-    IMM_ROTATE,   // 0, 8, 16, 24
-    IMM_SHIFT,    // 0 to 31
-    IMM_SAT,      // 1 to 32: bits that are kept, of signed saturation
-    IMM_USAT,     // 0 to 31
-    IMM_SAT16,    // 1 to 16
-    IMM_USAT16,   // 0 to 15
+    IMM_LEFT,   // 0 to the lane's width less 1
+    IMM_RIGHT,  // 1 to the lane's width
+    IMM_NARROW, // 1 to the width of the result's lane
+    IMM_BYTE,   // eight bits at a multiple of eight
+    IMM_ROTATE, // 0, 8, 16, 24
+    IMM_SHIFT,  // 0 to 31
+    IMM_SAT,    // 1 to 32: bits that are kept, of signed saturation
+    IMM_USAT,   // 0 to 31
+    IMM_SAT16,  // 1 to 16
+    IMM_USAT16, // 0 to 15
     IMM_PART
 };
 
@@ -99,8 +99,8 @@ struct INTRIN_ROW {
     INTRIN_WALK walk;
     const char *fn_name; // of the lane function
     LANE_FN fn;
-    int32_t k;             // its last argument
-    INTRIN_IMMEDIATE imm;  // of the operand '#'
+    int32_t k;            // its last argument
+    INTRIN_IMMEDIATE imm; // of the operand '#'
     uint8_t flags;
     // How the processor computes it: an expression over arm_neon.h (operands %1 %2 %3, %i the immediate, @ for the
     // q of wide registers, $ for the type), or without parentheses an instruction. May be null.

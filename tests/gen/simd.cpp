@@ -44,7 +44,8 @@ struct SIMD : MAKER {
     unsigned count = 0;
 
     TYPE *lane_type(LANE l) {
-        static const IKIND kinds[] = {IK_schar, IK_uchar, IK_short, IK_ushort, IK_int, IK_uint, IK_llong, IK_ullong};
+        static const IKIND kinds[] = {IK_schar, IK_uchar, IK_short, IK_ushort,
+                                      IK_int,   IK_uint,  IK_llong, IK_ullong};
         return l == LANE_f32 ? m.package->basic[BT_float] : t(kinds[l]);
     }
     TYPE *type(LANE_SHAPE s) {
@@ -56,16 +57,18 @@ struct SIMD : MAKER {
     uint64_t lane_value(LANE l) {
         unsigned bits = lane_bits(l);
         if (lane_is_float(l)) {
-            static const uint32_t marks[] = {0,          0x80000000, 0x3F800000, 0xBF800000, 0x7F800000, 0xFF800000, 0x7FC00001,
-                                             0x00000001, 0x807FFFFF, 0x00800000, 0x7F7FFFFF, 0x3F000000, 0x40400000, 0x00FFFFFF,
-                                             0x4B000000, 0xFFC12345, 0x7E800000, 0x7EFFFFFF, 0x01000000};
+            static const uint32_t marks[] = {0,          0x80000000, 0x3F800000, 0xBF800000, 0x7F800000,
+                                             0xFF800000, 0x7FC00001, 0x00000001, 0x807FFFFF, 0x00800000,
+                                             0x7F7FFFFF, 0x3F000000, 0x40400000, 0x00FFFFFF, 0x4B000000,
+                                             0xFFC12345, 0x7E800000, 0x7EFFFFFF, 0x01000000};
             uint64_t r = random();
             if (r % 3 == 0) return marks[r / 3 % (sizeof marks / sizeof *marks)];
             if (r % 3 == 1) return (r >> 8 & 0x807FFFFF) | (120 + (r >> 40) % 14) << 23;
             return r >> 16 & 0xFFFFFFFF & ((r & 0x40) ? ~0ull : 0xBFFFFFFF);
         }
         uint64_t top = (1ull << (bits - 1)) - 1, r = random();
-        const uint64_t marks[] = {0, 1, ~0ull, top, top + 1, top - 1, top + 2, 0x4000, 0x8000, uint64_t(bits), 0 - uint64_t(bits)};
+        const uint64_t marks[] = {
+            0, 1, ~0ull, top, top + 1, top - 1, top + 2, 0x4000, 0x8000, uint64_t(bits), 0 - uint64_t(bits)};
         switch (r % 4) {
         case 0: return marks[r / 4 % (sizeof marks / sizeof *marks)];
         case 1: return uint64_t(int64_t(r / 4 % (bits * 4)) - int64_t(bits * 2));
@@ -96,7 +99,8 @@ struct SIMD : MAKER {
 
     MNODE *load(LANE_SHAPE s, MSYM *i, unsigned k) {
         static const unsigned step[] = {1, 7, 11, 13, 17, 19, 23, 29};
-        MNODE *at = n(MOD, i32(), n(PLUS, i32(), n(MULT, i32(), name(i), ic(step[k])), ic(3 * k)), ic(VECTORS));
+        MNODE *at =
+            n(MOD, i32(), n(PLUS, i32(), n(MULT, i32(), name(i), ic(step[k])), ic(3 * k)), ic(VECTORS));
         TYPE *p = ptr(type(s));
         MNODE *base = n(PCONV, p, addr(name(array(s))));
         return n(UMULT, type(s), n(PLUS, p, base, n(MULT, i32(), at, ic(s.bits() / 8))));
@@ -105,7 +109,8 @@ struct SIMD : MAKER {
     // A loop over the vectors; immediates instead of operands where they are set.
     void function(const char *what, LANE_SHAPE result, const std::vector<LANE_SHAPE> &o,
                   const std::map<unsigned, int64_t> &immediates) {
-        std::string s = std::string(what) + "/" + std::to_string(result.lane) + "x" + std::to_string(result.count);
+        std::string s =
+            std::string(what) + "/" + std::to_string(result.lane) + "x" + std::to_string(result.count);
         for (auto &i : immediates) s += " #" + std::to_string(i.second);
         begin("f" + std::to_string(++count));
         MSYM *i = local("i", i32());
@@ -163,7 +168,8 @@ struct SIMD : MAKER {
             for (const SHAPES &s : any_shape)
                 for (int64_t v = 0; v < (s.operands.size() == 2 && !strcmp(s.name, "__subvec") ? 2 : 1); v++)
                     function(s.name, s.result, s.operands,
-                             strcmp(s.name, "__subvec") ? std::map<unsigned, int64_t>() : std::map<unsigned, int64_t>{{1, v}});
+                             strcmp(s.name, "__subvec") ? std::map<unsigned, int64_t>()
+                                                        : std::map<unsigned, int64_t>{{1, v}});
         finish();
     }
 };

@@ -177,8 +177,8 @@ void wide_comparison(const XN *n, FRAME *f, WIDE *out) { // all ones where it ho
     auto *info = static_cast<const WIDE_INFO *>(n->extra);
     static const struct {
         int op, k; // 0 ==, 1 >=, 2 >, 3 <=, 4 <, 5 != ; integers and floats
-    } kinds[] = {{EQ, 0},  {GE, 1},  {UGE, 1}, {GT, 2},  {UGT, 2}, {LE, 3},  {ULE, 3}, {LT, 4},    {ULT, 4},
-                 {NEQ, 5}, {FEQ, 0}, {FGE, 1}, {FGT, 2}, {FLE, 3}, {FLT, 4}, {FNEQN, 5}};
+    } kinds[] = {{EQ, 0},  {GE, 1},  {UGE, 1}, {GT, 2},  {UGT, 2}, {LE, 3},  {ULE, 3}, {LT, 4},
+                 {ULT, 4}, {NEQ, 5}, {FEQ, 0}, {FGE, 1}, {FGT, 2}, {FLE, 3}, {FLT, 4}, {FNEQN, 5}};
     int k = 0;
     for (auto &row : kinds)
         if (row.op == info->op) k = row.k;
@@ -195,7 +195,12 @@ void wide_comparison(const XN *n, FRAME *f, WIDE *out) { // all ones where it ho
             less = u < v, equal = u == v, ordered = u == u && v == v;
         }
         bool greater = ordered && !less && !equal;
-        bool yes = k == 0 ? equal : k == 1 ? greater || equal : k == 2 ? greater : k == 3 ? less || equal : k == 4 ? less : !equal;
+        bool yes = k == 0   ? equal
+                   : k == 1 ? greater || equal
+                   : k == 2 ? greater
+                   : k == 3 ? less || equal
+                   : k == 4 ? less
+                            : !equal;
         lane_set(r, info->to, i, yes ? ~0ull : 0);
     }
     *out = r;

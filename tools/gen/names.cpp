@@ -21,8 +21,10 @@ bool is_of_arm_neon(std::string_view s) {
     size_t end = s.find_last_not_of("0123456789x_t");
     bool typed = end != std::string_view::npos && end + 1 < s.size() && end > 0;
     if (!typed) return false;
-    bool function = s[0] == 'v' && s[1] != '_' && s[end - 1] == '_' && std::string_view("supfn").find(s[end]) != std::string_view::npos;
-    bool type = s.size() > 2 && s.substr(s.size() - 2) == "_t" && s.find_first_of("0123456789") != std::string_view::npos;
+    bool function = s[0] == 'v' && s[1] != '_' && s[end - 1] == '_' &&
+                    std::string_view("supfn").find(s[end]) != std::string_view::npos;
+    bool type = s.size() > 2 && s.substr(s.size() - 2) == "_t" &&
+                s.find_first_of("0123456789") != std::string_view::npos;
     return function || type;
 }
 

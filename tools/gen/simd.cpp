@@ -60,9 +60,11 @@ struct SIMD_FUNCTION {
         std::string text, inputs;
         for (const char *p = form.row->machine; *p; p++) {
             text += *p;
-            if (*p == '%') text += (p[1] == '0' ? form.result : form.operand[p[1] - '1']).bits() == 128 ? 'q' : 'P';
+            if (*p == '%')
+                text += (p[1] == '0' ? form.result : form.operand[p[1] - '1']).bits() == 128 ? 'q' : 'P';
         }
-        for (unsigned i = 0; i < form.n; i++) inputs += std::string(i ? ", " : "") + "\"w\"(" + operand[i] + ")";
+        for (unsigned i = 0; i < form.n; i++)
+            inputs += std::string(i ? ", " : "") + "\"w\"(" + operand[i] + ")";
         return result->text + " r; __asm__(\"" + text + "\" : \"=w\"(r) : " + inputs + "); return r;";
     }
 
@@ -76,16 +78,18 @@ struct SIMD_FUNCTION {
             text.replace(at, 2, immediates[i]);
         }
         for (const char *none : {", lsl #0", ", asr #0", ", ror #0"})
-            if (text.size() > strlen(none) && text.compare(text.size() - strlen(none), strlen(none), none) == 0)
+            if (text.size() > strlen(none) &&
+                text.compare(text.size() - strlen(none), strlen(none), none) == 0)
                 text.erase(text.size() - strlen(none));
         bool several = text.find('\\') != std::string::npos;
         bool accumulates = form.n == 3 && lane_bits(form.result.lane) == 64 && form.operand[0] == form.result;
         std::string inputs;
         for (unsigned i = 0; i < form.n; i++)
             if (!(form.immediates >> i & 1))
-                inputs += std::string(i ? ", " : "") + (accumulates && i == 0 ? "\"0\"(" : "\"r\"(") + operand[i] + ")";
-        return result->text + " r; __asm__(\"" + text + "\" : \"=" + (several ? "&" : "") + "r\"(r) : " + inputs +
-               "); return r;";
+                inputs += std::string(i ? ", " : "") + (accumulates && i == 0 ? "\"0\"(" : "\"r\"(") +
+                          operand[i] + ")";
+        return result->text + " r; __asm__(\"" + text + "\" : \"=" + (several ? "&" : "") +
+               "r\"(r) : " + inputs + "); return r;";
     }
 
     // What an operand's lane i is as 64 bits; of floats the pattern.
@@ -93,7 +97,8 @@ struct SIMD_FUNCTION {
         if (k >= form.n) return "0";
         LANE_SHAPE s = form.operand[k];
         if (s.count == 1) return operand[k];
-        return (lane_is_float(s.lane) ? "((v" + std::to_string(s.count) + "u32)" + operand[k] + ")" : operand[k]) +
+        return (lane_is_float(s.lane) ? "((v" + std::to_string(s.count) + "u32)" + operand[k] + ")"
+                                      : operand[k]) +
                "[" + i + "]";
     }
 
@@ -112,19 +117,22 @@ struct SIMD_FUNCTION {
         bool flt = lane_is_float(form.result.lane);
         std::string count = std::to_string(form.result.count), body;
         if (r.walk == WALK_LANES) body = apply(lane(0, "i"), lane(1, "i"), lane(2, "i"));
-        else if (r.walk == WALK_TABLE) body = "b[i] < " + std::to_string(form.operand[0].count) + " ? a[b[i]] : 0";
+        else if (r.walk == WALK_TABLE)
+            body = "b[i] < " + std::to_string(form.operand[0].count) + " ? a[b[i]] : 0";
         else {
             unsigned first = r.walk == WALK_PAIRS_ACC ? 1 : 0;
             unsigned pairs = form.operand[first].count / 2u;
             std::string at = "2 * (i % " + std::to_string(pairs) + ")";
             auto of = [&](unsigned k) { return apply(lane(k, at), lane(k, at + " + 1"), "0"); };
             body = of(first);
-            if (first + 1 < form.n) body = "i < " + std::to_string(pairs) + " ? " + body + " : " + of(first + 1);
+            if (first + 1 < form.n)
+                body = "i < " + std::to_string(pairs) + " ? " + body + " : " + of(first + 1);
             if (first) body += " + a[i]";
         }
         std::string type = flt ? "v" + count + "u32" : result->text;
         if (form.result.count == 1) return "return (" + result->text + ")(" + replaced(body) + ");";
-        return type + " r; for (u32 i = 0; i < " + count + "; i++) r[i] = " + body + "; return (" + result->text + ")r;";
+        return type + " r; for (u32 i = 0; i < " + count + "; i++) r[i] = " + body + "; return (" +
+               result->text + ")r;";
     }
 
     // Of one lane only.
@@ -181,13 +189,15 @@ EXPR FUNC_GEN::simd(MNODE *t, const std::vector<MNODE *> &nodes) {
     }
 }
 
-EXPR FUNC_GEN::simd_call(const INTRIN_FORM &form, const std::vector<MNODE *> &nodes, const CTYPE *answer, MNODE *t) {
+EXPR FUNC_GEN::simd_call(const INTRIN_FORM &form, const std::vector<MNODE *> &nodes, const CTYPE *answer,
+                         MNODE *t) {
     auto type_of = [&](LANE_SHAPE s) {
         const CTYPE *lane = types.basic(kind_of(s.lane));
         return s.count == 1 ? lane : types.vector(lane, s.count);
     };
     SIMD_FUNCTION f{form, {}, {}, type_of(form.result)};
-    std::string name = "ql_" + std::string(form.row->name + strspn(form.row->name, "_")) + "_" + f.result->text;
+    std::string name =
+        "ql_" + std::string(form.row->name + strspn(form.row->name, "_")) + "_" + f.result->text;
     std::vector<EXPR> all = values(nodes), passed;
     for (unsigned i = 0; i < form.n; i++) {
         const CTYPE *type = type_of(form.operand[i]);
@@ -217,8 +227,9 @@ EXPR FUNC_GEN::simd_call(const INTRIN_FORM &form, const std::vector<MNODE *> &no
     g.support_for(name, [&] {
         if (!row.machine || !f.all_constant) return f.signature(name) + " { " + f.portable() + " }\n";
         return f.signature(name) + "\n{\n" +
-               (is_word ? "#ifdef __ARM_FEATURE_DSP\n    " + f.instruction() : "#ifdef __ARM_NEON\n    " +
-                             (f.is_instruction() ? f.vector_instruction() : f.neon())) +
+               (is_word
+                    ? "#ifdef __ARM_FEATURE_DSP\n    " + f.instruction()
+                    : "#ifdef __ARM_NEON\n    " + (f.is_instruction() ? f.vector_instruction() : f.neon())) +
                "\n#else\n    " + f.portable() + "\n#endif\n}\n";
     });
     EXPR r = call_text(name, passed, f.result);

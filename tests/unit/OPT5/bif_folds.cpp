@@ -38,6 +38,30 @@ struct bif_folds : bif_world {
 
 const char *const multiplies[] = {"_smulbb", "_smulbt", "_smultb", "_smultt", "_smull", "_umull"};
 
+TEST_F(bif_folds, dsp_names_on_constants) {
+    struct ROW {
+        const char *name;
+        std::vector<int64_t> operands;
+        const char *text; // null: stays
+    };
+    const ROW rows[] = {{"_sadd16", {0x7FFF0001, 0x00010001}, "-2147483646"},
+                        {"_sadd", {0x7FFFFFFF, 1}, "2147483647"},
+                        {"_smlad", {0x00020003, 0x00040005, -1}, "22"},
+                        {"_ssatl", {300, 0, 8}, "127"},
+                        {"_ssatl", {300, 0, 33}, nullptr}, // no such instruction
+                        {"_uxtb", {0x1234, 8}, "18"},
+                        {"__vadd", {1, 2}, nullptr}}; // no words
+    for (const ROW &r : rows) {
+        NODE *list = nullptr;
+        for (int64_t v : r.operands) {
+            NODE *c = icon32(v, i);
+            list = list ? maketree(COMMA, list, c, tp->void_type(), nullptr) : c;
+        }
+        std::string before = tree2infix(mk_ICALL(r.name, copy_tree(list), i));
+        EXPECT_EQ(simp_text(mk_ICALL(r.name, list, i)), r.text ? r.text : before) << r.name;
+    }
+}
+
 } // namespace
 
 TEST_F(bif_folds, products_of_constants_are_those_of_the_instruction) {
