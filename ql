@@ -8,7 +8,7 @@ jobs=${QL_JOBS:-$(nproc)}
 # What building and testing needs, and what running ARM programs needs besides.
 build_packages=(g++ cmake ninja-build libboost-dev libgtest-dev clang-14 libclang-14-dev llvm-14-dev clang-format)
 run_packages=(qemu-user gcc-arm-linux-gnueabihf libc6-dev-armhf-cross)
-fuzz_packages=(csmith afl++ creduce)
+fuzz_packages=(csmith libcsmith-dev afl++ cvise)
 
 say() { printf '%s\n' "$*" >&2; }
 
@@ -73,6 +73,7 @@ ql COMMAND [ARGUMENT...]
   bisect FILE         the pass and the rewrite that break a program
   reduce FILE         make a failing program small
   real [NAME...]      build free programs from Debian's source packages with qlcc and run their own tests
+  faults [FAULT...]   plant faults in a copy of the sources: which judge catches each
   coverage            rewrites that never happen on the corpus
   bench [KERNEL...]   quality of optimized code, cost of optimizing
   fuzz-reader [--minutes N]   hunt for files that break the reader

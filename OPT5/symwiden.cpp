@@ -6,6 +6,7 @@
 #include "OPT5/cfg.h"
 #include "OPT5/flags.h"
 #include "OPT5/funinfo.h"
+#include "OPT5/passlimit.h"
 #include "OPT5/symtab.h"
 #include "OPT5/treewalk.h"
 #include "support/dbgout.h"
@@ -147,7 +148,9 @@ std::vector<SYMTAB *> symbols_to_widen() {
             if (met.insert(n->u.sym).second && may_be_widened(n->u.sym)) found.push_back(n->u.sym);
         });
     });
-    std::erase_if(found, [&](const SYMTAB *s) { return refused.count(s) != 0; });
+    std::erase_if(found, [&](const SYMTAB *s) {
+        return refused.count(s) || !TRANSFORM("symwiden", "a narrow variable becomes an int");
+    });
     return found;
 }
 

@@ -360,9 +360,10 @@ template <ADDRESSING AM> uint64_t bits_store(const XN *n, FRAME *f) {
     uint64_t v = n->b->fn(n->b, f);
     bits_put(n, p, v);
     note_write(p, bits_bytes(n));
+    v = bits_get(n, p); // what the field holds of it
     if (n->is_volatile && run_options.trace_volatile)
         trace_volatile('W', uint32_t(p - mem.base), bits_bytes(n), v);
-    return bits_get(n, p);
+    return v;
 }
 // The operator stands in n->c (imm: opcode, imm2: 1 for a post-form, from: the kind).
 template <ADDRESSING AM> uint64_t bits_op(const XN *n, FRAME *f) {
@@ -371,7 +372,12 @@ template <ADDRESSING AM> uint64_t bits_op(const XN *n, FRAME *f) {
     uint64_t old = bits_get(n, p);
     bits_put(n, p, apply_binary(int(n->c->imm), n->c->from, old, b));
     note_write(p, bits_bytes(n));
-    return n->c->imm2 ? old : bits_get(n, p);
+    uint64_t v = bits_get(n, p);
+    if (n->is_volatile && run_options.trace_volatile) {
+        trace_volatile('R', uint32_t(p - mem.base), bits_bytes(n), old);
+        trace_volatile('W', uint32_t(p - mem.base), bits_bytes(n), v);
+    }
+    return n->c->imm2 ? old : v;
 }
 
 template <ADDRESSING AM> uint64_t address(const XN *n, FRAME *f) {

@@ -146,6 +146,7 @@ class Scope:
         self.arrays = list(parent.arrays) if parent else []
         self.counters = list(parent.counters) if parent else []
         self.times = parent.times * times if parent else times
+        self.records = list(parent.records) if parent else []  # local ones: (text, struct, 0)
         self.loop = parent.loop if parent else ""
         self.alone = parent.alone if parent else alone
         self.spent = parent.spent if parent else [0]
@@ -161,7 +162,7 @@ class Program:
         self.n_functions, self.n_statements, self.depth, self.budget = SIZES[size]
         self.size = size
         self.scalars, self.arrays, self.grids, self.functions = [], [], [], []
-        self.structs, self.records = [], []
+        self.structs, self.records, self.devices = [], [], []
         self.top, self.bodies, self.calls = [], [], []
         self.number = 0
 
@@ -583,8 +584,9 @@ class Program:
         r = self.rnd
         scope.charge(1)
         kind = r.weighted([(40, "store"), (14, "if"), (12 if depth > 0 else 0, "loop"), (6 if depth > 0 else 0, "switch"),
-                           (6, "step"), (8, "called"), (5, "leave"), (4, "chain"), (4, "block"), (4, "record"),
-                           (3, "condition"), (3, "around"), (3, "value"), (2 if depth > 1 else 0, "nest")])
+                           (6, "step"), (8, "called"), (5, "leave"), (4, "chain"), (4, "block"), (5, "record"),
+                           (3, "condition"), (3, "around"), (3, "value"), (2 if depth > 1 else 0, "nest"), (3, "device"),
+                           (4 if depth > 0 else 0, "constant"), (1 if depth > 0 else 0, "duff")])
         return getattr(self, "s_" + kind)(scope, depth)
 
     def s_store(self, scope, depth):
@@ -593,7 +595,9 @@ class Program:
 
     def s_if(self, scope, depth):
         r = self.rnd
-        lines = ["if (%s) {" % self.expression(scope, r.between(1, 2)).text]
+        condition = self.expression(scope, r.between(1, 2)) if r.chance(92) else \
+            r.pick([self.constant("s32"), self.combine("*", self.constant("s32", -9, 9), self.constant("s32", 0, 1))])
+        lines = ["if (%s) {" % condition.text]
         lines += indent(self.statements(Scope(scope), r.between(1, 2), depth - 1))
         if r.chance(45):
             lines += ["} else {"] + indent(self.statements(Scope(scope), r.between(1, 2), depth - 1))
@@ -601,12 +605,15 @@ class Program:
 
     def s_block(self, scope, depth):
         inner = Scope(scope)
-        lines = ["{"] + indent(self.locals(inner, self.rnd.between(1, 2)))
-        return lines + indent(self.statements(inner, self.rnd.between(1, 3), depth - 1)) + ["}"]
+        lines = ["{"] + indent(self.locals(inner, self.rnd.between(0, 2), 50))
+        lines += indent(self.statements(inner, self.rnd.between(1, 3), depth - 1)) + ["}"]
+        # a second one beside it, whose variables may lie in the same place
+        return lines + self.s_block(scope, depth - 1) if self.rnd.chance(50) and depth > 0 else lines
 
     def s_chain(self, scope, depth):
         """a = b = expression, over variables only, so that no order is open."""
-        places = [v for v in scope.variables if v.writable and v.t in INTEGERS and (v.lo, v.hi) == span(v.t)]
+        places = [v for v in scope.variables if v.writable and v.t in INTEGERS and (v.lo, v.hi) == span(v.t) and
+                  v.text.isidentifier()]
         if len(places) < 2:
             return self.s_store(scope, depth)
         a, b = self.rnd.pick(places), self.rnd.pick(places)
@@ -663,7 +670,8 @@ class Program:
     def s_step(self, scope, depth):
         """table[i++ & mask] = expression without i."""
         r = self.rnd
-        steps = [v for v in scope.variables if v.writable and v.t in ("u8", "u16", "u32") and (v.lo, v.hi) == span(v.t)]
+        steps = [v for v in scope.variables if v.writable and v.t in ("u8", "u16", "u32") and (v.lo, v.hi) == span(v.t) and
+                 v.text.isidentifier()]
         arrays = [a for a in scope.arrays + self.shared(scope)[1] if a.writable and a.length & (a.length - 1) == 0 and
                   a.t in INTEGERS and (a.lo, a.hi) == span(a.t)]
         if not steps or not arrays:
@@ -721,12 +729,13 @@ class Program:
     def s_record(self, scope, depth):
         """Traffic of records: members, bit-fields, whole copies."""
         r = self.rnd
-        if scope.alone or not self.records:
+        records = scope.records * 2 + ([] if scope.alone else self.records)
+        if not records:
             return self.s_store(scope, depth)
-        text, struct, length = r.pick(self.records)
+        text, struct, length = r.pick(records)
         here = "%s[%s]" % (text, self.subscript(scope, length)) if length else text
-        others = [(t, n) for t, s, n in self.records if s is struct]
-        kind = r.upto(6)
+        others = [(t, n) for t, s, n in records if s is struct]
+        kind = r.upto(7)
         if kind == 0:
             other, n = r.pick(others)
             return ["%s = %s;" % (here, "%s[%s]" % (other, self.subscript(scope, n)) if n else other)]
@@ -740,12 +749,95 @@ class Program:
             other, n = r.pick(others)
             other = "%s[%d]" % (other, r.upto(n)) if n else other
             return ["%s = %s(%s, %s);" % (here, struct[2], other, self.integer(scope, 1).text)]
+        if kind == 3 and struct[3]:
+            return ["%s(&%s, %s);" % (struct[3], here, self.integer(scope, 1).text)]
         return [self.assign(scope, member(here + ".", r.pick(struct[1])), 2)]
+
+    def s_device(self, scope, depth):
+        """Volatile members: read, written, changed in place, tested, read for nothing."""
+        r = self.rnd
+        if scope.alone or not self.devices:
+            return self.s_record(scope, depth)
+        text, fields = r.pick(self.devices)
+        at, lines = text + ".", []
+        pointer = r.chance(30)
+        if pointer:
+            at = self.fresh("p") + "->"
+        for _ in range(r.between(1, 3)):
+            f = member(at, r.pick(fields))
+            v = self.target(scope)
+            kind = r.upto(7)
+            if kind == 0:
+                lines.append("(void)%s;" % f.text)
+            elif kind == 1 and v and v.t in INTEGERS:
+                lines.append("%s = %s;" % (v.text, f.text if v.truncates else self.fitted(E(f.text, f.t, f.lo, f.hi), v.lo, v.hi, v.t)))
+            elif kind == 2:
+                lines += ["if (%s %s %s)" % (f.text, r.pick(["&", "<", "=="]), self.constant("s32", 0, 9).text)] + \
+                    indent(self.s_store(scope, 0))
+            elif kind == 3:
+                g = member(at, r.pick(fields))
+                lines.append("if (%s && %s) %s = %s;" % (f.text, g.text, g.text, self.constant("s32", 0, 3).text))
+            elif kind == 4 and f.t in INTEGERS:
+                lines.append("%s %s %s;" % (f.text, r.pick(["|=", "&=", "^="]), self.constant("s32", 0, 99).text))
+            else:
+                lines.append(self.assign(scope, f, 1))
+        if pointer:
+            return ["{", "    volatile struct %s *%s = &%s;" % (text + "s", at[:-2], text)] + indent(lines) + ["}"]
+        return lines
+
+    def s_constant(self, scope, depth):
+        """Branches that always go one way, code that nothing reaches, loops that run once."""
+        r = self.rnd
+        few = lambda s=scope: indent(self.statements(Scope(s), r.between(1, 2), depth - 1))
+        once = Scope(scope)
+        once.loop = "b"
+        shape = r.upto(9)
+        if shape == 0:
+            return ["do {"] + indent(self.statements(once, r.between(1, 3), depth - 1)) + ["} while (0);"]
+        if shape == 1:
+            return [r.pick(["for (;;) {", "while (1) {"])] + indent(self.statements(once, r.between(1, 2), depth - 1)) + \
+                ["    break;"] + (few() if r.chance(50) else []) + ["}"]
+        if shape == 2:
+            label = self.fresh("over")
+            return ["goto %s;" % label] + few() + ["%s:;" % label]
+        if shape == 3:
+            label = self.fresh("inside")
+            return ["if (%s) goto %s;" % (self.expression(scope, 1).text, label), "if (%s) {" % r.pick(["0", "1", "1 > 2"])] + \
+                few() + ["    %s:;" % label] + few() + ["}"]
+        if shape == 4:
+            return ["while (0) {"] + few() + ["}"]
+        if shape == 5:
+            c = self.expression(scope, 1).text
+            return ["if (%s) {" % c, "    if (%s) {" % c] + indent(few()) + ["    } else {"] + indent(few()) + ["    }", "}"]
+        if shape == 6:
+            return ["if (%s) {" % self.expression(scope, 1).text, "} else {"] + few() + ["}"]
+        if shape == 7:
+            value = r.between(-1, 4)
+            lines = ["switch (%d) {" % value]
+            for k in sorted({r.between(-1, 4) for _ in range(3)}):
+                lines += ["case %d:" % k] + self.case(scope, "")
+            return lines + (["default:"] + self.case(scope, "") if r.chance(50) else ["default:", "    ;"]) + ["}"]
+        same = few()
+        return ["if (%s) {" % self.expression(scope, 1).text] + same + ["} else {"] + same + ["}"] if not any(
+            ":" in l and "?" not in l for l in same) else ["{"] + same + ["}"]
+
+    def s_duff(self, scope, depth):
+        """A loop that a switch jumps into; every case falls to the next."""
+        r = self.rnd
+        n, rounds = self.fresh("n"), r.between(1, 4)
+        inner = Scope(scope, 3 * rounds)
+        inner.loop = ""
+        lines = ["{", "    int %s = %d;" % (n, rounds), "    switch (%s & 3) {" % self.integer(scope, 1).text,
+                 "    case 0:", "        do {"]
+        for k in (3, 2, 1):
+            lines += indent(indent(indent(self.s_store(inner, 0)))) + ["    case %d:" % k]
+        return lines + indent(indent(indent(self.s_store(inner, 0)))) + ["        } while (--%s > 0);" % n, "    }", "}"]
 
     def s_switch(self, scope, depth):
         r = self.rnd
         dense = r.chance(55)
         n = r.between(2, 7)
+        leaves = r.pick([75, 75, 75, 30, 0])  # per cent of the cases
         if dense:
             first = r.pick([0, 0, 1, -2, 100])
             values = [first + i for i in range(n)]
@@ -769,20 +861,20 @@ class Program:
         for i, value in enumerate(values + [None]):
             if i == default_at:
                 lines.append("default:")
-                lines += self.case(scope, inner_loop)
+                lines += self.case(scope, inner_loop, leaves)
             if value is not None:
                 lines.append("case %s:" % (str(value) if value >= 0 else "(%d)" % value))
                 if r.chance(80):
-                    lines += self.case(scope, inner_loop)
+                    lines += self.case(scope, inner_loop, leaves)
         if lines[-1].startswith(("case", "default")):
             lines.append("    ;")
         return lines + ["}"]
 
-    def case(self, scope, loop):
+    def case(self, scope, loop, leaves=75):
         inner = Scope(scope)
         inner.loop = loop.replace("b", "") if "c" in loop else ""
         lines = indent(self.statements(inner, self.rnd.between(1, 2), 0))
-        return lines + (["    break;"] if self.rnd.chance(75) else [])
+        return lines + (["    break;"] if self.rnd.chance(leaves) else [])
 
     # ---- loops
 
@@ -926,8 +1018,8 @@ class Program:
         places = [v for v in scope.variables if v.writable and v.t in ("u32", "u64", "u16", "u8")]
         return ["%s += %s;" % (self.rnd.pick(places).text, i)] if places else []
 
-    def locals(self, scope, count):
-        """Declarations of scalars, initialised; they come into SCOPE."""
+    def locals(self, scope, count, arrays=25):
+        """Declarations of scalars, arrays and records, initialised; they come into SCOPE."""
         r = self.rnd
         lines = []
         for _ in range(count):
@@ -944,7 +1036,20 @@ class Program:
             e = self.integer(scope, r.between(0, 2))
             lines.append("%s %s = %s;" % (c_type(t), name, self.fitted(e, lo, hi, t)))
             scope.variables.append(Var(name, t, lo, hi))
-        if r.chance(25):
+        if self.structs and r.chance(arrays):
+            name, fields, change, _ = struct = r.pick(self.structs)
+            same = [t for t, s, n in scope.records + ([] if scope.alone else self.records) if s is struct and not n]
+            local, pointer = self.fresh("l"), self.fresh("q")
+            value = r.pick(same) if same else "{0}"
+            if same and change and r.chance(40):
+                value = "%s(%s, %s)" % (change, value, self.integer(scope, 1).text)
+            lines.append("struct %s %s = %s;" % (name, local, value))
+            scope.records.append((local, struct, 0))
+            scope.variables += [member(local + ".", f) for f in fields]
+            if r.chance(35):
+                lines.append("struct %s *%s = &%s;" % (name, pointer, local))
+                scope.variables += [member(pointer + "->", f) for f in fields]
+        if r.chance(arrays):
             t = r.pick(["s32", "u8", "s16", "u32", "u16"])
             n = r.pick([4, 8, 16, 5])
             name = self.fresh("a")
@@ -991,6 +1096,21 @@ class Program:
             self.grids.append(Grid(name, t, rows, columns))
         for _ in range(r.between(0, 1 if small else 2)):
             self.struct()
+        if r.chance(60):
+            self.device()
+
+    def device(self):
+        """A record of registers, all volatile."""
+        r = self.rnd
+        name, fields = self.fresh("d"), []
+        self.top.append("struct %ss {" % name)
+        for _ in range(r.between(2, 5)):
+            f, t = self.fresh("m"), r.pick(["u32", "u32", "s32", "u8", "u16", "s16", "s8"])
+            bits = r.pick([1, 3, 8, 12]) if t in ("u32", "s32") and r.chance(35) else None
+            fields.append((f, t, bits))
+            self.top.append("    %s%s %s%s;" % ("signed " if t == "s32" else "", c_type(t), f, " : %d" % bits if bits else ""))
+        self.top += ["};", "static volatile struct %ss %s;" % (name, name)]
+        self.devices.append((name, fields))
 
     def struct(self):
         """A record type with objects of it, and a function that takes and returns one."""
@@ -1018,7 +1138,15 @@ class Program:
             self.bodies.append(["static struct %s %s(struct %s s, int n)" % (name, change, name), "{"] + indent(
                 [l.replace("return ", "if ((int)(").replace(";", ") == 0) n++;") if "return " in l else l for l in lines]
                 + ["return s;"]) + ["}"])
-        struct = (name, fields, change)
+        poke = None
+        if r.chance(50):
+            poke = self.fresh("f")
+            scope = Scope(alone=True)
+            scope.variables = [Var("n", "s32", writable=False)]
+            lines = [self.assign(scope, member("s->", r.pick(fields)), 1) for _ in range(r.between(1, 2))]
+            self.bodies.append(["%svoid %s(struct %s *s, int n)" % (r.pick(["static ", "__attribute__((noinline)) "]), poke, name),
+                                "{"] + indent(lines) + ["}"])
+        struct = (name, fields, change, poke)
         self.structs.append(struct)
         for _ in range(r.between(1, 2)):
             n, g = r.pick([0, 0, 4, 6]), self.fresh("r")
@@ -1326,6 +1454,8 @@ class Program:
             where = "%s[k]." % text if n else text + "."
             mixes = " ".join("mix%s(%s%s);" % ("d" if t in FLOATS else "", where, f) for f, t, _ in struct[1])
             lines.append("    %s{ %s }" % ("for (k = 0; k < %d; k++) " % n if n else "", mixes))
+        for text, fields in self.devices:
+            lines.append("    %s" % " ".join("mix(%s.%s);" % (text, f) for f, _, _ in fields))
         lines += ["    printf(\"%08x\\n\", crc);", "    return (int)(crc & 63);", "}", ""]
         return "\n".join(lines)
 

@@ -1,20 +1,24 @@
 #!/usr/bin/env python3
 """./ql reduce: makes a failing program small.
 
-A C program is cut by lines first, which is quick, then creduce goes over it. An intermediate file is cut in its text form.
-A candidate counts when it shows the same failure, and besides is a good program: for C, no undefined behaviour, nothing
-read before it is written; for an intermediate file, a run of the file itself without a fault. With --script the script
-alone decides: it gets the file's name, and a status of 0 keeps the candidate.
+C is freed of its headers and cut as a tree of tokens (shrinkc); what is still long then goes to cvise. An intermediate
+file is cut in its text form (shrink). A candidate counts when it shows the same failure, and besides is a good program:
+for an intermediate file, a run of the file itself without a fault; for C, the host's compiler with its sanitizer agrees
+with the interpreter, and nothing is read before it is written. The question that most candidates fail comes first: does
+qlopt still break it. The result is checked once more as ./ql fuzz checks programs; when it does not hold there, all is
+done again with that check for every candidate. With --script the script alone decides: it gets the file's name, and a
+status of 0 keeps the candidate.
 """
 import argparse, os, re, shutil, stat, subprocess, sys, tempfile, time
 
-import shrink, stages
+import shrink, shrinkc, stages
 
 # Mistakes that a smaller program must not be made of.
-MISTAKES = ["-Wall", "-Werror=uninitialized", "-Werror=maybe-uninitialized", "-Werror=return-type", "-Werror=array-bounds",
-            "-Werror=implicit-function-declaration", "-Werror=implicit-int", "-Werror=int-conversion",
-            "-Werror=incompatible-pointer-types", "-Werror=format", "-Werror=stringop-overflow", "-Werror=overflow",
-            "-Werror=strict-aliasing", "-Werror=sequence-point"]
+MISTAKES = ["-Wall", "-Werror=uninitialized", "-Werror=return-type", "-Werror=implicit-function-declaration",
+            "-Werror=implicit-int", "-Werror=int-conversion", "-Werror=incompatible-pointer-types", "-Werror=format",
+            "-Werror=overflow", "-Werror=strict-aliasing", "-Werror=sequence-point", "-Werror=div-by-zero",
+            "-Werror=shift-count-overflow", "-Werror=shift-count-negative"]
+SHORT = 25  # lines: with no more of them, cvise is not asked
 
 
 def shape(text):
@@ -25,22 +29,39 @@ def shape(text):
 class Failure:
     """What a program must show to be interesting: a kind of finding in a configuration; with the message for qlopt."""
 
-    def __init__(self, judge, config, kind, message, mistakes=MISTAKES):
+    def __init__(self, judge, config, kind, message):
         self.judge, self.config, self.kind, self.message = judge, config, kind, message
-        self.mistakes, self.initialised = list(mistakes), True
+        self.mistakes, self.initialised, self.thorough = list(MISTAKES), True, False
+        self.compiler, self.emulator = ["gcc", "-std=gnu11", "-funsigned-char"], None
+
+    def build(self, path, out, flags):
+        return stages.run(self.compiler + stages.INCLUDES + stages.header(path, "options") + flags + [path, "-o", out, "-lm"],
+                          timeout=30)
+
+    def native(self, program, path):
+        judge = self.judge
+        if self.emulator:
+            return judge.qemu(program, path, 4 * judge.seconds)
+        return stages.run([program] + stages.header(path, "args"), judge.stdin(path), judge.seconds, env={})
 
     def excuse(self, path, place):
-        """What the program does wrong from the start, as a compiler sees it, does not count against smaller ones."""
-        base = [c for c in stages.CROSS if c != "-w"] + stages.INCLUDES + stages.header(path, "options")
-        refused = lambda flags: stages.run(base + flags + ["-O2", "-S", path, "-o", os.path.join(place, "excuse.s")]).status
-        if refused(self.mistakes):
-            self.mistakes = [m for m in self.mistakes if not refused(["-Wall", m])]
-        file = os.path.join(place, "excuse.if")
+        """What the program does wrong from the start does not count against smaller ones. One that runs differently on
+        the host is judged by the cross compiler."""
+        out, file = os.path.join(place, "excuse"), os.path.join(place, "excuse.if")
         if not self.judge.parse(path, file).status:
-            run = lambda more: stages.run([self.judge.tool("tools", "exec", "qlrun")] + more + [file, "--"] +
-                                          stages.header(path, "args"), self.judge.stdin(path), 60)
-            plain, checked = run([]), run(["--check-init"])
+            plain = self.judge.execute(file, path, 60, check=False)
+            checked = self.interpreted(path, file, 60)
             self.initialised = (plain.status, plain.out) == (checked.status, checked.out)
+            if not self.build(path, out, ["-w"] + stages.UNDEFINED).status:
+                ran = self.native(out, path)
+                if (ran.status, ran.out) != (plain.status, plain.out):
+                    self.compiler, self.emulator = [c for c in stages.CROSS if c != "-w"], "qemu-arm"
+        if self.build(path, out, self.mistakes).status:
+            self.mistakes = [m for m in self.mistakes if not self.build(path, out, ["-Wall", m]).status]
+
+    def interpreted(self, path, file, timeout):
+        return stages.run([self.judge.tool("tools", "exec", "qlrun"), "--check-init", file, "--"] +
+                          stages.header(path, "args"), self.judge.stdin(path), timeout)
 
     def is_it(self, finding):
         return finding.kind == self.kind and (not self.message or self.kind not in ("qlopt", "parse") or
@@ -48,41 +69,43 @@ class Failure:
 
     def shown_by_c(self, path, place):
         judge = self.judge
+        if self.thorough or self.kind in ("parse", "parsed"):
+            result = judge.one(path, place, [self.config] if self.config else [])
+            if not any(self.is_it(f) for f in result.findings):
+                return False
         if self.kind in ("parse", "parsed"):
-            result = judge.one(path, place, [])
-            return any(self.is_it(f) for f in result.findings) and self.is_good(path, place, None)
+            return True
         endian = "big" if "big" in self.config.split(".") else "little"
         file = os.path.join(place, "candidate.if")
         if judge.parse(path, file, endian).status:
             return False
-        got = judge.execute(file, path, judge.patience, "volatile" in self.kind)
+        got = judge.execute(file, path, judge.patience, self.kind == "volatile", check=False)
         if got.timed_out() or got.status >= 120:
             return False
         return self.shown_after({"file": file, "outcome": got, "order": order(self, got), "native": got}, path, place) and \
-            self.is_good(path, place, None if endian == "big" else got)
+            self.is_good(path, place, file, got, endian)
 
     def shown_after(self, base, path, place):
         result = stages.Result(path)
         self.judge.optimized(path, place, self.config, base, result)
         return any(self.is_it(f) for f in result.findings)
 
-    def is_good(self, path, place, expected):
-        """No undefined behaviour that a compiler or the interpreter can see."""
-        judge, out = self.judge, os.path.join(place, "good")
-        base = [c for c in stages.CROSS if c != "-w"] + stages.INCLUDES + stages.header(path, "options")
-        outcomes = []
-        for flags in (self.mistakes + ["-O2"], ["-w", "-O0"] + stages.UNDEFINED):
-            if stages.run(base + flags + [path, "-o", out, "-lm"]).status:
-                return False
-            ran = judge.qemu(out, path, judge.seconds)
-            outcomes.append((ran.status, ran.out))
-        if expected and self.initialised:
-            init = stages.run([judge.tool("tools", "exec", "qlrun"), "--check-init", os.path.join(place, "candidate.if"),
-                               "--"] + stages.header(path, "args"), judge.stdin(path), judge.patience)
-            outcomes.append((init.status, init.out))
-        if expected:
-            outcomes.append((expected.status, expected.out))
-        return len(set(outcomes)) == 1 and -999 != outcomes[0][0] < 128
+    def is_good(self, path, place, file, expected, endian):
+        """No undefined behaviour that the host's compiler or the interpreter can see. (Big-endian programs may print
+        something else than the host.)"""
+        outcomes = {(expected.status, expected.out)}
+        if self.initialised:
+            checked = self.interpreted(path, file, 4 * self.judge.patience)
+            outcomes.add((checked.status, checked.out))
+        if len(outcomes) > 1:
+            return False
+        out = os.path.join(place, "good")
+        if self.build(path, out, self.mistakes + ["-O1"] + stages.UNDEFINED).status:
+            return False
+        ran = self.native(out, path)
+        if endian == "big":
+            return not ran.timed_out() and ran.status < 128
+        return (ran.status, ran.out) in outcomes
 
     def shown_by_file(self, path, place):
         base = self.judge.base_of_file(path, place)
@@ -102,12 +125,13 @@ def asks_script(script):
 
 
 def find_failure(judge, path, configs, place):
-    """The first failure of a program in one of the configurations."""
+    """The first failure of a program in one of the configurations; (None, None) when there is none."""
+    base = None
     for config in configs:
         if path.endswith(".c"):
             findings = judge.one(path, place, [config]).findings
         else:
-            base = judge.base_of_file(path, place)
+            base = base or judge.base_of_file(path, place)
             if not base:
                 raise SystemExit("%s: the file itself does not run" % path)
             result = stages.Result(path)
@@ -118,10 +142,37 @@ def find_failure(judge, path, configs, place):
     return None, None
 
 
-def creduce(path, args, judge, failure, place, seconds, say):
-    """creduce over PATH, in place; a script in PLACE asks this program again."""
-    if not shutil.which("creduce"):
-        say("creduce is not there: lines only")
+def simplest(judge, path, failure, place):
+    """The same kind of failure in a simpler configuration, where it shows there."""
+    parts = failure.config.split(".")
+    if failure.kind not in ("qlopt", "differs", "volatile", "hang") or len(parts) > 1 and "big" in parts:
+        return failure
+    for config in ["o0", "o1", "o2", parts[0]]:
+        if config == failure.config:
+            break
+        simple, _ = find_failure(judge, path, [config], place)
+        if simple and (simple.kind, simple.message) == (failure.kind, failure.message) or \
+           simple and simple.kind == failure.kind == "differs":
+            return simple
+    return failure
+
+
+def without_headers(path, place):
+    """The program's text after the preprocessor, so that what its headers declare can go too."""
+    out = os.path.join(place, "whole.c")
+    made = stages.run(stages.CROSS + stages.INCLUDES + stages.header(path, "options") + ["-E", "-P", path, "-o", out])
+    with open(path, errors="surrogateescape") as f:
+        text = f.read()
+    if made.status or "#include" not in text:
+        return text
+    with open(out, errors="surrogateescape") as f:
+        return "".join(l + "\n" for l in text.splitlines()[:5] if re.match(r"//\s*(args|options):", l)) + f.read()
+
+
+def cvise(path, args, judge, failure, place, seconds, say):
+    """cvise over PATH, in place; a script in PLACE asks this program again."""
+    if not shutil.which("cvise"):
+        say("cvise is not there")
         return
     test = os.path.join(place, "interesting.sh")
     if args.script:
@@ -129,29 +180,29 @@ def creduce(path, args, judge, failure, place, seconds, say):
     else:
         words = [sys.executable, os.path.abspath(__file__), "--build", os.path.abspath(args.build), "--check", failure.kind,
                  "--message", failure.message, "--matrix", failure.config or "o0", "--wait", str(judge.seconds),
-                  "--mistakes=" + " ".join(failure.mistakes)] + ([] if failure.initialised else ["--uninitialised"])
+                 "--mistakes=" + " ".join(failure.mistakes)] + ([] if failure.initialised else ["--uninitialised"]) + \
+            (["--cross"] if failure.emulator else [])
         words += ["--qlopt-option=" + o for o in args.qlopt_option] + [os.path.basename(path)]
         ask = "exec " + " ".join("'%s'" % w.replace("'", "'\\''") for w in words)
     with open(test, "w") as f:
         f.write("#!/bin/sh\n%s\n" % ask)
     os.chmod(test, os.stat(test).st_mode | stat.S_IXUSR)
-    p = subprocess.Popen(["creduce", "--n", str(args.jobs), "--timeout", "60", test, os.path.basename(path)], cwd=place,
+    p = subprocess.Popen(["cvise", "--n", str(args.jobs), "--timeout", "20", test, os.path.basename(path)], cwd=place,
                          stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
     try:
         p.wait(seconds)
     except subprocess.TimeoutExpired:
         os.killpg(p.pid, 15)
         p.wait()
-        say("creduce stopped after its time")
+        say("cvise stopped after its time")
 
 
-def reduce(args, judge, interesting, failure, place):
+def reduce(args, judge, interesting, failure, place, end):
     say = lambda text: print("  " + text, flush=True)
     is_c = args.file.endswith(".c")
-    with open(args.file if is_c else textual(judge, args.file, place), errors="surrogateescape") as f:
-        text = f.read()
     name = "r.c" if is_c else "r.ift"
     work = os.path.join(place, "work")
+    shutil.rmtree(work, ignore_errors=True)
     os.makedirs(work)
 
     def holds(candidate):
@@ -160,24 +211,30 @@ def reduce(args, judge, interesting, failure, place):
             f.write(candidate)
         return interesting(path, work)
 
+    with open(args.file if is_c else textual(judge, args.file, place), errors="surrogateescape") as f:
+        text = f.read()
     if is_c and failure:
         failure.excuse(args.file, work)
     started = time.monotonic()
     if not holds(text):
         raise SystemExit("%s: is not interesting" % args.file)
     # what became endless by cutting is not worth waiting for
-    judge.seconds = judge.patience = judge.grace = round(max(0.3, min(2.0, 2 * (time.monotonic() - started))), 1)
-    shrinker = shrink.Shrinker(text, holds, say, 60 * args.minutes)
-    (shrink.shrink_c if is_c else shrink.shrink_text_form)(shrinker)
+    judge.seconds = judge.patience = judge.grace = round(max(0.5, min(3.0, 2 * (time.monotonic() - started))), 1)
+    whole = without_headers(args.file, place) if is_c else text
+    if whole != text and holds(whole):
+        text = whole
+    shrinker = shrink.Shrinker(text, holds, say, end - time.monotonic())
+    (shrinkc.shrink_c if is_c else shrink.shrink_text_form)(shrinker)
     text = shrinker.text
     say("%d candidates" % shrinker.asked)
-    if is_c and not args.no_creduce and not shrinker.late():
-        folder = os.path.join(place, "creduce")
+    if is_c and not args.no_cvise and text.count("\n") > SHORT and not shrinker.late():
+        folder = os.path.join(place, "cvise")
+        shutil.rmtree(folder, ignore_errors=True)
         os.makedirs(folder)
         path = os.path.join(folder, name)
-        with open(path, "w") as f:
+        with open(path, "w", errors="surrogateescape") as f:
             f.write(text)
-        creduce(path, args, judge, failure, folder, max(1, shrinker.end - time.monotonic()), say)
+        cvise(path, args, judge, failure, folder, max(1, shrinker.end - time.monotonic()), say)
         with open(path, errors="surrogateescape") as f:
             text = f.read()
     return text
@@ -201,14 +258,14 @@ def main():
     ap.add_argument("--script", help="decides instead: gets the file's name, status 0 keeps the candidate")
     ap.add_argument("-o", dest="out", metavar="FILE", help="the result (default: NAME.small.c or NAME.small.ift)")
     ap.add_argument("--minutes", type=float, default=10, help="at most that long")
-    ap.add_argument("--no-creduce", action="store_true", help="C by lines only")
+    ap.add_argument("--no-cvise", action="store_true", help="leave cvise out, which takes over what is longer than %d lines" % SHORT)
     ap.add_argument("--qlopt-option", action="append", default=[], metavar="OPTION", help="one more option for qlopt")
     ap.add_argument("--jobs", type=int, default=int(os.environ.get("QL_JOBS", os.cpu_count())))
-    ap.add_argument("--check", help=argparse.SUPPRESS)
-    ap.add_argument("--mistakes", default="", help=argparse.SUPPRESS)
-    ap.add_argument("--uninitialised", action="store_true", help=argparse.SUPPRESS)
+    for hidden in ("--check", "--mistakes", "--message"):
+        ap.add_argument(hidden, default="", help=argparse.SUPPRESS)
+    for hidden in ("--uninitialised", "--cross"):
+        ap.add_argument(hidden, action="store_true", help=argparse.SUPPRESS)
     ap.add_argument("--wait", type=float, default=10, help=argparse.SUPPRESS)
-    ap.add_argument("--message", default="", help=argparse.SUPPRESS)
     ap.add_argument("file", metavar="FILE", help="a C program, or an intermediate file (.if, .ift)")
     args = ap.parse_args()
     args.file = os.path.abspath(args.file)
@@ -216,24 +273,44 @@ def main():
     with tempfile.TemporaryDirectory(prefix="qlreduce") as place:
         if args.check:
             judge.patience = judge.grace = args.wait
-            failure = Failure(judge, args.matrix, args.check, args.message, args.mistakes.split())
-            failure.initialised = not args.uninitialised
+            failure = Failure(judge, args.matrix, args.check, args.message)
+            failure.mistakes, failure.initialised = args.mistakes.split(), not args.uninitialised
+            if args.cross:
+                failure.compiler, failure.emulator = [c for c in stages.CROSS if c != "-w"], "qemu-arm"
             sys.exit(0 if failure.shown_by_c(args.file, place) else 1)
-        failure = None
-        if args.script:
-            interesting = asks_script(os.path.abspath(args.script))
-        else:
-            failure, finding = find_failure(judge, args.file, stages.matrix(args.matrix), place)
-            if not failure:
-                print("%s: does not fail in %s" % (args.file, args.matrix))
-                sys.exit(2)
-            print("%s: %s" % (args.file, finding), flush=True)
-            interesting = failure.shown_by_c if args.file.endswith(".c") else failure.shown_by_file
-        text = reduce(args, judge, interesting, failure, place)
+        text = found(args, judge, place)
     out = args.out or re.sub(r"\.(c|if|ift)$", lambda m: ".small." + ("c" if m.group(1) == "c" else "ift"), args.file)
     with open(out, "w", errors="surrogateescape") as f:
         f.write(text)
     print("%s: %d lines" % (out, text.count("\n")))
+
+
+def found(args, judge, place):
+    """The small text."""
+    end = time.monotonic() + 60 * args.minutes
+    if args.script:
+        return reduce(args, judge, asks_script(os.path.abspath(args.script)), None, place, end)
+    failure, finding = find_failure(judge, args.file, stages.matrix(args.matrix), place)
+    if not failure:
+        print("%s: does not fail in %s" % (args.file, args.matrix))
+        sys.exit(2)
+    print("%s: %s" % (args.file, finding), flush=True)
+    failure = simplest(judge, args.file, failure, place)
+    if not args.file.endswith(".c"):
+        return reduce(args, judge, failure.shown_by_file, failure, place, end)
+    seconds = judge.seconds
+    for failure.thorough in (False, True):
+        judge.seconds = seconds
+        text = reduce(args, judge, failure.shown_by_c, failure, place, end)
+        small = os.path.join(place, "small.c")
+        with open(small, "w", errors="surrogateescape") as f:
+            f.write(text)
+        judge.seconds = seconds
+        last = judge.one(small, place, [failure.config] if failure.config else [])
+        if any(failure.is_it(f) for f in last.findings):
+            return text
+        print("  the small program does not count: %s" % (last.discarded or "another finding"), flush=True)
+    return text
 
 
 if __name__ == "__main__":

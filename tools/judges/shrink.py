@@ -1,6 +1,6 @@
-"""Making a text smaller while it stays interesting: by lines for C, by structure for the text form of intermediate files.
+"""Making a text smaller while it stays interesting; here for the text form of intermediate files, for C in shrinkc.
 
-Both are greedy: a smaller text that is still interesting replaces the present one at once. Parts are taken out in chunks
+Greedy: a smaller text that is still interesting replaces the present one at once. Parts are taken out in chunks
 that halve (delta debugging); what is left is gone over until nothing more can go.
 """
 import re, time
@@ -52,59 +52,6 @@ class Shrinker:
             if not gone or chunk > 1:
                 chunk //= 2
         return [p for p, a in zip(parts, alive) if a]
-
-
-# ---- C, by lines
-
-def braces(lines):
-    """Ranges of lines from one that opens a brace to the one that closes it, the longest first."""
-    stack, found = [], []
-    for n, line in enumerate(lines):
-        plain = re.sub(r'"(\\.|[^"\\])*"|\'(\\.|[^\'\\])*\'', "", line)
-        for c in plain:
-            if c == "{":
-                stack.append(n)
-            elif c == "}" and stack:
-                start = stack.pop()
-                if start < n:
-                    found.append((start, n))
-    return sorted(found, key=lambda r: r[0] - r[1])
-
-
-def shrink_c(shrinker):
-    """Functions and blocks as wholes, then lines, then block heads with their ends."""
-    join = lambda lines: "\n".join(lines) + "\n"
-    before = None
-    while before != shrinker.text and not shrinker.late():
-        before = shrinker.text
-        k = 0
-        while k < len(braces(shrinker.text.split("\n"))) and not shrinker.late():
-            lines = shrinker.text.split("\n")
-            start, end = braces(lines)[k]
-            first = start - 1 if start and lines[start].strip() == "{" else start
-            if not shrinker.try_text(join(lines[:first] + lines[end + 1:])) and \
-               not shrinker.try_text(join(lines[:first] + lines[start + 1:end] + lines[end + 1:])):
-                k += 1
-        lines = [l for l in shrinker.text.split("\n") if l.strip()]
-        shrinker.without(lines, join, [[i] for i in range(len(lines))])
-        shrinker.say("%d lines" % shrinker.text.count("\n"))
-        if before == shrinker.text:
-            shrink_operands(shrinker)
-
-
-def shrink_operands(shrinker):
-    """What stands in parentheses becomes a constant or one of its parts, numbers become smaller."""
-    k = 0
-    while not shrinker.late():
-        found = [m.span() for m in re.finditer(r"\((?:[^()\"]|\((?:[^()\"]|\([^()\"]*\))*\))*\)|\b[2-9]\b|\b\d\d+[ul]*\b", shrinker.text)]
-        if k >= len(found):
-            return
-        a, b = sorted(found, key=lambda r: r[0] - r[1])[k]
-        inside = shrinker.text[a + 1:b - 1]
-        options = ["1", "0"] + (["(%s)" % p for p in re.split(r" (?:[-+*/%&|^<>=!?:]|<<|>>|[<>=!]=|&&|\|\|) ", inside)]
-                                if shrinker.text[a] == "(" else [])
-        if not any(len(o) < b - a and shrinker.try_text(shrinker.text[:a] + o + shrinker.text[b:]) for o in options):
-            k += 1
 
 
 # ---- the text form, by structure

@@ -1,0 +1,283 @@
+#!/usr/bin/env python3
+"""./ql faults: how good the judges are, shown on planted faults.
+
+Each patch of tests/judges/faults breaks one thing in qlopt: a guard, an edge, a shift count. One after another they go
+into a copy of the sources; qlopt is built from it and judged: by the C programs of the tests and 200 random programs,
+each at two levels, by the rewrite oracle, and when no program shows the fault, by ./ql fuzz. The smallest program that
+fails is bisected and reduced. A patch begins with two lines: "What:" is wrong, and "Where:" the bisection must end, a
+pass's name or "simplifier".
+
+Of the judges only qlopt and the oracle are built anew; companions come from the build folder.
+"""
+import argparse, json, os, pickle, re, shutil, subprocess, sys, tempfile, time
+
+from progress import Progress, clock, spread
+import generate, stages
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+ROOT = os.path.dirname(os.path.dirname(HERE))
+LEVELS = ["o0", "o2"]
+ORACLE = ["rows_arith", "rows_bits", "rows_cond", "rows_rare", "rows_vals", "shapes_cond", "value_queries", "whole_trees"]
+RANDOM = 200
+PASSES = ("simpcfg", "stackshare", "symexplode", "csu_temp", "tailcall")
+
+
+class Workshop:
+    """The copy of the sources, its build folder, and programs that are parsed once for all faults."""
+
+    def __init__(self, args):
+        self.args = args
+        self.place = os.path.join(os.path.abspath(args.build), "faults")
+        self.tree, self.build = os.path.join(self.place, "tree"), os.path.join(self.place, "build")
+        os.makedirs(self.place, exist_ok=True)
+        self.copy_sources()
+        if not os.path.exists(os.path.join(self.build, "build.ninja")):
+            self.must(["cmake", "-G", "Ninja", "-B", self.build, "-S", self.tree, "-DCMAKE_BUILD_TYPE=RelWithDebInfo"])
+        self.corpus = None
+
+    def must(self, command, **more):
+        p = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace", **more)
+        if p.returncode:
+            raise SystemExit("%s:\n%s" % (" ".join(command), p.stdout[-2000:]))
+
+    def copy_sources(self):
+        """Files that differ, so that a build does again only what it must."""
+        names = subprocess.run(["git", "ls-files", "-co", "--exclude-standard", "-z"], cwd=ROOT, stdout=subprocess.PIPE,
+                               check=True).stdout.decode().split("\0")
+        for name in names:
+            source, target = os.path.join(ROOT, name), os.path.join(self.tree, name)
+            if name and os.path.isfile(source) and not same(source, target):
+                os.makedirs(os.path.dirname(target), exist_ok=True)
+                shutil.copyfile(source, target)
+
+    def ninja(self, *targets):
+        p = subprocess.run(["ninja", "-C", self.build, "-j", str(self.args.jobs)] + list(targets), stdout=subprocess.PIPE,
+                           stderr=subprocess.STDOUT, text=True, errors="replace")
+        return None if p.returncode == 0 else p.stdout[-1500:]
+
+    def plant(self, patch):
+        # no repository above counts: the copy is no part of one
+        env = dict(os.environ, GIT_CEILING_DIRECTORIES=self.place)
+        p = subprocess.run(["git", "apply", "-C1", "--recount", patch], cwd=self.tree, env=env, stdout=subprocess.PIPE,
+                           stderr=subprocess.STDOUT, text=True)
+        return None if p.returncode == 0 else p.stdout
+
+    def programs(self, judge):
+        """(path, base) of the tests' programs and the random ones; made once, kept in the build folder."""
+        if self.corpus is not None:
+            return self.corpus
+        folder = os.path.join(self.place, "programs")
+        os.makedirs(folder, exist_ok=True)
+        tests = os.path.join(ROOT, "tests", "c")
+        sources = [(n, open(os.path.join(tests, n), errors="surrogateescape").read()) for n in sorted(os.listdir(tests)) if
+                   n.endswith(".c")]
+        sources += [("r%03d.c" % s, generate.program(s, "small")) for s in range(1, RANDOM + 1)]
+
+        newest = max(os.path.getmtime(judge.tool("tools", *t)) for t in (("parse", "qlparse"), ("exec", "qlrun")))
+
+        def one(item):
+            name, text = item
+            path = os.path.join(folder, name)
+            kept = path[:-2] + ".base"
+            stdin = os.path.join(tests, name[:-2] + ".in")
+            if os.path.exists(stdin):
+                shutil.copyfile(stdin, path[:-2] + ".in")
+            if os.path.exists(kept) and os.path.getmtime(kept) > newest and open(path, errors="surrogateescape").read() == text:
+                with open(kept, "rb") as f:
+                    return path, pickle.load(f)
+            with open(path, "w", errors="surrogateescape") as f:
+                f.write(text)
+            with tempfile.TemporaryDirectory(prefix="qlfaults") as place:
+                result = stages.Result(path)
+                base = judge.base(path, place, "little", None, "volatile" in text, result)
+                if base:
+                    base["file"] = shutil.copyfile(base["file"], path[:-2] + ".if")
+            with open(kept, "wb") as f:
+                pickle.dump(base, f)
+            return path, base
+
+        self.corpus = sorted((p, b) for p, b in spread(one, sources, self.args.jobs) if b)
+        return self.corpus
+
+
+def same(a, b):
+    try:
+        with open(a, "rb") as f, open(b, "rb") as g:
+            return f.read() == g.read()
+    except OSError:
+        return False
+
+
+def failing_programs(shop, judge):
+    """(tests' programs, random programs) that fail, with their first finding."""
+
+    def one(item):
+        path, base = item
+        with tempfile.TemporaryDirectory(prefix="qlfaults") as place:
+            result = stages.Result(path)
+            for level in LEVELS:
+                if not result.findings:
+                    judge.optimized(path, place, level, base, result)
+            return path, result.findings
+
+    tests, drawn = [], []
+    for path, findings in spread(one, shop.programs(judge), shop.args.jobs):
+        if findings:
+            (drawn if re.fullmatch(r"r\d+\.c", os.path.basename(path)) else tests).append((path, findings[0]))
+    return tests, drawn
+
+
+def oracle(shop):
+    """What the oracle's programs find, as their names; "" when nothing."""
+    broken = shop.ninja(*["oracle_" + n for n in ORACLE])
+    if broken:
+        return "the oracle does not build"
+    found = []
+    for name in ORACLE:
+        more = ["--effort=0.25"] if name in ("whole_trees", "value_queries") else []
+        try:
+            p = subprocess.run([os.path.join(shop.build, "tests", "oracle", "oracle_" + name)] + more,
+                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=300)
+            failed = p.returncode
+        except subprocess.TimeoutExpired:
+            failed = 1
+        if failed:
+            found.append(name)
+    return " ".join(found)
+
+
+def call(shop, tool, *arguments, timeout=900):
+    env = dict(os.environ, QL_QLOPT=os.path.join(shop.build, "qlopt"), QL_JOBS=str(shop.args.jobs))
+    try:
+        p = subprocess.run([sys.executable, os.path.join(HERE, tool), "--build", shop.args.build] + list(arguments), env=env,
+                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace", timeout=timeout)
+        return p.stdout
+    except subprocess.TimeoutExpired as e:
+        return (e.stdout or b"").decode(errors="replace") + "\n(stopped after its time)\n"
+
+
+def hunt(shop, name):
+    """A program that ./ql fuzz finds, its configuration, the seconds; None when it finds none."""
+    folder = os.path.join(shop.place, "fuzz-" + name)
+    shutil.rmtree(folder, ignore_errors=True)
+    started = time.monotonic()
+    text = call(shop, "fuzzrun.py", "--minutes", str(shop.args.fuzz_minutes), "--seed", "900000", "--stop", "--keep", folder,
+                "--jobs", str(shop.args.jobs), timeout=60 * shop.args.fuzz_minutes + 120)
+    m = re.search(r"repeat: ./ql diff (?:--matrix=(\S+) )?(\S+)", text)
+    return (m.group(2), m.group(1) or "o0", time.monotonic() - started) if m else None
+
+
+def bisected(text, where):
+    """(what the bisection names, whether that is the right place)."""
+    rewrite = re.search(r'^rewrite: number \d+, "(.*?)"', text, re.M)
+    run = re.search(r"^pass: run \d+, pass \d+ '(.*?)'", text, re.M)
+    names = (rewrite.group(1) if rewrite else "") + (" in '%s'" % run.group(1) if run else "")
+    of_pass = rewrite and rewrite.group(1).startswith(PASSES)
+    if where == "simplifier":
+        return names or "nothing", bool(rewrite) and not of_pass
+    return names or "nothing", where in names
+
+
+def judge_fault(shop, name, patch):
+    with open(patch) as f:
+        text = f.read()
+    what, where = (re.search("^%s: (.*)" % k, text, re.M).group(1) for k in ("What", "Where"))
+    row = {"fault": name, "what": what, "caught by": [], "seconds": None, "bisected to": "", "right": False, "lines": None,
+           "reduction seconds": None}
+    refused = shop.plant(patch)
+    if refused:
+        row["error"] = "the patch does not apply: " + refused.strip().splitlines()[0]
+        return row
+    broken = shop.ninja("qlopt")
+    if broken:
+        row["error"] = "does not build: " + broken
+        return row
+    os.environ["QL_QLOPT"] = os.path.join(shop.build, "qlopt")
+    judge = stages.Judge(shop.args.build, 5)
+    judge.patience = 20
+    started = time.monotonic()
+    tests, drawn = failing_programs(shop, judge)
+    spent = time.monotonic() - started
+    if tests:
+        row["caught by"].append("%d C programs" % len(tests))
+    if drawn:
+        row["caught by"].append("%d of %d random programs" % (len(drawn), RANDOM))
+    row["seconds"] = round(spent, 1) if tests or drawn else None
+    if shop.args.oracle:
+        started = time.monotonic()
+        found = oracle(shop)
+        if found:
+            row["caught by"].append("oracle " + found)
+            row["seconds"] = row["seconds"] or round(spent + time.monotonic() - started, 1)
+    candidates = [(os.path.getsize(p), p, f.config) for p, f in tests + drawn]
+    if not candidates:
+        got = hunt(shop, name)
+        if got:
+            row["caught by"].append("fuzz")
+            row["seconds"] = row["seconds"] or round(spent + got[2], 1)
+            candidates = [(0, got[0], got[1])]
+    if candidates:
+        _, path, config = min(candidates)
+        row["program"] = path
+        text = call(shop, "bisectrun.py", path, "--matrix", config, timeout=300)
+        row["bisected to"], row["right"] = bisected(text, where)
+        small = os.path.join(shop.place, name + ".c")
+        if os.path.exists(small):
+            os.unlink(small)
+        started = time.monotonic()
+        log = call(shop, "reducerun.py", path, "--matrix", config, "--minutes", str(shop.args.reduce_minutes), "-o", small,
+                   timeout=60 * shop.args.reduce_minutes + 300)
+        row["reduction seconds"] = round(time.monotonic() - started, 1)
+        with open(small[:-2] + ".log", "w") as f:
+            f.write(text + log)
+        if os.path.exists(small):
+            with open(small) as f:
+                row["lines"] = sum(1 for l in f if l.strip())
+    return row
+
+
+def show(row):
+    if "error" in row:
+        return "%-28s %s" % (row["fault"], row["error"])
+    return "%-28s %-52s %6s s  %-4s %-60s %4s lines, %s s" % (
+        row["fault"], ", ".join(row["caught by"]) or "NOT CAUGHT", row["seconds"], "yes" if row["right"] else "NO",
+        row["bisected to"][:60], row["lines"], row["reduction seconds"])
+
+
+def main():
+    ap = argparse.ArgumentParser(prog="./ql faults", description="Plants faults and tells which judge catches them.")
+    ap.add_argument("--build", required=True, help=argparse.SUPPRESS)
+    ap.add_argument("--fuzz-minutes", type=float, default=5, help="for a fault that the fast tests miss (5)")
+    ap.add_argument("--reduce-minutes", type=float, default=5, help="for each reduction (5)")
+    ap.add_argument("--no-oracle", dest="oracle", action="store_false", help="leave the rewrite oracle out")
+    ap.add_argument("--patches", default=os.path.join(ROOT, "tests", "judges", "faults"), metavar="FOLDER")
+    ap.add_argument("--jobs", type=int, default=int(os.environ.get("QL_JOBS", os.cpu_count())))
+    ap.add_argument("names", nargs="*", metavar="FAULT", help="patches by name; all otherwise")
+    args = ap.parse_args()
+    args.build = os.path.abspath(args.build)
+    names = args.names or sorted(n[:-6] for n in os.listdir(args.patches) if n.endswith(".patch"))
+    shop = Workshop(args)
+    shop.programs(stages.Judge(args.build, 5))
+    progress = Progress(len(names))
+    rows = []
+    for name in names:
+        shop.copy_sources()
+        row = judge_fault(shop, name, os.path.abspath(os.path.join(args.patches, name + ".patch")))
+        rows.append(row)
+        good = "error" not in row and row["caught by"]
+        progress.step(not good)
+        progress.say(show(row))
+    shop.copy_sources()
+    progress.clear()
+    with open(os.path.join(shop.place, "faults.json"), "w") as f:
+        json.dump(rows, f, indent=1)
+    caught = sum(bool(r["caught by"]) for r in rows)
+    right = sum(r["right"] for r in rows)
+    short = sum(r["lines"] is not None and r["lines"] < 25 for r in rows)
+    print("%d faults in %s: %d caught, %d bisected to the right place, %d reduced to less than 25 lines" %
+          (len(rows), clock(time.monotonic() - progress.start), caught, right, short))
+    sys.exit(0 if caught == len(rows) else 1)
+
+
+if __name__ == "__main__":
+    main()
