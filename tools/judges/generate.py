@@ -155,6 +155,10 @@ class Scope:
         self.spent[0] += cost * self.times
 
 
+class Constants(Scope):
+    """A scope in which only constants are read."""
+
+
 class Program:
     def __init__(self, seed, size):
         self.rnd = Random(seed)
@@ -211,6 +215,8 @@ class Program:
     def read(self, scope, want=None):
         """Some place that can be read, as an expression; a constant where there is none."""
         r = self.rnd
+        if isinstance(scope, Constants):
+            return self.float_constant(want) if want in FLOATS else self.constant(want or r.pick(["s32", "u32", "s64", "u64"]))
         scalars, shared = self.shared(scope)
         places = [v for v in scope.variables + scalars if not want or v.t == want]
         arrays = [a for a in scope.arrays + shared if not want or a.t == want]
@@ -280,7 +286,7 @@ class Program:
             e = self.read(scope, want if want and r.chance(60) else None)
             return e if not (integer and e.t in FLOATS) else self.constant(want or "s32")
         kind = r.weighted([(34, "arithmetic"), (12, "bits"), (9, "shift"), (7, "divide"), (10, "compare"), (5, "logical"),
-                           (6, "choice"), (7, "unary"), (8, "cast"), (6, "float"), (6, "call"), (5, "minmax"), (4, "idiom")])
+                           (6, "choice"), (7, "unary"), (8, "cast"), (6, "float"), (6, "call"), (5, "minmax"), (4, "idiom"), (4, "constants")])
         if kind == "float" and integer:
             kind = "arithmetic"
         return getattr(self, "e_" + kind)(scope, depth, want)
@@ -316,6 +322,11 @@ class Program:
         unsigned = "u" + t[1:]
         e = E("((%s)%s %s (%s)%s)" % (c_type(unsigned), a.text, op, c_type(unsigned), b.text), unsigned)
         return e if self.rnd.chance(40) else E("(%s)%s" % (c_type(t), e.text), t)
+
+    def e_constants(self, scope, depth, want):
+        """What can be computed before the program runs."""
+        return getattr(self, self.rnd.pick(["e_arithmetic", "e_bits", "e_shift", "e_divide", "e_compare", "e_compare", "e_cast",
+                                            "e_unary", "e_choice"]))(Constants(scope), 1, want)
 
     def e_bits(self, scope, depth, want):
         r = self.rnd
@@ -701,6 +712,12 @@ class Program:
             return self.s_store(scope, depth)
         r = self.rnd
         a, b = r.pick(places), r.pick(places)
+        if r.chance(25):
+            # nothing depends on it: what is left is the effect
+            test = "%s %s %s" % (a.text, r.pick(["+=", "^=", "-=", "="]), self.integer(Scope(scope), 1).text)
+            return r.pick([["if (%s) ;" % test], ["if (!(%s)) {" % test, "}"], ["if ((%s) > 3) { } else ;" % test],
+                           ["switch (%s) {" % test, "}"],
+                           ["switch (%s) {" % test, "default:"] + indent(self.s_store(scope, 0)) + ["}"]])
         return ["if ((%s %s %s) %s (%s += %s) %s %s)" % (
             a.text, r.pick(["+=", "^=", "-="]), self.constant("s32").text, r.pick(["&&", "||"]), b.text,
             self.constant("s32").text, r.pick(["!=", "<", ">"]), self.constant("s32", 0).text)] + \
