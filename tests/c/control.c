@@ -117,6 +117,15 @@ static void dropped(int a, int b) {
     a || side(b);
     a ? side(1) : (void)0, b ? (side(2), side(3)) : side(4);
     (void)(a && (b || side(5)) && side(6));
+    // tested for nothing
+    if (side(7)) {}
+    if (side(a) > 3) {
+    } else {
+    }
+    switch (side(b)) { default:; }
+    switch (side(a)) {}
+    if (a += side(1)) {}
+    calls += (unsigned)a;
 }
 
 static int machine(const char *p) {

@@ -1,15 +1,13 @@
 #!/usr/bin/env python3
 """./ql faults: how good the judges are, shown on planted faults.
 
-Each patch of tests/judges/faults breaks one thing in qlopt: a guard, an edge, a shift count. One after another they go
-into a copy of the sources; qlopt is built from it and judged: by the C programs of the tests and 200 random programs,
+Each patch of tests/judges/faults breaks one thing in qlopt: a guard, an edge, a shift count. One after another they are
+compiled from a copy of the source and linked with the rest of the build folder; what comes out is judged: by the C programs of the tests and 200 random programs,
 each at two levels, by the rewrite oracle, and when no program shows the fault, by ./ql fuzz. The smallest program that
 fails is bisected and reduced. A patch begins with two lines: "What:" is wrong, and "Where:" the bisection must end, a
 pass's name or "simplifier".
-
-Of the judges only qlopt and the oracle are built anew; companions come from the build folder.
 """
-import argparse, json, os, pickle, re, shutil, subprocess, sys, tempfile, time
+import argparse, json, os, pickle, re, shlex, shutil, subprocess, sys, tempfile, time
 
 from progress import Progress, clock, spread
 import generate, stages
@@ -23,44 +21,59 @@ PASSES = ("simpcfg", "stackshare", "symexplode", "csu_temp", "tailcall")
 
 
 class Workshop:
-    """The copy of the sources, its build folder, and programs that are parsed once for all faults."""
+    """Programs of the build folder with broken objects linked in; C programs that are parsed once for all faults."""
 
     def __init__(self, args):
         self.args = args
         self.place = os.path.join(os.path.abspath(args.build), "faults")
-        self.tree, self.build = os.path.join(self.place, "tree"), os.path.join(self.place, "build")
-        os.makedirs(self.place, exist_ok=True)
-        self.copy_sources()
-        if not os.path.exists(os.path.join(self.build, "build.ninja")):
-            self.must(["cmake", "-G", "Ninja", "-B", self.build, "-S", self.tree, "-DCMAKE_BUILD_TYPE=RelWithDebInfo"])
+        self.bin, self.objects = os.path.join(self.place, "bin"), []
+        os.makedirs(self.bin, exist_ok=True)
         self.corpus = None
 
-    def must(self, command, **more):
-        p = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace", **more)
-        if p.returncode:
-            raise SystemExit("%s:\n%s" % (" ".join(command), p.stdout[-2000:]))
-
-    def copy_sources(self):
-        """Files that differ, so that a build does again only what it must."""
-        names = subprocess.run(["git", "ls-files", "-co", "--exclude-standard", "-z"], cwd=ROOT, stdout=subprocess.PIPE,
-                               check=True).stdout.decode().split("\0")
-        for name in names:
-            source, target = os.path.join(ROOT, name), os.path.join(self.tree, name)
-            if name and os.path.isfile(source) and not same(source, target):
-                os.makedirs(os.path.dirname(target), exist_ok=True)
-                shutil.copyfile(source, target)
-
-    def ninja(self, *targets):
-        p = subprocess.run(["ninja", "-C", self.build, "-j", str(self.args.jobs)] + list(targets), stdout=subprocess.PIPE,
-                           stderr=subprocess.STDOUT, text=True, errors="replace")
-        return None if p.returncode == 0 else p.stdout[-1500:]
+    def commands(self, target):
+        p = subprocess.run(["ninja", "-C", self.args.build, "-t", "commands", target], stdout=subprocess.PIPE, text=True)
+        return p.stdout.splitlines()
 
     def plant(self, patch):
+        """Compiles what the patch changes, sources only, from a copy; the complaint when that fails."""
+        copy = os.path.join(self.place, "sources")
+        shutil.rmtree(copy, ignore_errors=True)
+        with open(patch) as f:
+            files = re.findall(r"^\+\+\+ b/(\S+\.cpp)$", f.read(), re.M)
+        for name in files:
+            os.makedirs(os.path.dirname(os.path.join(copy, name)), exist_ok=True)
+            shutil.copyfile(os.path.join(ROOT, name), os.path.join(copy, name))
         # no repository above counts: the copy is no part of one
         env = dict(os.environ, GIT_CEILING_DIRECTORIES=self.place)
-        p = subprocess.run(["git", "apply", "-C1", "--recount", patch], cwd=self.tree, env=env, stdout=subprocess.PIPE,
+        p = subprocess.run(["git", "apply", "-C1", "--recount", patch], cwd=copy, env=env, stdout=subprocess.PIPE,
                            stderr=subprocess.STDOUT, text=True)
-        return None if p.returncode == 0 else p.stdout
+        if p.returncode or not files:
+            return "the patch does not apply: " + (p.stdout.strip().splitlines() or ["it changes no source"])[0]
+        self.objects = []
+        compiles = self.commands("qlopt")
+        for name in files:
+            source, out = os.path.join(copy, name), os.path.join(copy, name + ".o")
+            line = next((l for l in compiles if l.endswith("-c " + os.path.join(ROOT, name))), None)
+            if not line:
+                return "qlopt has no part " + name
+            words = shlex.split(line.replace(os.path.join(ROOT, name), source))
+            for option in ("-o", "-MF"):
+                words[words.index(option) + 1] = out if option == "-o" else out + ".d"
+            p = subprocess.run(words, cwd=self.args.build, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+            if p.returncode:
+                return "does not compile: " + p.stdout[-1500:]
+            self.objects.append(out)
+        return self.link("qlopt", "qlopt")
+
+    def link(self, target, name):
+        """Links a program of the build folder with the broken objects in front of the libraries."""
+        line = self.commands(target)[-1].removeprefix(": && ").removesuffix(" && :")
+        words = shlex.split(line)
+        words[words.index("-o") + 1] = os.path.join(self.bin, name)
+        at = next(i for i, w in enumerate(words) if w.endswith(".a"))
+        p = subprocess.run(words[:at] + self.objects + words[at:], cwd=self.args.build, stdout=subprocess.PIPE,
+                           stderr=subprocess.STDOUT, text=True)
+        return "does not link: " + p.stdout[-1500:] if p.returncode else None
 
     def programs(self, judge):
         """(path, base) of the tests' programs and the random ones; made once, kept in the build folder."""
@@ -100,14 +113,6 @@ class Workshop:
         return self.corpus
 
 
-def same(a, b):
-    try:
-        with open(a, "rb") as f, open(b, "rb") as g:
-            return f.read() == g.read()
-    except OSError:
-        return False
-
-
 def failing_programs(shop, judge):
     """(tests' programs, random programs) that fail, with their first finding."""
 
@@ -129,15 +134,14 @@ def failing_programs(shop, judge):
 
 def oracle(shop):
     """What the oracle's programs find, as their names; "" when nothing."""
-    broken = shop.ninja(*["oracle_" + n for n in ORACLE])
-    if broken:
-        return "the oracle does not build"
     found = []
     for name in ORACLE:
         more = ["--effort=0.25"] if name in ("whole_trees", "value_queries") else []
+        if shop.link("tests/oracle/oracle_" + name, "oracle"):
+            return name + " does not link"
         try:
-            p = subprocess.run([os.path.join(shop.build, "tests", "oracle", "oracle_" + name)] + more,
-                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=300)
+            p = subprocess.run([os.path.join(shop.bin, "oracle")] + more, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                               timeout=300)
             failed = p.returncode
         except subprocess.TimeoutExpired:
             failed = 1
@@ -147,7 +151,7 @@ def oracle(shop):
 
 
 def call(shop, tool, *arguments, timeout=900):
-    env = dict(os.environ, QL_QLOPT=os.path.join(shop.build, "qlopt"), QL_JOBS=str(shop.args.jobs))
+    env = dict(os.environ, QL_QLOPT=os.path.join(shop.bin, "qlopt"), QL_JOBS=str(shop.args.jobs))
     try:
         p = subprocess.run([sys.executable, os.path.join(HERE, tool), "--build", shop.args.build] + list(arguments), env=env,
                            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace", timeout=timeout)
@@ -184,15 +188,11 @@ def judge_fault(shop, name, patch):
     what, where = (re.search("^%s: (.*)" % k, text, re.M).group(1) for k in ("What", "Where"))
     row = {"fault": name, "what": what, "caught by": [], "seconds": None, "bisected to": "", "right": False, "lines": None,
            "reduction seconds": None}
-    refused = shop.plant(patch)
-    if refused:
-        row["error"] = "the patch does not apply: " + refused.strip().splitlines()[0]
-        return row
-    broken = shop.ninja("qlopt")
+    broken = shop.plant(patch)
     if broken:
-        row["error"] = "does not build: " + broken
+        row["error"] = broken
         return row
-    os.environ["QL_QLOPT"] = os.path.join(shop.build, "qlopt")
+    os.environ["QL_QLOPT"] = os.path.join(shop.bin, "qlopt")
     judge = stages.Judge(shop.args.build, 5)
     judge.patience = 20
     started = time.monotonic()
@@ -261,13 +261,11 @@ def main():
     progress = Progress(len(names))
     rows = []
     for name in names:
-        shop.copy_sources()
         row = judge_fault(shop, name, os.path.abspath(os.path.join(args.patches, name + ".patch")))
         rows.append(row)
         good = "error" not in row and row["caught by"]
         progress.step(not good)
         progress.say(show(row))
-    shop.copy_sources()
     progress.clear()
     with open(os.path.join(shop.place, "faults.json"), "w") as f:
         json.dump(rows, f, indent=1)

@@ -703,12 +703,16 @@ class Program:
         f, v = self.rnd.pick(candidates), self.rnd.pick(places)
         scope.charge(f.cost)
         args = [self.integer(scope, 1).text for _ in f.parameters]
-        return ["%s %s %s(%s);" % (v.text, self.rnd.pick(["=", "^=", "="]), f.name, ", ".join(args))]
+        call = "%s(%s)" % (f.name, ", ".join(args))
+        if self.rnd.chance(15):
+            return [self.rnd.pick(["if (%s) ;", "switch (%s) { }", "if (%s > 2) { } else ;", "(void)%s;"]) % call]
+        return ["%s %s %s;" % (v.text, self.rnd.pick(["=", "^=", "="]), call)]
 
     def s_condition(self, scope, depth):
         """Short circuits with effects: C orders them."""
-        places = [v for v in scope.variables if v.writable and v.t in ("u8", "u16", "u32", "u64")]
-        if len(places) < 2 or any((v.lo, v.hi) != span(v.t) for v in places):
+        places = [v for v in scope.variables + self.shared(scope)[0] if v.writable and v.t in ("u8", "u16", "u32", "u64") and
+                  (v.lo, v.hi) == span(v.t)]
+        if not places:
             return self.s_store(scope, depth)
         r = self.rnd
         a, b = r.pick(places), r.pick(places)
