@@ -203,7 +203,7 @@ def judge_fault(shop, name, patch):
     if drawn:
         row["caught by"].append("%d of %d random programs" % (len(drawn), RANDOM))
     row["seconds"] = round(spent, 1) if tests or drawn else None
-    if shop.args.oracle:
+    if shop.args.oracle and where == "simplifier":
         started = time.monotonic()
         found = oracle(shop)
         if found:
