@@ -717,17 +717,30 @@ constexpr RULE_FN plus_rules[] = {
 
 } // namespace
 
+namespace {
+
+// The result of a sum's rules: an inner level of the other sign may be the top now, which a wider reader would extend
+// by its own sign.
+NODE *sum_in_type(TYPE *type, NODE *n, struct LOOP *loop) {
+    bool unlike = is_int_type(type) && is_int_type(n->type) && n->type->size == type->size &&
+                  n->type->is_unsigned() != type->is_unsigned();
+    return unlike ? in_type(type, n, loop) : n;
+}
+
+} // namespace
+
 NODE *simp_PLUS(NODE *n, struct LOOP *loop) {
     if (!is_ring_type(n->type)) return n;
+    TYPE *type = n->type;
     for (;;) {
         switch (try_rules(assoc_rules, n, loop)) {
         case AGAIN: continue;
-        case DONE: return n;
+        case DONE: return sum_in_type(type, n, loop);
         case NO_STEP: break;
         }
         switch (try_rules(plus_rules, n, loop)) {
         case AGAIN: continue;
-        default: return n;
+        default: return sum_in_type(type, n, loop);
         }
     }
 }
@@ -880,9 +893,10 @@ constexpr RULE_FN minus_rules[] = {
 
 NODE *simp_MINUS(NODE *n, struct LOOP *loop) {
     if (!is_ring_type(n->type) || n->left->type->is_fltpt() || n->right->type->is_fltpt()) return n;
+    TYPE *type = n->type;
     while (try_rules(minus_rules, n, loop) == AGAIN)
         ;
-    return n;
+    return sum_in_type(type, n, loop);
 }
 
 // ---------------------------------------------------------------------------------------------------------

@@ -163,7 +163,7 @@ const std::vector<oracle_row> of_quotients = {
     {"x % -y",                       "x % -y", T_SIGNED},
     {"(x * y) / y"}, {"(x * c) / (y * c)"}, {"(x * 6) / 4"}, {"(x * 6 + 8) / 2"},
     {"((i32)x * 6) / 4",             nullptr, T_I16},
-    {"((i32)x * 6) / 3",             "(x * c) / d", T_I16},
+    {"((i32)x * 6) / 3",             "(u * c) / (w * c)", T_I16},
     {"-((i32)x * 6) / 3",            nullptr, T_I16},
     {"(x * c) / d"}, {"-(x * c) / d"},
     {"(u64)x / 9000000000@u64", "d out of reach", T_U32}, {"(i64)x / 3000000000@i64", "d out of reach", T_I32},
@@ -176,6 +176,23 @@ const std::vector<oracle_row> of_quotients = {
     {"(x % c) % c"}, {"(x % 7) % 7", "(x % c) % c"},
     {"(x & 7) % 10",                 "|x| < |c|"},
     {"((x % 7) + 9) % 7"}, {"((x % c) + d) % c"}, {"(((x & 15) % 7) + 9) % 7", "((x % c) + d) % c"},
+};
+
+const std::vector<oracle_row> of_both_signs = {
+    {"(i64)((i32)(x@u32 * 5 + y@u32) - (i32)x@u32 * 2)", "a + u*f1", T_I32},
+    {"(i64)((i32)(x@u32 * 5 + y@u32) + x@i32)", nullptr, T_I32},
+    {"(i64)((i32)(x@u32 + y@u32 * 3) + z@i32 * 3)", nullptr, T_I32},
+    {"(i64)((i32)(x@u32 + y@u32 * 3 + w@u32 * 2) + z@i32 * 3)", nullptr, T_I32},
+    {"(i64)((i32)(x@u32 + y@u32 * z@u32) + x@i32 * (i32)z@u32)", nullptr, T_I32},
+    {"(i64)((i32)(x@u32 - y@u32) + y@i32)", nullptr, T_I32},
+    {"(i64)((i32)((x@u32 + 5) * 3) + y@i32 - 7)", nullptr, T_I32},
+    {"(i64)((i32)(x@u32 & 4294901760) | (x@i32 & 65535))", nullptr, T_I32},
+    {"(i64)((i32)(x@u32 ^ y@u32) ^ (i32)y@u32)", nullptr, T_I32},
+    {"(i64)(-((i32)(x@u32 - y@u32)))", nullptr, T_I32},
+    {"(i64)((i32)(x@u32 << 3) >> 3)", nullptr, T_I32},
+    {"(i64)((i32)(x@u32 / 3) / 5)", nullptr, T_I32},
+    {"(i64)((u32)(x@i32 * 5 + y@i32) - (u32)x@i32 * 2)", nullptr, T_I32},
+    {"(i64)((i32)(x@u32 * 5 - y@u32) + (i32)(y@u32 * 3))", nullptr, T_I32},
 };
 
 const std::vector<oracle_row> of_shifts = {
@@ -192,7 +209,7 @@ const std::vector<oracle_row> of_shifts = {
     {"(x & c) >> k",                 "(x & c) >> k"},
     {"(x | c) >> k"}, {"(x ^ c) >> k"},
     {"(x + c) << k"}, {"(x - c) << k"}, {"(x & c) << k", "(x op c) << k"}, {"(x + 3) << 2", "(x op c) << k"},
-    {"(x & 7) << 2",                 "x << k -> x * 2^k", T_WIDE},
+    {"(T)(x@u8) << 2",               "x << k -> x * 2^k", T_WIDE},
     {"x << k"}, {"x >> n"}, {"x << n"}, {"(x << 24) >> 24", nullptr, T_I32},
 };
 
@@ -223,5 +240,6 @@ TEST(rows_arith, chains) { run_rows(of_chains); }
 TEST(rows_arith, sums) { run_rows(of_sums); }
 TEST(rows_arith, products) { run_rows(of_products); }
 TEST(rows_arith, quotients) { run_rows(of_quotients); }
+TEST(rows_arith, sums_of_both_signs) { run_rows(of_both_signs, 4); }
 TEST(rows_arith, shifts) { run_rows(of_shifts); }
 TEST(rows_arith, effects) { run_rows(of_effects); }

@@ -29,6 +29,7 @@ const char *const values[] = {
     "(T)(x@u8)", "(T)(x@i8)", "(T)(x@u16)", "(T)(x@i16)", "(T)(x@u64)", "(T)(x@i64)", "(T)(x@bool)", "(T)(U)x", "(T)(S)x", "(T)(W)x", "(T)(H)x", "(T)(bool)x", "(T)((W)x + (W)y)", "(T)((W)x * c@i8)",
     "(T)((H)x + (H)y)", "(T)(x@u8) & c", "(T)((u8)x)", "(T)((i8)x + (i8)c)", "(T)(u16)(x + y)", "(T)(H)(x + c)", "(T)(H)(x * c + y)", "(T)(H)(x >> k)", "(T)(i16)(x & c)", "(T)(U)(x % c)",
     "(T)(x@u8) * (T)(y@u8)", "(T)(x@i8) << k", "(T)(x@u16) >> k", "(T)(x@i8) / c", "(T)(x@u8) % c", "(T)-(U)x", "(T)~(U)x", "(T)(W)-x", "(T)((W)x >> k)", "(T)((W)(U)x * (W)(U)y >> k)",
+    "(W)((T)((U)x * c + (U)y) - x * d)", "(W)((T)((U)x + (U)y) + x)", "(W)((T)((U)x * c) * d)", "(W)((T)((U)x & c) | (y & d))", "(W)((T)((U)x ^ (U)y) ^ y)", "(W)((T)((U)x << k) + (x << l))", "(W)-((T)((U)x - (U)y))", "(W)((T)(x ? (U)y : c) + d)",
     "(T)(f32)x", "(T)(x@enum)", "(T)((H)x & (H)c)", "(T)((i32)x + c@i32)", "(T)((i32)x - (i32)y)",
     // conditionals
     "x < 0 ? -x : x", "x > 0 ? x : -x", "x < y ? x : y", "x > y ? x : y", "x <= y ? y : x", "x >= c ? c : x", "x ? 1 : 0", "x ? 0 : 1", "x ? c : c", "x < c ? d : e", "x >= 0 ? x : 0", "x < 0 ? 0 : x",
