@@ -557,6 +557,10 @@ bool tree_is_ivalue(const NODE *n, INT65 value, struct LOOP *loop) {
 }
 
 bool tree_is_zero(const NODE *n, struct LOOP *loop) {
+    if (n->type && n->type->is_ptr()) {
+        n = strip_pointer_wrappers(n);
+        if (!is_integer(n->type) || bits_of(n->type) > 32) return false;
+    }
     if (!is_integer(n->type)) return false;
     if (tree_is_ivalue(n, INT65(0), loop)) return true;
     return n->op == MINUS && trees_are_congruent(n->left, n->right);
@@ -574,6 +578,15 @@ bool keeps_bits(const NODE *n, const NODE *operand) {
     return is_integer(n->type) && is_integer(operand->type) && n->type->size >= operand->type->size;
 }
 
+// Whether unlike operands are unlike in the operator's type too: -1 of a short and 65535 of an unsigned short are not.
+bool differ_in_type(const NODE *n, struct LOOP *loop) {
+    const NODE *a = n->left, *b = n->right;
+    return is_integer(n->type) && is_integer(a->type) && is_integer(b->type) &&
+           a->type->size == n->type->size && b->type->size == n->type->size &&
+           (n->type->size >= 32 || a->type->is_unsigned() == b->type->is_unsigned()) &&
+           tree_values_are_not_equal(a, b, loop);
+}
+
 bool structure_is_non_zero(const NODE *n, struct LOOP *loop) {
     auto part = [loop](const NODE *p) { return tree_is_non_zero(p, loop); };
     switch (n->op) {
@@ -586,9 +599,7 @@ bool structure_is_non_zero(const NODE *n, struct LOOP *loop) {
     case SCONV: return (n->type->is_bool() || keeps_bits(n, n->left)) && part(n->left);
     case ORB: return (keeps_bits(n, n->left) && part(n->left)) || (keeps_bits(n, n->right) && part(n->right));
     case MINUS:
-    case XORB:
-        return keeps_bits(n, n->left) && keeps_bits(n, n->right) && n->left->type->size == n->type->size &&
-               n->right->type->size == n->type->size && tree_values_are_not_equal(n->left, n->right, loop);
+    case XORB: return differ_in_type(n, loop);
     case QUEST:
         return n->right->op == COLON && keeps_bits(n, n->right->left) && keeps_bits(n, n->right->right) &&
                part(n->right->left) && part(n->right->right);
