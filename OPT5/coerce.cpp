@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "OPT5/bbutils.h"
+#include "OPT5/congruent.h"
 #include "OPT5/flags.h"
 #include "OPT5/fold.h"
 #include "OPT5/icternary.h"
@@ -337,6 +338,16 @@ bool widens_idly(const NODE *n) {
     return !t->is_unsigned() && t->size <= tp->int_type()->size;
 }
 
+// (int)e  ->  e                   e a variable of an enum that int holds; it is then read as the enum's integer type
+bool read_enum_as_integer(NODE *n) {
+    NODE *x = n->left;
+    if (x->op != NAME || !x->type->is_enum() || x->type->is_volatile() || !n->type->is_int()) return false;
+    TYPE *underlying = normalized_underlying_type(x->type);
+    if (!holds_all_values(n->type, underlying) || !RULE("SCONV: (int)e -> e, e an enum")) return false;
+    x->type = underlying;
+    return true;
+}
+
 // (t)x  ->  x                     x is 0 or 1, t of the sign of s and not wider than its promotion
 bool is_truth_value(const NODE *n) {
     const TYPE *t = n->type, *s = n->left->type;
@@ -451,6 +462,7 @@ bool constant_converts(NODE *n) {
 // Ends because each turn removes a conversion, moves one down, or makes a constant smaller.
 NODE *simp_SCONV(NODE *n, struct LOOP *loop) {
     if (!n->left || !n->left->type || n->type->is_vector() || n->left->type->is_vector()) return n;
+    if (is_unresolved_mix(n->left) && RULE("CONV: (T)mix -> mix")) return drop_conversion(n, true);
     for (bool masked = false;;) {
         drop_pointer_between(n);
         if (n->type->is_enum()) n->type = normalized_underlying_type(n->type);
@@ -472,6 +484,7 @@ NODE *simp_SCONV(NODE *n, struct LOOP *loop) {
         }
         if (simplify_in_place(n, loop)) continue;
         if (NODE *pushed = push_sign_change(n, loop)) return pushed;
+        if (read_enum_as_integer(n)) return drop_conversion(n, false);
         return conversion_is_idle(n, loop) ? drop_conversion(n, false) : n;
     }
 }
@@ -544,6 +557,7 @@ bool drop_inner_pointer_conversion(NODE *n) {
 NODE *simp_PCONV(NODE *n, struct LOOP *loop) {
     if (!n->left || !n->left->type || !n->type->is_ptr() || !n->left->type->is_scalar()) return n;
     bool is_plain = n->op == PCONV;
+    if (is_unresolved_mix(n->left) && RULE("PCONV: (T *)mix -> mix")) return drop_conversion(n, true);
     do {
         if (compatible_types(n->type, n->left->type, true) ||
             (is_plain && n->left->type->is_ptr() && pointer_conversion_is_idle(n, loop)))

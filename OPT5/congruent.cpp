@@ -13,6 +13,10 @@
 
 unsigned congruence_cap_hits;
 
+bool is_unresolved_mix(const NODE *n) {
+    return n->op == MIXVALUE && (n->u.rval == nullptr || n->u.rval == reinterpret_cast<void *>(1));
+}
+
 namespace {
 
 // What two nodes with matching roots still need.
@@ -42,10 +46,6 @@ const NODE *strip_transparent(const NODE *n) {
         default: return n;
         }
     }
-}
-
-bool is_unresolved_mix(const NODE *n) {
-    return n->op == MIXVALUE && (n->u.rval == nullptr || n->u.rval == reinterpret_cast<void *>(1));
 }
 
 bool is_volatile(const NODE *n) { return n->type && n->type->is_volatile(); }

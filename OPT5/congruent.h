@@ -14,6 +14,8 @@
 
 #include "OPT5/fwd.h"
 
+// A value of which nothing is known, not even whether it is that of another such leaf.
+bool is_unresolved_mix(const NODE *n);
 bool trees_are_congruent(const NODE *a, const NODE *b, bool se_ok = false);
 inline bool trees_are_congruent_se_ok(const NODE *a, const NODE *b) {
     return trees_are_congruent(a, b, true);

@@ -474,7 +474,8 @@ NODE *fold_identity(NODE *n) {
     }
     // (x op c1) op c2: the simplifier joins the constants
     bool joins = n->left->op == n->op && n->left->right && n->left->right->op == ICON;
-    return joins && op_is_commutative(n->op) ? simp_node(n, nullptr) : n;
+    bool is_kept = op_is_commutative(n->op) || n->op == MINUS || n->op == SRL;
+    return joins && is_kept ? simp_node(n, nullptr) : n;
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "OPT5/aliasloop.h"
 #include "OPT5/bbutils.h"
 #include "OPT5/bif.h"
 #include "OPT5/coerce.h"
@@ -121,7 +122,8 @@ NODE *make_boolean(NODE *tree, struct LOOP *loop) {
         become_ICON(tree, INT65(truth ? 1 : 0), tp->int_type());
         return tree;
     }
-    return returns_1_or_0(tree) ? tree : simp_relop(mk_zero_test(false, tree), loop);
+    return returns_1_or_0(tree) || is_unresolved_mix(tree) ? tree
+                                                           : simp_relop(mk_zero_test(false, tree), loop);
 }
 
 NODE *invert_boolean_tree(NODE *tree) {
@@ -583,6 +585,19 @@ int only_bit(const NODE *n) {
     return bits.is_power_of_2() ? bits.log2() : -1;
 }
 
+// Whether b may run once a has run: as they stand, or in the form in which addresses are compared best.
+bool may_always_run(const NODE *a, const NODE *b, struct LOOP *loop) {
+    if (strict_expr_allows_strict_expr(a, b, loop)) return true;
+    bool changed[4];
+    NODE *first = expand_and_raise_expr(copy_tree(a), changed[0], changed[1]);
+    NODE *second = expand_and_raise_expr(copy_tree(b), changed[2], changed[3]);
+    bool any = changed[0] || changed[1] || changed[2] || changed[3];
+    bool allowed = any && strict_expr_allows_strict_expr(first, second, loop);
+    erase_tree(first);
+    erase_tree(second);
+    return allowed;
+}
+
 NODE *shifted_down(NODE *n, int by, struct LOOP *loop) {
     if (by == 0) return n;
     TYPE *type = promoted_type(tp->remove_known_qual(n->type, 255));
@@ -607,8 +622,7 @@ NODE *simp_ANDOR_ANDOR(NODE *node, struct LOOP *loop) {
         if (bit_b > bit_a && bit_b == int(b->type->size) - 1 && !b->type->is_unsigned()) return node;
         if (a->type->size > 32 || b->type->size > 32) return node;
     }
-    if (andor_andor_height(b, 0, a) > GREATEST_HEIGHT || !strict_expr_allows_strict_expr(a, b, loop))
-        return node;
+    if (andor_andor_height(b, 0, a) > GREATEST_HEIGHT || !may_always_run(a, b, loop)) return node;
     TYPE *type = node->type;
     LS *scope = node->scope;
     if (node->op == OROR) {
@@ -624,8 +638,13 @@ NODE *simp_ANDOR_ANDOR(NODE *node, struct LOOP *loop) {
     node->left = node->right = nullptr;
     erase_node(node);
     int low = std::min(bit_a, bit_b);
-    a = shifted_down(a, bit_a - low, loop);
-    b = shifted_down(b, bit_b - low, loop);
+    if (low == 0) {
+        find_or_make_safe_for_ANDB(a, true);
+        find_or_make_safe_for_ANDB(b, true);
+    } else {
+        a = shifted_down(a, bit_a - low, loop);
+        b = shifted_down(b, bit_b - low, loop);
+    }
     TYPE *wide = combined_type(a, b);
     NODE *joined =
         simp_node(maketree(ANDB, as_type(wide, a, loop), as_type(wide, b, loop), wide, scope), loop);

@@ -270,6 +270,31 @@ NODE *relop_one_bit(NODE *test, struct LOOP *) {
     return RULE("relop: (a & 2^k) == 2^k -> (a & 2^k) != 0") ? as_zero_test(test, test->op == NEQ) : nullptr;
 }
 
+bool is_value_without_effects(const NODE *n) {
+    return is_integer_type(n->type) && !boolean_result[n->op] && !is_ICON(n) && !tree_has_side_effects(n);
+}
+
+// b == t  ->  (b == 1) & t, (b == 0) & !t     t a test, b a value that is never 0, never 1; b != t the inverse of that
+NODE *relop_value_with_test(NODE *test, struct LOOP *loop) {
+    if (!is_equality_test(test->op)) return nullptr;
+    bool on_the_right = tree_is_trivially_invertible(test->right);
+    NODE *&b = on_the_right ? test->left : test->right, *&t = on_the_right ? test->right : test->left;
+    if (!tree_is_trivially_invertible(t) || !is_value_without_effects(b) || tree_has_side_effects(t))
+        return nullptr;
+    bool never_0 = tree_is_not_ivalue(b, INT65(0), loop), never_1 = tree_is_not_ivalue(b, INT65(1), loop);
+    if (never_0 == never_1) return nullptr; // what is neither, the ranges or the known bits decide
+    if (!RULE("relop: b == t -> (b == 1) & t or (b == 0) & !t, t a test")) return nullptr;
+    bool equal = test->op == EQ;
+    NODE *truth = detach(t), *value = detach(b);
+    if (equal == never_1) truth->op = boolean_inv[truth->op];
+    NODE *constant = mk_ICON(INT65(never_1 ? 0 : 1), promoted_type(tp->remove_known_qual(value->type, 255)));
+    truth = as_type(tp->int_type(), simp_node(truth, loop), loop);
+    value = simp_relop(mk_test(test->op, value, constant), loop);
+    LS *scope = test->scope;
+    return in_place_of(
+        test, simp_node(maketree(equal ? ANDB : ORB, value, truth, tp->int_type(), scope), loop), loop);
+}
+
 NODE *negated(NODE *b, struct LOOP *loop) { return simp_node(invert_boolean_tree(b), loop); }
 
 // (a & b) == 0  ->  !a | !b, (a | b) == 0  ->  !a & !b     a and b 0 or 1, tests among them whose inverse costs nothing
@@ -377,6 +402,7 @@ const RELOP_ROW rows[] = {
     relop_odd_constant,
     relop_known_bits,
     relop_ranges,
+    relop_value_with_test,
     relop_joined_tests,
     relop_conditional,
     relop_null,
@@ -389,6 +415,7 @@ const RELOP_ROW rows[] = {
     relop_own_test,
     relop_inverse_tests,
     relop_step,
+    relop_saturated_difference,
     relop_same_base,
 };
 // clang-format on

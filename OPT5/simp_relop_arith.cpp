@@ -1,5 +1,6 @@
 #include "OPT5/simp_relop_arith.h"
 
+#include <cstring>
 #include <utility>
 
 #include "OPT5/bbutils.h"
@@ -446,5 +447,49 @@ NODE *relop_widened(NODE *test, struct LOOP *) {
     }
     test->left = take_left(test->left);
     if (is_unsigned) test->op = int16_t(unsigned_relation(test->op));
+    return test;
+}
+
+namespace {
+
+// The two arguments of a call of the built-in, if it is one of these; else null.
+NODE *arguments_of(const NODE *n, const char *name) {
+    if (n->op != ICALL || strcmp(n->u.icall, name) != 0 || n->left->op != COMMA) return nullptr;
+    bool two = n->left->left->op != COMMA && n->left->right->op != COMMA;
+    return two ? n->left : nullptr;
+}
+
+bool is_int(const NODE *n) { return is_integer_type(n->type) && n->type->size == 32 && is_signed(n->type); }
+
+// x * 0x10000, x << 16: x; else null.
+const NODE *shifted_half(const NODE *n) {
+    bool is_shift = n->op == SLL && is_ICON(n->right, 16),
+         is_product = n->op == MULT && is_ICON(n->right, 0x10000);
+    return is_shift || is_product ? n->left : nullptr;
+}
+
+// (short)x
+NODE *low_half(NODE *x, struct LOOP *loop) {
+    TYPE *type = tp->basic_int(IK_short);
+    return simp_node(maketree(SCONV, x, nullptr, type, x->scope), loop);
+}
+
+} // namespace
+
+// _ssub(a, b) op 0  ->  a op b                        the result that saturates has the sign of the difference
+// _ssub2(a, b) << 16 op 0  ->  (short)a op (short)b    two differences of halves in one word
+NODE *relop_saturated_difference(NODE *test, struct LOOP *loop) {
+    if (!is_zero_constant(test->right) || is_unsigned_test(test->op) || domain_of_test(test).bits != 32)
+        return nullptr;
+    const NODE *call = test->left->op == SCONV && is_int(test->left) ? test->left->left : test->left;
+    const NODE *half = is_int(call) ? shifted_half(call) : nullptr;
+    NODE *list = arguments_of(half ? half : call, half ? "_ssub2" : "_ssub");
+    if (!list || !is_int(half ? half : call) || !is_int(list->left) || !is_int(list->right)) return nullptr;
+    if (!RULE("relop: _ssub(a, b) op 0 -> a op b")) return nullptr;
+    NODE *a = detach(list->left), *b = detach(list->right);
+    erase_tree(test->left);
+    erase_tree(test->right);
+    test->left = half ? low_half(a, loop) : a;
+    test->right = half ? low_half(b, loop) : b;
     return test;
 }

@@ -27,3 +27,4 @@ NODE *relop_difference(NODE *test, struct LOOP *loop);
 NODE *relop_two_sums(NODE *test, struct LOOP *loop);
 NODE *relop_step(NODE *test, struct LOOP *loop);
 NODE *relop_widened(NODE *test, struct LOOP *loop);
+NODE *relop_saturated_difference(NODE *test, struct LOOP *loop);
