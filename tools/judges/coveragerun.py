@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""./ql coverage: which rewrite rules and transformations fire on the corpus, and which never do."""
-import argparse, collections, itertools, json, os, re, sys, tempfile, time
+"""./ql coverage: which rewrite rules and transformations fire on the corpus or in the rewrite oracle, and which never do."""
+import argparse, collections, glob, itertools, json, os, re, subprocess, sys, tempfile, time
 
 from progress import Progress, clock, spread
 import fuzzrun, stages
@@ -20,6 +20,26 @@ def counts_of(text):
     return found
 
 
+def oracle_counts(build, jobs, progress):
+    """Counts of all programs of the rewrite oracle. None when they are not built."""
+    programs = sorted(p for p in glob.glob(os.path.join(build, "tests/oracle/oracle_*")) if os.access(p, os.X_OK) and os.path.isfile(p))
+    counts, failed = collections.Counter(), []
+
+    def one(program):
+        with tempfile.NamedTemporaryFile(prefix="qlcover", suffix=".rules") as f:
+            run = subprocess.run([program, "--rule-stats=" + f.name], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            return program, run.returncode, counts_of(f.read().decode(errors="replace"))
+
+    for program, status, found in spread(one, iter(programs), jobs):
+        progress.step(status)
+        if status:
+            failed.append(program)
+            progress.say("%s: status %d" % (program, status))
+        for rule, n in found.items():
+            counts[rule] += n
+    return (counts if programs else None), failed
+
+
 def main():
     ap = argparse.ArgumentParser(prog="./ql coverage", description="Counts rewrites over a corpus.")
     ap.add_argument("--build", required=True, help=argparse.SUPPRESS)
@@ -27,6 +47,7 @@ def main():
     ap.add_argument("--matrix", default=DEFAULT, help="configurations (%s)" % DEFAULT)
     ap.add_argument("--minutes", type=float, help="random programs for so long, instead of 200")
     ap.add_argument("--seed", type=int, default=1, help="the first seed of the random programs")
+    ap.add_argument("--no-oracle", action="store_true", help="programs only")
     ap.add_argument("--all", action="store_true", help="print the rules that fire, too")
     ap.add_argument("--json", metavar="FILE", help="write all counts there")
     ap.add_argument("--jobs", type=int, default=int(os.environ.get("QL_JOBS", os.cpu_count())))
@@ -73,19 +94,34 @@ def main():
             progress.say("%s: %d runs fail" % (item if isinstance(item, str) else "seed %d" % item, bad))
         for rule, n in counts.items():
             totals[rule] += n
+    programs, spent = progress.done, progress.start
+    oracle = None
+    if not args.no_oracle:
+        oracle, broken = oracle_counts(args.build, args.jobs, progress)
+        failed += len(broken)
     progress.clear()
     never = sorted(r for r, n in totals.items() if n == 0)
+    nowhere = [r for r in never if not (oracle or {}).get(r)]
+    print("never fired on programs%s:" % (", but in the oracle" if oracle is not None else ""))
     for rule in never:
-        print("%12s  %s" % ("never", rule))
+        if oracle is None or rule not in nowhere:
+            print("%12s  %s" % (oracle[rule] if oracle is not None else "", rule))
+    if oracle is not None:
+        print("never fired anywhere:")
+        for rule in nowhere:
+            print("%12s  %s" % ("", rule))
     if args.all:
+        print("fired on programs:")
         for rule, n in sorted(totals.items(), key=lambda r: r[1]):
             if n:
                 print("%12d  %s" % (n, rule))
     if args.json:
         with open(args.json, "w") as f:
-            json.dump({"configurations": configs, "programs": progress.done, "rules": dict(sorted(totals.items()))}, f, indent=1)
-    print("%d programs in %d configurations, %s: %d of %d rules and transformations never fired, %d firings; %d programs failed" %
-          (progress.done, len(configs), clock(time.monotonic() - progress.start), len(never), len(totals),
+            json.dump({"configurations": configs, "programs": programs, "rules": dict(sorted(totals.items())),
+                       "oracle": dict(sorted(oracle.items())) if oracle is not None else None}, f, indent=1)
+    print("%d programs in %d configurations, %s: %d of %d rules and transformations never fired on programs, %s; %d firings; %d programs failed" %
+          (programs, len(configs), clock(time.monotonic() - spent), len(never), len(totals),
+           "%d never fired anywhere" % len(nowhere) if oracle is not None else "the oracle was not run",
            sum(totals.values()), failed))
     sys.exit(1 if failed else 0)
 
