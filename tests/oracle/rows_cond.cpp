@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "OPT5/bif.h"
 #include "OPT5/optab.h"
 #include "OPT5/simp1.h"
 #include "OPT5/simp3.h"
@@ -143,6 +144,23 @@ const std::vector<oracle_row> comparisons = {
     {"(x + c) < (y + d)"},
     {"((x & 15) + 3) < ((y & 15) + 9)"},
     {"((x & 15) + c) >= ((y & 15) + d)"},
+
+    {"(x * 2) == (y < z)",          "b == t"},
+    {"(x * 2) != (y < z)",          "b == t"},
+    {"(y < z) == (x | 1)",          "b == t"},
+    {"(y < z) != (x | 1)",          "b == t"},
+    {"(g(x) * 2) == (y < z)"},
+    {"(x | 2) == (y < z)"},
+    {"_ssub(x, y) < 0",             "_ssub(a, b)", T_I32},
+    {"_ssub(x, y) == 0",            "_ssub(a, b)", T_I32},
+    {"_ssub(x, g(y)) >= 0",         "_ssub(a, b)", T_I32},
+    {"_ssub(x, y) <= 0",            "_ssub(a, b)", T_I32},
+    {"_ssub(x, y) < 1",             nullptr, T_I32},
+    {"(_ssub2(x, y) << 16) > 0",    "_ssub(a, b)", T_I32},
+    {"(_ssub2(x, y) * 65536) != 0", nullptr, T_I32},
+    {"_ssub2(x, y) < 0",            nullptr, T_I32},
+    {"(P)0 == &s.a"},
+    {"&s.a != (P)0"},
 
     // tests of truth
     {"(x < y) == 0",                "(a < b) == 0"},
@@ -356,6 +374,43 @@ std::vector<oracle_row> all_rows() {
 
 TEST(rows_cond, comparisons) { run_rows(comparisons); }
 TEST(rows_cond, conditions) { run_rows(conditions); }
+namespace {
+
+// A target that has the least and the greatest of two integers as operations of its own.
+struct TARGET_WITH_MIN_MAX {
+    static constexpr const char *NAMES[] = {"MIN",   "MAX",   "MINU",   "MAXU",
+                                            "LLMIN", "LLMAX", "LLMINU", "LLMAXU"};
+    TARGET_WITH_MIN_MAX() {
+        for (const char *name : NAMES) find_BIF_descriptor(name)->generic_link = find_BIF_descriptor(name);
+    }
+    ~TARGET_WITH_MIN_MAX() {
+        for (const char *name : NAMES) find_BIF_descriptor(name)->generic_link = nullptr;
+    }
+};
+
+} // namespace
+
+TEST(rows_cond, least_and_greatest) {
+    ASSERT_EQ(find_target_BIF_descriptor("MIN"), nullptr) << "this target has it: the rows need no other";
+    TARGET_WITH_MIN_MAX target;
+    // clang-format off
+    run_rows({
+        {"x < y ? x : y",        "MIN(a, b)", T_WORD | T_WIDE},
+        {"x <= y ? y : x",       "MIN(a, b)", T_WORD | T_WIDE},
+        {"x > c ? x : c",        "MIN(a, b)", T_WORD | T_WIDE},
+        {"x >= c ? {c - 1} : x"},
+        {"x <= c ? {c + 1} : x"},
+        {"x > c ? {c + 1} : x"},
+        {"x < c ? x : {c + 1}"},
+        {"x < y@u32 ? x : (T)y@u32"},
+        {"(i64)x < (i64)y ? (i64)x : (i64)y"},
+        {"x@u8 < y@u8 ? x@u8 : y@u8"},
+        {"x == y ? x : y"},
+        {"g(x) < y ? g(x) : y"},
+    });
+    // clang-format on
+}
+
 TEST(rows_cond, for_control) { run_rows(compared(tested, COMPARE::TRUTH), through(simp_for_control)); }
 TEST(rows_cond, any_tree_for_control) {
     std::vector<oracle_row> rows = compared(all_rows(), COMPARE::BOOL);

@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include "OPT5/optab.h"
 #include "OPT5/simp1.h"
+#include "OPT5/tree.h"
 
 namespace {
 
@@ -98,6 +100,45 @@ const char *const shapes[] = {
     "((x & 7) * 3) % 3",
     "(x & m) + (y & m)",
     "x - x % c",
+    "x % (y & c)",
+    "x / (y | c)",
+    "x << n",
+    "(x & c) >> n",
+    "sqr(x & c)",
+    "sqr(x)",
+    "qc(x, c, d)",
+    "qc(x < y, x & c, d)",
+    "(T)MIN(x@i32, y@i32 & 15)",
+    "(T)MAX(x@u8, y@i16)",
+    "(T)MINU(x@u32, 9@u32)",
+    "(T)ETSI_NORM_L(x@i32)",
+    "(T)ETSI_ADD(x@i16, 5)",
+    "(T)_smulbb(x@i32, y@u8)",
+    "(T)(H)(W)x",
+    "(T)(i64)(i8)(u16)x",
+    "(T)(u8)(x - c)",
+    "(T)(S)(U)x * c",
+    "s.bit",
+    "s.ubit * c",
+    "(T)s.bit << k",
+    "s.wide >> k",
+    "(T)s.one + c",
+    "r->ubit & c",
+    "*p & c",
+    "w++",
+    "w--",
+    "w += x & c",
+    "w &= c",
+    "w |= x & c",
+    "w -= c",
+    "s.bit = x",
+    "s.ubit += c",
+    "s.uc ^= c",
+    "g(x)",
+    "(x@u32 & 7@u32) >= 4@u32",
+    "x && y",
+    "x || c",
+    "!x",
 };
 
 } // namespace
@@ -121,4 +162,15 @@ TEST(value_queries, hold_for_shapes) {
             check.enumerate_bits = 8;
             bounds_of(10, make, check);
         }
+}
+
+// Runs last: the others have asked by then.
+TEST(value_queries, ask_about_every_operator) {
+    if (bounds_asked.size() < 10) GTEST_SKIP() << "not after the others";
+    for (int op :
+         {PLUS,    MINUS, MULT, DIV,     MOD,      UMINUS,  NOTB,   ABS,    SQR,     ANDB,     ORB,
+          XORB,    SLL,   SRL,  QUEST,   SCONV,    ICON,    NAME,   UMULT,  STDOT,   STREF,    ASG,
+          EQ,      NEQ,   LT,   ULT,     GE,       UGE,     ANDAND, OROR,   EXCLAIM, PLUSPLUS, MINMIN,
+          COMMAOP, ICALL, CALL, PLUSASG, MINUSASG, ANDBASG, ORBASG, XORBASG})
+        EXPECT_GT(bounds_asked[op], 5u) << opname(op);
 }

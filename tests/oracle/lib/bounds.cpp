@@ -2,6 +2,7 @@
 #include "tests/oracle/lib/check.h"
 
 #include "OPT5/infix.h"
+#include "OPT5/optab.h"
 #include "OPT5/simp3.h"
 #include "OPT5/simp_known.h"
 #include "OPT5/symbolic.h"
@@ -11,6 +12,8 @@
 #include "tests/oracle/lib/environments.h"
 #include "typepkg/type_pkg.h"
 
+std::map<int, unsigned long> bounds_asked;
+
 namespace {
 
 INT65 as_int65(uint64_t v, VK k) {
@@ -19,14 +22,24 @@ INT65 as_int65(uint64_t v, VK k) {
 
 const int moduli[] = {2, 3, 4, 8, 10};
 
+// What is known of the bits of a tree as a value of some type.
+struct KNOWN_BITS {
+    VK kind;
+    uint64_t ones, possible;
+};
+
 // The answers, asked once.
 struct ANSWERS {
     INT65 least, greatest, ones, possible, factor;
-    bool non_negative, positive, negative, zero, non_zero, power_of_2, one_or_0, product_fits, exact;
+    bool non_negative, positive, negative, zero, non_zero, power_of_2, one_or_0;
+    bool result_fits, exact, not_equal = false, not_divisible = false; // about the operands
     bool not_value[3], divides[5];
     INT65 remainder[5];
     int sign, strict_sign;
     std::vector<TYPE *> fits;
+    std::vector<KNOWN_BITS> converted;
+
+    bool are_about_operands() const { return result_fits || exact || not_equal || not_divisible; }
 
     explicit ANSWERS(NODE *n) {
         least = calculate_minval_for_tree(n, nullptr);
@@ -42,7 +55,8 @@ struct ANSWERS {
         non_zero = tree_is_non_zero(n, nullptr);
         power_of_2 = positive_tree_is_power_of_2(n, nullptr);
         one_or_0 = returns_1_or_0(n);
-        product_fits = n->op == MULT && !expr_product_may_overflow(n, nullptr);
+        result_fits =
+            n->op == MULT ? !expr_product_may_overflow(n, nullptr) : !expr_sum_may_overflow(n, nullptr);
         exact = n->op == DIV && integer_DIV_is_exact(n, nullptr);
         for (int k = 0; k < 3; k++) not_value[k] = tree_is_not_ivalue(n, INT65(k - 1), nullptr);
         for (int k = 0; k < 5; k++) {
@@ -51,8 +65,16 @@ struct ANSWERS {
         }
         sign = sign_of_integer_expression(n, nullptr, 0);
         strict_sign = sign_of_integer_expression(n, nullptr, 1);
-        for (const SCALAR &s : world().integers)
+        for (const SCALAR &s : world().integers) {
             if (value_fits_in_type(n, s.type, nullptr)) fits.push_back(s.type);
+            converted.push_back({value_kind(s.type), find_known_ones(n, s.type).to_uint64(),
+                                 find_known_zeros(n, s.type).to_uint64()});
+        }
+        if (number_of_operands[n->op] == 2 && n->op != QUEST && value_kind(n->left->type) != VK::none &&
+            value_kind(n->right->type) != VK::none) {
+            not_equal = tree_values_are_not_equal(n->left, n->right, nullptr);
+            not_divisible = expr_cannot_divide_expr(n->right, n->left, nullptr);
+        }
     }
 
     std::string wrong(INT65 v, VK kind) const {
@@ -64,6 +86,13 @@ struct ANSWERS {
         if ((word & known) != known) return "find_known_ones " + int65_to_hex(ones);
         if (!(word & ~possible.truncate_unsigned(bits)).is_zero())
             return "find_known_zeros " + int65_to_hex(possible);
+        for (const KNOWN_BITS &as : converted) {
+            unsigned ignored = 0;
+            uint64_t mask = vk_bits(as.kind) == 64 ? ~0ull : (1ull << vk_bits(as.kind)) - 1;
+            uint64_t bits = vk_convert(v.to_uint64(), kind, as.kind, &ignored) & mask;
+            if ((as.ones & ~bits) || (bits & ~as.possible))
+                return "known bits as a value of " + std::to_string(vk_bits(as.kind)) + " bits";
+        }
         if (factor.is_zero() ? !v.is_zero() : !(v % factor).is_zero())
             return "max_ICON_factor " + int65_to_decimal(factor);
         if (non_negative && v.is_negative()) return "tree_is_non_negative";
@@ -99,11 +128,35 @@ struct ANSWERS {
     }
 };
 
-bool product_fits(INT65 a, INT65 b, VK kind) {
-    __int128 p = vk_is_signed(kind) ? __int128(a.to_int64()) * b.to_int64() : 0;
-    if (vk_is_signed(kind)) return p == __int128(int64_t(vk_cut(uint64_t(p), kind)));
-    unsigned __int128 q = static_cast<unsigned __int128>(a.to_uint64()) * b.to_uint64();
-    return q == vk_cut(uint64_t(q), kind);
+bool result_fits(int op, INT65 a, INT65 b, VK kind) {
+    auto exact = [](INT65 v) { return __int128(v.to_uint64()) - (v.is_negative() ? __int128(1) << 64 : 0); };
+    __int128 x = exact(a), y = exact(b);
+    bool is_signed = vk_is_signed(kind);
+    if (op == MULT && !is_signed) {
+        unsigned __int128 q = static_cast<unsigned __int128>(x) * static_cast<unsigned __int128>(y);
+        return q == vk_cut(uint64_t(q), kind);
+    }
+    __int128 r = op == MULT ? x * y : op == PLUS ? x + y : op == MINUS ? x - y : -x;
+    uint64_t cut = vk_cut(uint64_t(r), kind);
+    return r == (is_signed ? __int128(int64_t(cut)) : __int128(cut));
+}
+
+// What the answers say of operands with these values.
+std::string wrong_of_operands(const ANSWERS &answers, const NODE *n, const RESULT &a, const RESULT &b,
+                              VK kind) {
+    unsigned ignored = 0;
+    INT65 x = as_int65(vk_convert(a.value, a.kind, kind, &ignored), kind),
+          y = as_int65(vk_convert(b.value, b.kind, kind, &ignored), kind);
+    if (answers.result_fits && !result_fits(n->op, x, y, kind)) return "an overflow is denied";
+    if (answers.exact && !(x % y).is_zero()) return "integer_DIV_is_exact";
+    if (vk_is_float(a.kind) || vk_is_float(b.kind) || !n->right) return "";
+    bool wide = vk_bits(a.kind) > 32 || vk_bits(b.kind) > 32;
+    bool equal = wide ? a.value == b.value : uint32_t(a.value) == uint32_t(b.value);
+    if (answers.not_equal && equal) return "tree_values_are_not_equal";
+    INT65 dividend = as_int65(a.value, a.kind), divisor = as_int65(b.value, b.kind);
+    if (answers.not_divisible && !divisor.is_zero() && (dividend % divisor).is_zero())
+        return "expr_cannot_divide_expr";
+    return "";
 }
 
 std::string bounds_error(NODE *tree, const CHECK &check, std::string *environment) {
@@ -119,7 +172,8 @@ std::string bounds_error(NODE *tree, const CHECK &check, std::string *environmen
     ANSWERS answers(tree);
     if (nodes_in_use() != nodes) return "a query made or lost nodes";
     if (tree2infix(tree) != text) return "a query changed the tree";
-    bool operands = (answers.product_fits || answers.exact) && !code.has_effects && !code.writes;
+    bounds_asked[tree->op]++;
+    bool operands = answers.are_about_operands() && !code.has_effects && !code.writes;
     CODE left = operands ? translate(tree->left, layout) : CODE(),
          right = operands ? translate(tree->right, layout) : CODE();
     bool wraps = check.wraps || oracle_options.wraps;
@@ -137,12 +191,7 @@ std::string bounds_error(NODE *tree, const CHECK &check, std::string *environmen
         if (error.empty() && operands) {
             run(left, e.memory, check.seed + n, a);
             run(right, e.memory, check.seed + n, b);
-            unsigned ignored = 0;
-            INT65 x = as_int65(vk_convert(a.value, left.kind, kind, &ignored), kind),
-                  y = as_int65(vk_convert(b.value, right.kind, kind, &ignored), kind);
-            if (answers.product_fits && !product_fits(x, y, kind))
-                error = "expr_product_may_overflow denies an overflow";
-            if (answers.exact && !(x % y).is_zero()) error = "integer_DIV_is_exact";
+            error = wrong_of_operands(answers, tree, a, b, kind);
         }
         if (!error.empty()) {
             *environment = e.text();

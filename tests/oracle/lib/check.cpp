@@ -108,6 +108,7 @@ std::string memory_difference(const std::vector<uint8_t> &initial, const RESULT 
                               const RESULT &b, const CODE &cb) {
     if (!ca.writes && !cb.writes) return "";
     const std::vector<uint8_t> &x = ca.writes ? a.memory : initial, &y = cb.writes ? b.memory : initial;
+    if (x == y) return "";
     ORACLE_WORLD &w = world();
     for (const auto &s : w.symbols) {
         auto place = w.layout.places.find(s.get());

@@ -17,6 +17,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -57,6 +58,7 @@ std::string check_property(NODE *tree, const PROPERTY &property, const CHECK &ch
 
 // Everything that value queries say of the tree against its values. "" or what is wrong. Takes the tree.
 std::string check_bounds(NODE *tree, const CHECK &check = {});
+extern std::map<int, unsigned long> bounds_asked; // trees by their opcode
 
 // What the run did, for a last line of output.
 struct ORACLE_COUNTS {
@@ -67,11 +69,11 @@ extern ORACLE_COUNTS oracle_counts;
 // --- command line of the test programs ---
 struct ORACLE_OPTIONS {
     uint64_t seed = 20;
-    double effort = 1; // multiplies the number of trees
-    std::string only;  // rows whose text has this
-    bool rule_stats = false;
-    bool wraps = false; // --wraps: as CHECK::wraps, everywhere
-    bool stale = false; // --stale: a row whose rule never fires is a failure
+    double effort = 1;      // multiplies the number of trees
+    std::string only;       // rows whose text has this
+    std::string rule_stats; // file that gets the rules' counts; none when empty
+    bool wraps = false;     // --wraps: as CHECK::wraps, everywhere
+    bool stale = false;     // --stale: a row whose rule never fires is a failure
     int max_failures = 5;
 };
 extern ORACLE_OPTIONS oracle_options;

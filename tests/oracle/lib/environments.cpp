@@ -13,37 +13,37 @@ constexpr uint64_t COMBINED_CAP = 800; // boundary values of all variables are c
 } // namespace
 
 ENVIRONMENTS::ENVIRONMENTS(const CODE &code, uint64_t seed, int samples, int enumerate_bits)
-    : random(seed * 7919 + 1) {
+    : random(seed * 7919 + 1), only_variables(!code.has_effects && !code.reads_memory && !code.writes) {
     ORACLE_WORLD &w = world();
     int bits = 0;
     for (const SYMTAB *s : code.symbols) {
         VK k = value_kind(s->type);
         if (s->type->is_volatile() || s->type->is_func()) continue;
         if (k == VK::none || s->type->is_ptr()) {
-            enumerable = false;
+            enumerable = only_variables = false;
             continue;
         }
-        variables.push_back(s);
+        variables.push_back({s, k, s == w.count, w.layout.place(s), 0});
         bits += k == VK::boolean ? 1 : s == w.count ? 7 : vk_bits(k);
         if (vk_is_float(k)) enumerable = false;
     }
     if (code.has_effects || code.reads_memory || bits > enumerate_bits) enumerable = false;
     uint64_t product = 1;
-    for (const SYMTAB *s : variables) {
-        VK k = value_kind(s->type);
-        radix.push_back(!enumerable        ? boundary_values(k).size()
-                        : k == VK::boolean ? 2
-                        : s == w.count     ? 128
-                                           : 1ull << vk_bits(k));
-        product = std::min<uint64_t>(product, 1u << 20) * radix.back();
+    for (VARIABLE &v : variables) {
+        v.radix = !enumerable             ? boundary_values(v.kind).size()
+                  : v.kind == VK::boolean ? 2
+                  : v.is_count            ? 128
+                                          : 1ull << vk_bits(v.kind);
+        product = std::min<uint64_t>(product, 1u << 20) * v.radix;
     }
     combined_steps = enumerable || product <= COMBINED_CAP ? product : 0;
     steps = enumerable ? combined_steps : combined_steps + uint64_t(samples);
     fill();
 }
 
-void ENVIRONMENTS::set(const SYMTAB *s, uint64_t v) {
-    store_bytes(memory, world().layout.place(s), value_kind(s->type), v);
+uint64_t ENVIRONMENTS::VARIABLE::random_value(RANDOM &random) const {
+    if (!is_count) return interesting_value(kind, random);
+    return chance(random, 80) ? random() % 33 : random() % 70;
 }
 
 // What is filled in every environment, looked up once.
@@ -107,25 +107,25 @@ void ENVIRONMENTS::fill() {
 bool ENVIRONMENTS::next() {
     if (step == steps) return false;
     uint64_t k = step++;
-    if (k >= combined_steps) {
+    if (k >= combined_steps && !only_variables) {
         fill();
         return true;
     }
-    for (size_t v = 0; v < variables.size(); v++) {
-        VK kind = value_kind(variables[v]->type);
-        uint64_t digit = k % radix[v];
-        k /= radix[v];
-        set(variables[v], enumerable ? digit : boundary_values(kind)[digit]);
+    for (const VARIABLE &v : variables) {
+        uint64_t digit = k % v.radix;
+        uint64_t value = step > combined_steps ? v.random_value(random)
+                         : enumerable          ? digit
+                                               : boundary_values(v.kind)[digit];
+        store_bytes(memory, v.at, v.kind, value);
+        k /= v.radix;
     }
     return true;
 }
 
 std::string ENVIRONMENTS::text() const {
     std::string s;
-    for (const SYMTAB *v : variables) {
-        VK k = value_kind(v->type);
-        s += std::string(s.empty() ? "" : ", ") + v->name + " = " +
-             vk_text(load_bytes(memory, world().layout.place(v), k), k);
-    }
+    for (const VARIABLE &v : variables)
+        s += std::string(s.empty() ? "" : ", ") + v.symbol->name + " = " +
+             vk_text(load_bytes(memory, v.at, v.kind), v.kind);
     return s.empty() ? "no plain variables" : s;
 }

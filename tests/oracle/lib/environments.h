@@ -20,12 +20,18 @@ struct ENVIRONMENTS {
     std::string text() const;
 
   private:
+    struct VARIABLE { // an integer or float of the tree
+        const SYMTAB *symbol;
+        VK kind;
+        bool is_count;
+        uint32_t at;
+        uint64_t radix; // how many values of it are combined
+        uint64_t random_value(RANDOM &random) const;
+    };
     RANDOM random;
-    std::vector<const SYMTAB *> variables; // integers and floats of the tree
-    std::vector<uint64_t> radix;           // how many values of each are combined
-    bool enumerable = true;
+    std::vector<VARIABLE> variables;
+    bool enumerable = true, only_variables; // nothing else is read or written
     uint64_t step = 0, steps = 0, combined_steps = 0;
 
-    void set(const SYMTAB *s, uint64_t v);
     void fill();
 };

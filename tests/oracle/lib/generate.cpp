@@ -78,8 +78,8 @@ INT65 interesting_constant(TYPE *type, RANDOM &random) {
 }
 
 const std::vector<uint64_t> &boundary_values(VK kind) {
-    static std::map<VK, std::vector<uint64_t>> known;
-    std::vector<uint64_t> &v = known[kind];
+    static std::vector<uint64_t> known[size_t(VK::none) + 1];
+    std::vector<uint64_t> &v = known[size_t(kind)];
     if (!v.empty()) return v;
     auto add = [&](uint64_t x) {
         x = vk_cut(x, kind);

@@ -6,14 +6,22 @@
 // leaves that undefined.
 #pragma once
 
-#include <random>
 #include <span>
 
 #include "OPT5/fwd.h"
 #include "support/xint.h"
 #include "tests/oracle/lib/world.h"
 
-typedef std::mt19937_64 RANDOM;
+// Random words: a counter, mixed. Environments draw millions of them.
+struct RANDOM {
+    uint64_t counter;
+    explicit RANDOM(uint64_t seed) : counter(seed * 0x9E3779B97F4A7C15ull) {}
+    uint64_t operator()() {
+        uint64_t x = counter += 0x9E3779B97F4A7C15ull;
+        x = (x ^ x >> 30) * 0xBF58476D1CE4E5B9ull, x = (x ^ x >> 27) * 0x94D049BB133111EBull;
+        return x ^ x >> 31;
+    }
+};
 inline unsigned pick(RANDOM &r, unsigned below) { return unsigned(r() % below); }
 inline bool chance(RANDOM &r, unsigned percent) { return r() % 100 < percent; }
 

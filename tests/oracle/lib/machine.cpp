@@ -451,6 +451,7 @@ struct TRANSLATOR {
             emit({.code = C_EVENT, .what = 'V'});
         } else if (n->op == SWITCH) {
             VK k = value_kind(n->left->type);
+            if (vk_bits(k) < 32) k = VK::i32; // a narrow selector is promoted
             std::vector<const NODE *> parts;
             for (const NODE *c = n->right; c; c = c->op == COMMA ? c->left : nullptr) {
                 if (c->op != COMMA) parts.push_back(c);

@@ -55,7 +55,6 @@ struct LAYOUT {
     uint32_t size = 0; // bytes that the image needs
     uint32_t place(const SYMTAB *symbol);
     std::unordered_map<const SYMTAB *, uint32_t> places;
-    uint32_t compared = 0; // bytes of the objects that were placed before any rewriting
 };
 
 struct RESULT {

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <map>
 
+#include "OPT5/bif.h"
 #include "OPT5/fold.h"
 #include "OPT5/symtab.h"
 #include "OPT5/treewalk.h"
@@ -183,6 +184,21 @@ struct READER {
                 return t_unary(name == "abs" ? ABS : SQR, first);
             }
             return t_call(name == "f" ? w.pure : name == "g" ? w.ext : w.ext2, args);
+        }
+        if (name == "assert") {
+            expect("(");
+            NODE *fact = expression(LEVEL_COMMA);
+            expect(")");
+            return maketree(ASSERT, fact, nullptr, w.i32, nullptr);
+        }
+        if (find_builtin_model(name.c_str())) {
+            const BIF *bif = find_BIF_descriptor(name.c_str());
+            NODE *args = nullptr;
+            expect("(");
+            do args = arg_list_append(args, t_convert(w.i32, expression(LEVEL_ASSIGN)));
+            while (take(","));
+            expect(")");
+            return mk_ICALL(name.c_str(), args, bif ? bif->result_type : w.i32);
         }
         bad("no such name");
     }

@@ -9,6 +9,8 @@
 //   k l         constant counts, int, from 0 to the width - 1
 //   f(x) g(x)   calls: pure, and with effects
 //   abs(x)      the operator, also sqr(x); qc(a, x, y) the conditional that evaluates all three
+//   assert(x)   an assertion that x is not zero
+//   _ssub(x, y) any built-in of ints that has a model
 //   pm(x)       the bytes of x elements of 4 bytes, pv(p - q) the elements between two pointers
 //   {c - 1}     what is in braces must be constant and is computed
 //   (U)x        casts: T itself, U and S of other signedness (unsigned, signed), W and H twice and half as wide, and

@@ -122,6 +122,17 @@ void run_random(const char *what, int trees, const std::function<NODE *(RANDOM &
 
 // --- the program ---
 
+// In the form that the optimizer itself prints.
+static bool write_rule_stats() {
+    if (oracle_options.rule_stats.empty()) return true;
+    FILE *f = fopen(oracle_options.rule_stats.c_str(), "w");
+    if (!f) return perror(oracle_options.rule_stats.c_str()), false;
+    fprintf(f, "== RULES (%zu, %lu firings) ==\n", size_t(all_rules().end() - all_rules().begin()),
+            rules_fired);
+    for (const REWRITE_RULE &r : all_rules()) fprintf(f, "%9lu  %s\n", r.fired, r.text);
+    return fclose(f) == 0;
+}
+
 int main(int argc, char **argv) {
     testing::InitGoogleTest(&argc, argv);
     for (int k = 1; k < argc; k++) {
@@ -134,7 +145,7 @@ int main(int argc, char **argv) {
         else if (const char *v = value("--effort=")) oracle_options.effort = atof(v);
         else if (const char *v = value("--only=")) oracle_options.only = v;
         else if (const char *v = value("--failures=")) oracle_options.max_failures = atoi(v);
-        else if (a == "--rule-stats") oracle_options.rule_stats = true;
+        else if (const char *v = value("--rule-stats=")) oracle_options.rule_stats = v;
         else if (a == "--stale") oracle_options.stale = true;
         else if (a == "--wraps") oracle_options.wraps = true;
         else {
@@ -146,7 +157,7 @@ int main(int argc, char **argv) {
                     "  --failures=N   failures that are shown for each test (5)\n"
                     "  --wraps        no rewriting may rely on signed arithmetic not overflowing\n"
                     "  --stale        a row whose rule never fires is a failure\n"
-                    "  --rule-stats   a line for each rule with the number of its firings\n",
+                    "  --rule-stats=FILE  write a line for each rule with the number of its firings\n",
                     a.c_str());
             return 2;
         }
@@ -159,7 +170,5 @@ int main(int argc, char **argv) {
            "something else the second time\n",
            static_cast<unsigned long long>(oracle_options.seed), c.trees, c.changed, c.environments,
            c.undefined, c.skipped, c.not_idempotent);
-    if (oracle_options.rule_stats)
-        for (const REWRITE_RULE &r : all_rules()) printf("rule %9lu  %s\n", r.fired, r.text);
-    return status;
+    return status || !write_rule_stats() ? 1 : 0;
 }
