@@ -368,15 +368,20 @@ bool remainder_fits(const NODE *n, struct LOOP *loop) {
 }
 
 // (t)((t)a + b)  ->  (t)((s)a + b)         t narrower than the sum; also MINUS, and on the right
+// (t)((s)(t)a + b)  ->  (t)((s)a + b)
 bool widen_operand_of_sum(NODE *n, struct LOOP *loop) {
     NODE *x = n->left;
     TYPE *t = n->type, *s = x->type;
     if ((x->op != PLUS && x->op != MINUS) || t->size >= s->size || t->is_bool()) return false;
     for (NODE **slot : {&x->left, &x->right}) {
-        NODE *operand = *slot;
-        if (operand->op != SCONV || !is_int(operand->left->type) || !compatible_types(operand->type, t, true))
+        NODE *operand = *slot, *cut = operand;
+        if (operand->op == SCONV && operand->left->op == SCONV && same_value_type(operand->type, s))
+            cut = operand->left;
+        if (cut->op != SCONV || !is_int(cut->left->type) || !is_int(cut->type) ||
+            cut->type->size != t->size || cut->type->is_bool())
             continue;
         if (!RULE("SCONV: (t)((t)a + b) -> (t)((s)a + b)")) continue;
+        if (cut != operand) drop_inner_conversion(operand);
         operand->type = s;
         *slot = simp_SCONV(operand, loop);
         return true;

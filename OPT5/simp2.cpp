@@ -736,7 +736,7 @@ STEP flip_known_bits(NODE *&n, struct LOOP *loop) {
     if (!is_ICON_in(n->right) || !TYPE_IS_INT(n->left->type)) return NO_STEP;
     TYPE *t = n->type;
     uint64_t c = bits_of(n->right, t);
-    if (c == 0) return RULE("XORB: x ^ 0 -> x") ? done(n, only_left(n, loop)) : NO_STEP;
+    if (c == 0) return NO_STEP;
     if ((maybe_of(n->left, t) & c) == 0 && RULE("XORB: x ^ c -> x | c, x has no bit of c")) {
         n->op = ORB;
         set_ICON(n->right, c, t);

@@ -8,6 +8,7 @@
 #include "OPT5/symbolic.h"
 #include "OPT5/symfactor.h"
 #include "OPT5/tree.h"
+#include "OPT5/treewalk.h"
 #include "OPT5/typefacts.h"
 #include "tests/oracle/lib/environments.h"
 #include "typepkg/type_pkg.h"
@@ -172,7 +173,7 @@ std::string bounds_error(NODE *tree, const CHECK &check, std::string *environmen
     ANSWERS answers(tree);
     if (nodes_in_use() != nodes) return "a query made or lost nodes";
     if (tree2infix(tree) != text) return "a query changed the tree";
-    bounds_asked[tree->op]++;
+    for_each_node(tree, [](const NODE *n) { bounds_asked[n->op]++; });
     bool operands = answers.are_about_operands() && !code.has_effects && !code.writes;
     CODE left = operands ? translate(tree->left, layout) : CODE(),
          right = operands ? translate(tree->right, layout) : CODE();

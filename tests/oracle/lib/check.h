@@ -58,7 +58,7 @@ std::string check_property(NODE *tree, const PROPERTY &property, const CHECK &ch
 
 // Everything that value queries say of the tree against its values. "" or what is wrong. Takes the tree.
 std::string check_bounds(NODE *tree, const CHECK &check = {});
-extern std::map<int, unsigned long> bounds_asked; // trees by their opcode
+extern std::map<int, unsigned long> bounds_asked; // nodes of all trees, by opcode
 
 // What the run did, for a last line of output.
 struct ORACLE_COUNTS {

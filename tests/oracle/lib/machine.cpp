@@ -943,7 +943,16 @@ uint64_t value_of_constant(const NODE *tree) {
 
 #include "tests/unit/OPT5/bif_models.h"
 
+// Operations of other targets, which have no descriptor here.
+static int64_t saturated_difference(const int64_t *o) { return sat32(s32(o[0]) - s32(o[1])); }
+static int64_t saturated_differences(const int64_t *o) {
+    int64_t low = sat16(bottom(o[0]) - bottom(o[1])), high = sat16(top_half(o[0]) - top_half(o[1]));
+    return s32(high * 65536 + (low & 0xFFFF));
+}
+
 BUILTIN_MODEL find_builtin_model(const char *name) {
+    if (!strcmp(name, "_ssub")) return saturated_difference;
+    if (!strcmp(name, "_ssub2")) return saturated_differences;
     const MODEL *m = find_model(name);
     return m ? m->f : nullptr;
 }

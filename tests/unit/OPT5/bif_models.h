@@ -90,11 +90,6 @@ inline const MODEL models[] = {
     {"ETSI_L_SHR",       [](const int64_t *o) { return etsi_left(s32(o[0]), -s16(o[1]), sat32); }},
     {"ETSI_L_SHR_R",     [](const int64_t *o) { return etsi_right_rounded(s32(o[0]), s16(o[1]), sat32, 32); }},
     {"ETSI_L_SHIFT_R",   [](const int64_t *o) { return etsi_right_rounded(s32(o[0]), -s16(o[1]), sat32, 32); }},
-    {"_ssub",   [](const int64_t *o) { return sat32(s32(o[0]) - s32(o[1])); }},
-    {"_ssub2",  [](const int64_t *o) {
-         int64_t low = sat16(bottom(o[0]) - bottom(o[1])), high = sat16(top_half(o[0]) - top_half(o[1]));
-         return s32(high * 65536 + (low & 0xFFFF));
-     }},
     {"_smulbb", [](const int64_t *o) { return bottom(o[0]) * bottom(o[1]); }},
     {"_smulbt", [](const int64_t *o) { return bottom(o[0]) * top_half(o[1]); }},
     {"_smultb", [](const int64_t *o) { return top_half(o[0]) * bottom(o[1]); }},
