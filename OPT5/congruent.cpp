@@ -114,7 +114,7 @@ bool payloads_match(const NODE *a, const NODE *b) {
     case ASM: return a->u.lval == b->u.lval && texts_match(a->text, b->text);
     case PPRAGMA: return pragmas_match(a->pragma, b->pragma);
     case SSA_USE:
-    case SSA_MU: return a->u.rval == b->u.rval && a->depnum == b->depnum; // one version of one variable
+    case SSA_MU: return a->u.rval == b->u.rval && a->depnum() == b->depnum(); // one version of one variable
     case MIXVALUE: return a->u.rval == b->u.rval && !is_unresolved_mix(a);
     case EXPRSTUB: return a->u.rval == b->u.rval && a->u.lval == b->u.lval;
     case SSA_PHI: // a definition is the same as itself only

@@ -128,7 +128,7 @@ class printer {
             case TEXT: out_ += item.text; break;
             case TREE: node(item.node, item.precedence); break;
             case SUFFIX: suffix(item.node); break;
-            case VERSION: out_ += format_text(".%d", item.node->depnum); break;
+            case VERSION: out_ += format_text(".%d", item.node->depnum()); break;
             }
             if (nodes_ > INFIX_NODE_LIMIT) {
                 infix_limit_hits++;
@@ -141,7 +141,7 @@ class printer {
 
     void suffix(const NODE *n) {
         if (style_.types && n->type) out_ += "{" + type2text(n->type) + "}";
-        if (style_.numbers && n->depnum != -1) out_ += format_text("#%d", n->depnum);
+        if (style_.numbers && n->depnum() != -1) out_ += format_text("#%d", n->depnum());
     }
 
     // Pushes the whole of a node that is written in the given order, with parentheses where it binds less tightly
@@ -237,7 +237,7 @@ class printer {
             return true;
         case VREG: out_ += format_text("vreg%d", n->u.lval.low_i32()); return true;
         case MIXVALUE: out_ += format_text("mix<%p>", n->u.rval); return true;
-        case SSA_PHI: out_ += format_text("phi.%d", n->depnum); return true;
+        case SSA_PHI: out_ += format_text("phi.%d", n->depnum()); return true;
         default: return false;
         }
     }

@@ -445,14 +445,14 @@ NODE *copy_node(const NODE *n, bool keep_scope) {
     c->scope = keep_scope ? n->scope : nullptr;
     c->otype = n->otype;
     c->payload = n->payload;
-    c->depnum = n->depnum;
-    if (n->op != SSA_PHI) c->ssa = n->ssa; // the argument list of a phi is its own
     if (n->rare_words) {
         NODE_RARE &rare = c->rare();
         rare.edge_weight = n->rare_words->edge_weight;
         rare.ocall = n->rare_words->ocall;
         rare.call_owner = n->rare_words->call_owner;
+        if (n->op != SSA_PHI) rare.ssa = n->rare_words->ssa; // the argument list of a phi is its own
         rare.ssa2 = n->rare_words->ssa2;
+        rare.depnum = n->rare_words->depnum;
         rare.edge_profile_value = n->rare_words->edge_profile_value;
     }
     switch (n->op) {

@@ -16,9 +16,9 @@
 // new of this record (a free list per process) and go by erase_tree; a second erase of a node is fatal.
 // Copies, walks and erasure use an explicit stack or loop where a chain can be long (lists, either spine).
 //
-// A program is millions of NODEs, so a NODE is 96 bytes: what walkers read stands first. Words that are valid for
-// some opcodes only share a place (a FIELD has a member, a LABEL a label), also the two of u: an ICON has a value
-// there, a NAME a symbol. Words that few nodes need stand in NODE_RARE.
+// A program is millions of NODEs, so a NODE is one cache line of 64 bytes. Words that are valid for some opcodes only
+// share a place (a FIELD has a member, a LABEL a label), also those of u: an ICON has a value there, a NAME a symbol.
+// Types and scopes are named by short pointers. Words that few nodes need stand in NODE_RARE.
 #pragma once
 
 #include <string>
@@ -28,7 +28,7 @@
 #include "OPT5/optab.h"
 #include "ifile/if_faces.h"
 #include "support/fps_arith.h"
-#include "support/pool.h"
+#include "support/near.h"
 #include "support/xint.h"
 #include "typepkg/type_pkg.h"
 
@@ -46,13 +46,15 @@ struct DDREC {
 };
 
 // What few nodes have; made when first set, and gone with the node.
-struct NODE_RARE {
+struct NODE_RARE : pooled<NODE_RARE> {
     double edge_weight = -1.0;     // -1.0 until known
     PTENV *ptenv = nullptr;        // points-to environment; owned
     DDREC *dval = nullptr;         // record of the dependence analysis; owned
     NODE *ocall = nullptr;         // the call that this one replaced
     FUNINFO *call_owner = nullptr; // of a call: the function that it was read in
-    void *ssa2 = nullptr;          // second word of the SSA form
+    void *ssa = nullptr;           // annotation of the SSA form
+    void *ssa2 = nullptr;          // its second word
+    int depnum = -1;               // version of a variable; number in the dependence graph
     void *scratch = nullptr;       // per-pass use
     unsigned edge_profile_value = ~0u;
     uint16_t scratch16 = 0;
@@ -62,10 +64,11 @@ struct NODE final : BASE_NODE {
     int16_t op = NOP;
     int8_t branch_hint = 0; // on a branch target: negative unlikely, positive likely
     bool flag = false;      // copied with the node
-    int depnum = -1;
-    TYPE *type = nullptr;
+    near_ptr<TYPE> type;
     NODE *left = nullptr;
     NODE *right = nullptr;
+    // 12 bytes, as an INT65 is; otype fills the rest of their place.
+#pragma pack(push, 4)
     union {
         // By opcode:
         INT65 lval =
@@ -76,8 +79,8 @@ struct NODE final : BASE_NODE {
         const char *icall; // ICALL family: the name, owned by the name pool
         TYPE *csu;         // FIELD: the record type
     } u;
-    LS *scope = nullptr;
-    TYPE *otype = nullptr; // the type at creation, kept when `type` is normalised
+#pragma pack(pop)
+    near_ptr<TYPE> otype; // the type at creation, kept when `type` is normalised
     union {
         void *payload = nullptr;
         char *text;      // of an SCON (its bytes) or ASM; of an FCON its text when known; owned, from malloc
@@ -87,8 +90,8 @@ struct NODE final : BASE_NODE {
         unsigned i_eht_id; // of a CALL or UCALL: its exception table entry, or 0
         SYMTAB *affine_iv; // of a UICALL of SYM_IS_AFFINE_IV
     };
-    void *ssa = nullptr;             // annotation of the SSA form
-    NODE_RARE *rare_words = nullptr; // owned; see below
+    near_ptr<LS> scope;
+    near_ptr<NODE_RARE> rare_words; // owned; see below
 
     // The rare words: reading never makes the record, setting does.
     double edge_weight() const { return rare_words ? rare_words->edge_weight : -1.0; }
@@ -96,9 +99,14 @@ struct NODE final : BASE_NODE {
     DDREC *dval() const { return rare_words ? rare_words->dval : nullptr; }
     NODE *ocall() const { return rare_words ? rare_words->ocall : nullptr; }
     FUNINFO *call_owner() const { return rare_words ? rare_words->call_owner : nullptr; }
+    void *ssa() const { return rare_words ? rare_words->ssa : nullptr; }
+    int depnum() const { return rare_words ? rare_words->depnum : -1; }
     void *ssa2() const { return rare_words ? rare_words->ssa2 : nullptr; }
     void *scratch() const { return rare_words ? rare_words->scratch : nullptr; }
-    NODE_RARE &rare() { return rare_words ? *rare_words : *(rare_words = new NODE_RARE); }
+    NODE_RARE &rare() {
+        if (!rare_words) rare_words = new NODE_RARE;
+        return *rare_words;
+    }
 
     NODE(int op, TYPE *type);
     ~NODE() override;
@@ -157,7 +165,7 @@ struct NODE final : BASE_NODE {
     void set_base_right(BASE_NODE *n) override { right = static_cast<NODE *>(n); }
 };
 
-static_assert(sizeof(NODE) == 96);
+static_assert(POOL_IS_HEAP || sizeof(NODE) == 64);
 
 // One statement.
 struct LIST : pooled<LIST> {

@@ -2,6 +2,7 @@
 
 #include "support/demangle.h"
 #include "support/fatal.h"
+#include "support/pool.h"
 #include "typepkg/type_query.h"
 
 #include <algorithm>
@@ -86,8 +87,14 @@ void drop_csu(tpCSU *csu) {
 
 } // namespace
 
-void *TYPE::operator new(size_t bytes) { return tp_alloc(bytes); }
-void TYPE::operator delete(void *memory, size_t bytes) { tp_free(memory, bytes); }
+void *TYPE::operator new(size_t bytes) {
+    bytes_in_use += bytes;
+    return pooled<TYPE>::operator new(bytes);
+}
+void TYPE::operator delete(void *memory, size_t bytes) {
+    bytes_in_use -= bytes;
+    pooled<TYPE>::operator delete(memory);
+}
 
 TYPE::~TYPE() {
     if (!sub.raw) return;

@@ -77,7 +77,7 @@ TEST_F(trees_congruent, pairs) {
     };
     auto version = [&](int number) {
         NODE *n = U(SSA_USE, N("x"));
-        n->depnum = number;
+        n->rare().depnum = number;
         return n;
     };
     enum { NO, YES, EFFECTS }; // EFFECTS: only when effects are acceptable

@@ -33,7 +33,7 @@ TEST_F(trees_infix, expressions) {
     wrong->op = 120;
     no_symbol->u.sym = nullptr;
     NODE *use = U(SSA_USE, N("x"));
-    use->depnum = 4;
+    use->rare().depnum = 4;
     struct ROW {
         NODE *tree;
         const char *text;
@@ -116,7 +116,7 @@ TEST_F(trees_infix, statements) {
 
 TEST_F(trees_infix, switches_say_more) {
     NODE *tree = B(MULT, B(PLUS, N("x"), I(1)), N("y"));
-    tree->left->depnum = 5;
+    tree->left->rare().depnum = 5;
     NODE *jump = U(BRANCH, mk_LABELREF(3, -1));
     sym("y")->cqual = CQ_REGISTER;
     auto with = [&](const char *name, NODE *t) {

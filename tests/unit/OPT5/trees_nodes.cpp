@@ -70,7 +70,7 @@ TEST_F(trees_nodes, makers_choose_opcode_and_type) {
     NODE *fresh = new_node(PLUS, i);
     EXPECT_EQ(fresh->edge_weight(), -1.0);
     EXPECT_EQ(fresh->get_edge_profile_value(), ~0u);
-    EXPECT_EQ(fresh->depnum, -1);
+    EXPECT_EQ(fresh->depnum(), -1);
     EXPECT_EQ(fresh->rare_words, nullptr) << "asking makes no record";
 }
 
