@@ -114,7 +114,7 @@ SYMTAB *parameter_symbol(char letter, TYPE *type) {
     for (auto &known : symbols)
         if (compatible_types(known->type, type)) return known.get();
     auto symbol = std::make_unique<SYMTAB>();
-    symbol->name = strndup(&letter, 1);
+    symbol->name = keep_text(std::string(1, letter).c_str());
     symbol->type = symbol->otype = type;
     symbol->size = uint32_t(type->size);
     symbol->align = type->align;

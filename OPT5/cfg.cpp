@@ -73,7 +73,7 @@ LS *scope_for_branch(BBLK *bb) {
 } // namespace
 
 BBLK::BBLK(FUNINFO *owner) : serial_object(owner) {}
-BBLK::~BBLK() = default;
+BBLK::~BBLK() { delete words_; }
 
 // --- blocks ---
 
@@ -179,7 +179,8 @@ void reset_creation_order() {
     auto append = [&](BBLK *bb) {
         bb->uoprev = last;
         bb->uolink = nullptr;
-        (last ? last->uolink : function->uo_list) = bb;
+        if (last) last->uolink = bb;
+        else function->uo_list = bb;
         last = bb;
     };
     function->uo_list = nullptr;
@@ -433,7 +434,7 @@ EDGE *list_branch_targets(NODE *tree, EDGE *list) {
 
 BBLK *split_cfg_edge(BBLK *from, BBLK *to) {
     BBLK *mid = insert_new_bb(0, from, nullptr);
-    if (from->lir) {
+    if (from->lir()) {
         QL_ASSERT(fill_lir_edge_block);
         fill_lir_edge_block(from, mid, to);
     } else {

@@ -22,49 +22,59 @@
 #include "OPT5/fwd.h"
 #include "OPT5/tree.h"
 #include "OPT5/treewalk.h"
-#include "support/pool.h"
+#include "support/near.h"
 #include "support/serial_object.h"
 
 struct EDGE : pooled<EDGE> {
-    BBLK *block = nullptr;
-    double weight = -1.0; // -1.0: unknown
+    near_ptr<BBLK> block;
+    float weight = -1.0; // -1.0: unknown
     EDGE *next = nullptr;
 };
 
 struct LBL : pooled<LBL> {
-    LBL *next = nullptr; // of the same block
-    BBLK *block = nullptr;
+    near_ptr<LBL> next; // of the same block
+    near_ptr<BBLK> block;
     int number = 0;        // positive from the file or a renumbering, negative made here
     unsigned refcount = 0; // LABEL nodes that lead here, or more
 };
 
-struct BBLK : serial_object<BBLK, FUNINFO>, pooled<BBLK> {
+// What few passes need of a block; made when first set, and gone with the block.
+struct BLOCK_WORDS : pooled<BLOCK_WORDS> {
     LIR::bblock *lir = nullptr; // the late form of this block
-    BBLK *dflink = nullptr;     // next in flow order
-    BBLK *rdflink = nullptr;    // previous; the first block's is the last
-    BBLK *uolink = nullptr;     // next in order of creation
-    BBLK *uoprev = nullptr;     // previous in order of creation; null for the first
+    SBLK *trace = nullptr;
+    BITVEC *gen = nullptr, *kill = nullptr, *in = nullptr, *out = nullptr;
+    BITVEC *live_in = nullptr, *live_out = nullptr;
+    void *pass_word = nullptr;
+    void *pass_word2 = nullptr;
+    int profile_word = -1;
+    int profile_word2 = 0;
+};
+
+struct BBLK : serial_object<BBLK, FUNINFO>, pooled<BBLK> {
     LIST *statements = nullptr;
     EDGE *preds = nullptr;
     EDGE *succs = nullptr;
     EDGE *cursor = nullptr; // of the depth-first numbering
-    LBL *labels = nullptr;
-    struct LOOP *loop = nullptr; // innermost loop
+    near_ptr<BBLK> dflink;  // next in flow order
+    near_ptr<BBLK> rdflink; // previous; the first block's is the last
+    near_ptr<BBLK> uolink;  // next in order of creation
+    near_ptr<BBLK> uoprev;  // previous in order of creation; null for the first
+    near_ptr<LBL> labels;
+    near_ptr<BLOCK_WORDS> words_; // owned; see below
+    struct LOOP *loop = nullptr;  // innermost loop
     const PSN *first_psn = nullptr, *last_psn = nullptr;
     int uon = 0;                // order of creation, survives renumbering; -1: made later
     int dfn = 0;                // position in flow order, from 1
     int16_t depth = 0;          // loop depth
     uint8_t visited = 0;        // scratch; clear_visited()
     bool test_repeated = false; // its test repeats that of its dominator (simpcfg)
-    SBLK *trace = nullptr;
-    double dFreqIn = -1.0; // entry frequency
-    int profile_word = -1;
-    int profile_word2 = 0;
-    // words of passes
-    BITVEC *gen = nullptr, *kill = nullptr, *in = nullptr, *out = nullptr;
-    BITVEC *live_in = nullptr, *live_out = nullptr;
-    void *pass_word = nullptr;
-    void *pass_word2 = nullptr;
+    float dFreqIn = -1.0;       // entry frequency
+
+    LIR::bblock *lir() const { return words_ ? words_->lir : nullptr; }
+    BLOCK_WORDS &words() {
+        if (!words_) words_ = new BLOCK_WORDS;
+        return *words_;
+    }
 
     explicit BBLK(FUNINFO *owner);
     ~BBLK(); // edges, labels and statements are not freed here: erase_bblock does that

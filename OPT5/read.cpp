@@ -411,7 +411,7 @@ struct OPT_CLIENT final : IF_CLIENT {
 
     void cl_preprocess_statics() override {
         auto *s = new SYMTAB;
-        s->name = strdup("__MCALL_implicit_state__");
+        s->name = "__MCALL_implicit_state__";
         s->type = s->otype = tp->int_type();
         s->size = uint32_t(s->type->size);
         s->align = s->type->align;

@@ -672,7 +672,7 @@ SYMTAB *function_for_builtin(const NODE *call) {
     std::vector<TYPE *> params;
     for (NODE *arg : arg_list_args(call->left)) params.push_back(arg->type);
     auto *s = new SYMTAB;
-    s->name = strdup(((TYPE_PKG::abi == 1 ? "" : "_") + name).c_str());
+    s->name = keep_text(((TYPE_PKG::abi == 1 ? "" : "_") + name).c_str());
     s->type = s->otype = tp->mk_func(call->type, params)->normalized();
     s->sclass = s->class_as_read = SC_EXTREF;
     s->cqual = 0xE001;

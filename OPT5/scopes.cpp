@@ -1,5 +1,8 @@
 #include "OPT5/scopes.h"
 
+#include <unordered_map>
+#include <vector>
+
 #include "OPT5/funinfo.h"
 #include "OPT5/restrict.h"
 #include "OPT5/symtab.h"
@@ -40,7 +43,8 @@ static LS *root_of(LS *scope) {
 LS *LS::add_subscope(const PSN *begin_psn) {
     LS *scope = new LS;
     scope->parent = this;
-    (last_child ? last_child->sibling : child) = scope;
+    if (last_child) last_child->sibling = scope;
+    else child = scope;
     last_child = scope;
     scope->begin = begin_psn;
     scope->inline_id = inline_id;
@@ -74,14 +78,7 @@ void LS_close(const PSN *psn, SYMTAB *, unsigned) {
     curr_scope = curr_scope->parent;
 }
 
-void LS::add_symbol(SYMTAB *s) {
-    s->scope = this;
-    std::vector<SYMTAB *> &group = s->type->is_ptr()     ? pointer_symbols
-                                   : s->type->is_csu()   ? csu_symbols
-                                   : s->type->is_array() ? array_symbols
-                                                         : other_symbols;
-    group.push_back(s);
-}
+void LS::add_symbol(SYMTAB *s) { s->scope = this; }
 
 void LS::assign_scope_to_tree(NODE *tree) {
     for_each_node(tree, [this](NODE *n) { n->scope = this; });
@@ -212,13 +209,38 @@ static LS *next_in_subtree(LS *scope, const LS *top, int *depth) {
     return scope == top ? nullptr : scope->sibling;
 }
 
-static void print_group(FILE *to, int indent, const char *title, const std::vector<SYMTAB *> &group) {
+namespace {
+
+// What each scope of the current function declares, by kind and in order of creation.
+struct DECLARED {
+    std::vector<const SYMTAB *> pointers, records, arrays, others;
+};
+using DECLARATIONS = std::unordered_map<const LS *, DECLARED>;
+
+DECLARATIONS gather_declarations() {
+    DECLARATIONS all;
+    if (!currfuninfo) return all;
+    for (const SYMTAB *s : currfuninfo->owned_symbols) {
+        if (!s->scope) continue;
+        DECLARED &here = all[s->scope];
+        (s->type->is_ptr()     ? here.pointers
+         : s->type->is_csu()   ? here.records
+         : s->type->is_array() ? here.arrays
+                               : here.others)
+            .push_back(s);
+    }
+    return all;
+}
+
+} // namespace
+
+static void print_group(FILE *to, int indent, const char *title, const std::vector<const SYMTAB *> &group) {
     if (group.empty()) return;
     fprintf(to, "%*s    %s\n", indent, "", title);
     for (const SYMTAB *s : group) fprintf(to, "%*s        %s\n", indent, "", s->name);
 }
 
-static void print_one(const LS *scope, FILE *to, int indent, bool symbols) {
+static void print_one(const LS *scope, FILE *to, int indent, const DECLARATIONS &symbols) {
     auto line = [](const PSN *p) { return static_cast<unsigned long>(p ? p->line : 0); };
     auto column = [](const PSN *p) { return static_cast<unsigned long>(p ? p->column : 0); };
     fprintf(to, "%*sSCOPE #%d, level %d, at line %lu, column %lu", indent, "", scope->number, scope->level,
@@ -227,18 +249,20 @@ static void print_one(const LS *scope, FILE *to, int indent, bool symbols) {
     if (scope->inlined_function)
         fprintf(to, "%*s    in inlined function %s() called at site #%d\n", indent, "",
                 skip_name_prefix(scope->inlined_function->name), int(scope->call_site));
-    if (!symbols) return;
-    print_group(to, indent, "Pointer variables declared in this scope:", scope->pointer_symbols);
-    print_group(to, indent, "CSU variables declared in this scope:", scope->csu_symbols);
-    print_group(to, indent, "Array variables declared in this scope:", scope->array_symbols);
-    print_group(to, indent, "Other variables declared in this scope:", scope->other_symbols);
+    auto declared = symbols.find(scope);
+    if (declared == symbols.end()) return;
+    print_group(to, indent, "Pointer variables declared in this scope:", declared->second.pointers);
+    print_group(to, indent, "CSU variables declared in this scope:", declared->second.records);
+    print_group(to, indent, "Array variables declared in this scope:", declared->second.arrays);
+    print_group(to, indent, "Other variables declared in this scope:", declared->second.others);
 }
 
 void LS::print(bool nested, FILE *to, int indent, bool symbols) {
     constexpr int STEP = 4, WIDEST = 80; // very deep blocks are not moved further right
+    const DECLARATIONS declarations = symbols ? gather_declarations() : DECLARATIONS();
     int depth = 0;
     for (LS *scope = this; scope; scope = nested ? next_in_subtree(scope, this, &depth) : nullptr)
-        print_one(scope, to, indent + (depth < WIDEST / STEP ? depth * STEP : WIDEST), symbols);
+        print_one(scope, to, indent + (depth < WIDEST / STEP ? depth * STEP : WIDEST), declarations);
 }
 
 void LS_print(LS *root) {

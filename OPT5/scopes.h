@@ -5,32 +5,30 @@
 // one function body; two scopes compare only within one inline_id. A body that was integrated hangs as a subtree
 // under the scope of the call, its levels raised accordingly.
 //
-// The tree is built while a function is read, the root belongs to FUNINFO and goes with the body. Symbols are listed
-// in their scope for printing; a symbol that left its function's chains may still stand there. Trees may be as deep as
-// blocks nest, so nothing here recurses over them.
+// The tree is built while a function is read, the root belongs to FUNINFO and goes with the body. A symbol knows its
+// scope; what a scope declares is gathered from the current function's symbols when it is printed. Trees may be as deep
+// as blocks nest, so nothing here recurses over them.
 #pragma once
 
 #include <cstdio>
-#include <vector>
 
 #include "OPT5/fwd.h"
-#include "support/pool.h"
+#include "support/near.h"
 #include "support/psn.h"
 
 struct LS : pooled<LS> {
-    LS *parent = nullptr;
-    LS *child = nullptr; // first subscope
-    LS *last_child = nullptr;
-    LS *sibling = nullptr; // next subscope of the parent
+    near_ptr<LS> parent;
+    near_ptr<LS> child; // first subscope
+    near_ptr<LS> last_child;
+    near_ptr<LS> sibling; // next subscope of the parent
     int number = 0;
-    const PSN *begin = nullptr, *end = nullptr;
     unsigned inline_id = 0;
     int level = 0;
-    SYMTAB *inlined_function = nullptr; // of the root of an integrated body
     unsigned call_site = 0;
-    std::vector<SYMTAB *> pointer_symbols, csu_symbols, array_symbols, other_symbols;
-    struct LOOP *loop = nullptr;
     int last_number = 0; // of a root: the last number given in its tree
+    const PSN *begin = nullptr, *end = nullptr;
+    SYMTAB *inlined_function = nullptr; // of the root of an integrated body
+    struct LOOP *loop = nullptr;
 
     LS() = default;
     LS(const LS &) = delete;

@@ -43,12 +43,6 @@ bool unindex_global(SYMTAB *s) {
     return true;
 }
 
-char *copy_text(const char *text) {
-    char *copy = strdup(text);
-    if (!copy) abort_optimizer("ERROR - OUT OF MEMORY");
-    return copy;
-}
-
 // The type that trees see: normal form, and for an enum its underlying type under the same qualifiers.
 TYPE *symbol_type(TYPE *declared) {
     TYPE *type = declared->normalized();
@@ -61,7 +55,6 @@ TYPE *symbol_type(TYPE *declared) {
 } // namespace
 
 SYMTAB::~SYMTAB() {
-    free(name);
     while (pragmas) {
         PRAGMA *next_pragma = pragmas->next;
         delete pragmas;
@@ -72,6 +65,7 @@ SYMTAB::~SYMTAB() {
         delete init;
     }
     erase_tree(known_init);
+    delete rare_words;
 }
 
 int SYMTAB::sym_prag_num() const {
@@ -145,7 +139,7 @@ SYMTAB *make_symbol_from_file(const char *name, TYPE *type, TYPE *cpp_type, uint
         return nullptr;
     }
     SYMTAB *s = new SYMTAB;
-    s->name = copy_text(name);
+    s->name = keep_text(name);
     s->type = symbol_type(type);
     s->otype = type;
     s->cpp_type = cpp_type;
@@ -233,7 +227,7 @@ SYMTAB *sym_temp(int kind, long number, TYPE *type, LS *scope) {
     name[NAME_SIZE - 1] = '\0';
 
     SYMTAB *s = new SYMTAB;
-    s->name = copy_text(name);
+    s->name = keep_text(name);
     s->type = s->otype = temporary_type(type);
     s->size = uint32_t(s->type->size);
     s->align = s->type->align;
@@ -308,9 +302,7 @@ SYMTAB *find_global_function(const char *name) {
 
 void rename_symbol(SYMTAB *s, const char *name) {
     bool indexed = s->name && s->level == 0 && unindex_global(s);
-    char *old = s->name; // the new name may be made of it
-    s->name = copy_text(name);
-    free(old);
+    s->name = keep_text(name);
     if (indexed) index_global(s);
 }
 
@@ -449,7 +441,7 @@ SYMTAB *copy_symbol(const SYMTAB *s) {
     SYMTAB *copy = new SYMTAB;
     copy->index = s->index;
     copy->policy = s->policy;
-    copy->name = copy_text(s->name);
+    copy->name = s->name; // names stay
     copy->size = s->size;
     copy->value = s->value;
     copy->sclass = s->sclass;
@@ -460,7 +452,6 @@ SYMTAB *copy_symbol(const SYMTAB *s) {
     copy->cpp_type = s->cpp_type;
     copy->align = s->align;
     copy->scope = s->scope;
-    copy->scope_word = s->scope_word;
     copy->psn = s->psn;
     copy->pragmas = copy_pragmas(s->pragmas);
     if (s->init) {
@@ -473,7 +464,10 @@ SYMTAB *copy_symbol(const SYMTAB *s) {
     copy->option_set = s->option_set;
     copy->sequence = s->sequence;
     copy->use_count = s->use_count;
-    copy->word = s->word;
+    if (s->rare_words) {
+        copy->rare().word = s->rare_words->word;
+        copy->rare().scope_word = s->rare_words->scope_word;
+    }
     copy->flags = s->flags;
     return copy;
 }

@@ -11,6 +11,7 @@
 
 #include "OPT5/fwd.h"
 #include "ifile/if_faces.h"
+#include "support/near.h"
 #include "support/xint.h"
 #include "typepkg/type_pkg.h"
 
@@ -47,39 +48,49 @@ enum SYM_FLAG : uint8_t {
 
 // The trees of a static initialiser; the last one is ENDINIT. `offsets` is lookup_autoinit's index of the trees, made
 // when first asked for; who changes `trees` empties it.
-struct EXPR_LIST {
+struct EXPR_LIST : pooled<EXPR_LIST> {
     std::vector<NODE *> trees;
     std::vector<uint64_t> offsets;
 };
 
-struct SYMTAB final : I_SYMTAB {
-    char *name = nullptr; // owned
-    uint32_t size = 0;    // bits; the type's size unless a function
-    uint32_t value = 0;   // offset or register from the parser
-    uint8_t sclass = 0;   // SYM_CLASS
-    uint8_t class_as_read = 0;
-    uint16_t cqual = 0;       // SYM_CQUAL
-    TYPE *type = nullptr;     // normalised
-    TYPE *otype = nullptr;    // as declared
-    TYPE *cpp_type = nullptr; // source-level type, may be null
-    uint32_t align = 0;       // bits
-    LS *scope = nullptr;
-    unsigned scope_word = 0;
-    const PSN *psn = nullptr;
-    PRAGMA *pragmas = nullptr;  // newest first; owned
+// What few symbols need; made when first set, and gone with the symbol.
+struct SYMTAB_RARE : pooled<SYMTAB_RARE> {
     void *alias_list = nullptr; // two words of the alias analysis
     void *alias_list2 = nullptr;
-    EXPR_LIST *init = nullptr;  // static initialiser, or null; owned
-    NODE *known_init = nullptr; // known initial value, or null; owned
-    int level = 0;              // 0 global, 1 parameter, 2 local
+    void *list_word = nullptr;
+    unsigned word = 0;
+    unsigned scope_word = 0;
+};
+
+struct SYMTAB final : I_SYMTAB, pooled<SYMTAB> {
+    uint8_t sclass = 0; // SYM_CLASS
+    uint8_t class_as_read = 0;
+    uint8_t flags = 0;          // SYM_FLAG
+    const char *name = nullptr; // never null once made; lives as long as the program
+    SYMTAB *next = nullptr;     // in the owning chain
+    uint32_t size = 0;          // bits; the type's size unless a function
+    uint32_t value = 0;         // offset or register from the parser
+    near_ptr<TYPE> type;        // normalised
+    near_ptr<TYPE> otype;       // as declared
+    near_ptr<TYPE> cpp_type;    // source-level type, may be null
+    near_ptr<LS> scope;
+    uint32_t align = 0; // bits
+    int level = 0;      // 0 global, 1 parameter, 2 local
+    uint16_t cqual = 0; // SYM_CQUAL
+    uint16_t use_count = 0xFFFF;
+    unsigned sequence = 0; // creation counter within the function; 0 for temporaries
+    const PSN *psn = nullptr;
+    PRAGMA *pragmas = nullptr; // newest first; owned
+    near_ptr<EXPR_LIST> init;  // static initialiser, or null; owned
+    near_ptr<NODE> known_init; // known initial value, or null; owned
     uint32_t location = 0;
     uint32_t option_set = 0;
-    SYMTAB *next = nullptr; // in the owning chain
-    void *list_word = nullptr;
-    unsigned sequence = 0; // creation counter within the function; 0 for temporaries
-    uint16_t use_count = 0xFFFF;
-    unsigned word = 0;
-    uint8_t flags = 0; // SYM_FLAG
+    near_ptr<SYMTAB_RARE> rare_words; // owned; reading never makes the record, setting does
+
+    SYMTAB_RARE &rare() {
+        if (!rare_words) rare_words = new SYMTAB_RARE;
+        return *rare_words;
+    }
 
     SYMTAB() = default;
     ~SYMTAB() override;

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "support/fatal.h"
 #include "support/near.h"
@@ -81,6 +82,25 @@ void *slab_memory(size_t bytes) {
     void *memory = region;
     region += bytes;
     return memory;
+}
+
+const char *keep_text(const char *text) {
+    constexpr size_t CHUNK = 16 * 1024;
+    static char *chunk, *chunk_end;
+    size_t bytes = strlen(text) + 1;
+    char *copy;
+    if (bytes > CHUNK / 8) {
+        copy = static_cast<char *>(slab_memory(bytes));
+    } else {
+        if (size_t(chunk_end - chunk) < bytes) {
+            chunk = static_cast<char *>(slab_memory(CHUNK));
+            chunk_end = chunk + CHUNK;
+        }
+        copy = chunk;
+        chunk += bytes;
+    }
+    memcpy(copy, text, bytes);
+    return copy;
 }
 
 void near_fault(const void *p) {

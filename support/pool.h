@@ -33,6 +33,9 @@
 // Uninitialised memory that lives as long as the process, aligned to a cache line. Never null.
 void *slab_memory(size_t bytes);
 
+// A copy of a text that lives as long as the process, for the names of symbols.
+const char *keep_text(const char *text);
+
 // Storage for records of SIZE bytes; a freed one keeps its first KEEP bytes from the pointer behind on unpoisoned.
 template <size_t SIZE, size_t KEEP = 0> class record_pool {
     struct FREE_SLOT {

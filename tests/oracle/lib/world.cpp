@@ -14,7 +14,7 @@
 
 SYMTAB *ORACLE_WORLD::make_symbol(const std::string &name, TYPE *type, int level) {
     SYMTAB *s = symbols.emplace_back(std::make_unique<SYMTAB>()).get();
-    s->name = strdup(name.c_str());
+    s->name = keep_text(name.c_str());
     s->type = s->otype = type;
     s->size = uint32_t(type->size);
     s->align = type->align;
@@ -99,8 +99,8 @@ ORACLE_WORLD::ORACLE_WORLD() {
         scope->inline_id = 1;
         scope->level = scope->number = level;
         scope->parent = above;
-        (above ? above->child : function.scopes) = scope;
-        if (above) above->last_child = scope;
+        if (above) above->child = above->last_child = scope;
+        else function.scopes = scope;
         above = scope;
     }
     currfunc = self;

@@ -59,7 +59,7 @@ struct cfg_world : testing::Test {
 
     SYMTAB *make_symbol(const char *name, TYPE *type, int level, int sclass) {
         SYMTAB *s = new SYMTAB;
-        s->name = strdup(name);
+        s->name = keep_text(name);
         s->type = s->otype = type;
         s->size = uint32_t(type->size);
         s->align = type->align;
@@ -93,8 +93,8 @@ struct cfg_world : testing::Test {
             scope->inline_id = 1;
             scope->level = scope->number = level;
             scope->parent = above;
-            (above ? above->child : f->scopes) = scope;
-            if (above) above->last_child = scope;
+            if (above) above->child = above->last_child = scope;
+            else f->scopes = scope;
             above = scope;
         }
         currfunc = self;
