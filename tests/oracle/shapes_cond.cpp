@@ -166,12 +166,12 @@ TEST(shapes_cond, long_chains_take_no_square_time_and_no_stack) {
 
 namespace {
 
-LBL labels[3];
+LBL *const labels[3] = {new LBL, new LBL, new LBL};
 
 NODE *label(int k) {
-    labels[k].number = k;
+    labels[k]->number = k;
     NODE *n = mk_LABELREF(k, 0);
-    n->label = &labels[k];
+    n->label = labels[k];
     return n;
 }
 
@@ -195,7 +195,7 @@ TEST(shapes_cond, branches) {
     // a CBRANCH jumps when its condition is false
     NODE *t = simp_tree(branch(CBRANCH, t_icon(0, i32), label(1)), nullptr);
     ASSERT_EQ(t->op, BRANCH);
-    EXPECT_EQ(t->left->label, &labels[1]);
+    EXPECT_EQ(t->left->label, labels[1]);
     erase_tree(t);
     t = simp_tree(branch(CBRANCH, t_icon(3, i32), label(1)), nullptr);
     EXPECT_EQ(t->op, ICON);
@@ -203,15 +203,15 @@ TEST(shapes_cond, branches) {
     for (int truth : {0, 7}) {
         t = simp_tree(branch(IF, t_icon(truth, i32), two_labels()), nullptr);
         ASSERT_EQ(t->op, BRANCH);
-        EXPECT_EQ(t->left->label, &labels[truth ? 1 : 2]);
+        EXPECT_EQ(t->left->label, labels[truth ? 1 : 2]);
         erase_tree(t);
     }
     // one case: unequal goes to the default
     t = simp_tree(switch_of(x_i32(), t_icon(5, i32)), nullptr);
     ASSERT_EQ(t->op, IF);
     EXPECT_EQ(t->left->op, NEQ);
-    EXPECT_EQ(t->right->left->label, &labels[2]);
-    EXPECT_EQ(t->right->right->label, &labels[1]);
+    EXPECT_EQ(t->right->left->label, labels[2]);
+    EXPECT_EQ(t->right->right->label, labels[1]);
     erase_tree(t);
     // a case that the selector's type does not have
     t = simp_tree(switch_of(mk_NAME(world().variable("x", world().u32)), t_icon(-5, i32)), nullptr);
@@ -221,12 +221,12 @@ TEST(shapes_cond, branches) {
 }
 
 TEST(shapes_cond, an_IF_of_a_flow_graph_keeps_its_edges) {
-    BBLK *block = reinterpret_cast<BBLK *>(&labels[0]); // only asked whether it is there
+    BBLK *block = reinterpret_cast<BBLK *>(labels[0]); // only asked whether it is there
     NODE *t = branch(IF, t_icon(1, world().i32), two_labels());
-    labels[1].block = block;
+    labels[1]->block = block;
     t = simp_tree(t, nullptr);
     EXPECT_EQ(t->op, IF);
-    labels[1].block = nullptr;
+    labels[1]->block = nullptr;
     erase_tree(t);
 }
 

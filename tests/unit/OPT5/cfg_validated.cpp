@@ -1,3 +1,5 @@
+#include <memory>
+
 #include "tests/unit/OPT5/cfg_world.h"
 
 // What a damaged function loses is meant to be lost; the leak checker, where there is one, need not know.
@@ -163,8 +165,8 @@ TEST_F(cfg_validated, each_damage_is_found_and_named) {
         {"opcode that does not exist", [](T &t) { t.bb(2)->statements->tree->right->op = 120; }},
         {"scope outside the function",
          [](T &t) {
-             static LS other;
-             t.bb(2)->statements->tree->right->scope = &other;
+             static std::unique_ptr<LS> other(new LS);
+             t.bb(2)->statements->tree->right->scope = other.get();
          }},
         {"names entry 3 of an exception table of 0",
          [](T &t) {
@@ -182,8 +184,8 @@ TEST_F(cfg_validated, each_damage_is_found_and_named) {
         {"a symbol has no name", [](T &t) { t.x->name = nullptr; }},
         {"a scope outside the function",
          [](T &t) {
-             static LS other;
-             t.x->scope = &other;
+             static std::unique_ptr<LS> other(new LS);
+             t.x->scope = other.get();
          }},
         // scopes
         {"has another parent", [](T &t) { t.scope()->parent = t.f->scopes; }},

@@ -1,4 +1,6 @@
 // Making, copying and erasing nodes, the face that files see, argument lists, and the check of shapes.
+#include <memory>
+
 #include "trees_world.h"
 
 #include "OPT5/cfg.h"
@@ -175,10 +177,10 @@ TEST_F(trees_nodes, copies_own_what_they_hold) {
     ddnode->rare().dval = new DDREC;
     ddnode->dval()->tree = N("x");
     ddnode->dval()->id = 9;
-    LS scope;
+    auto scope = std::make_unique<LS>();
     NODE *originals[] = {
         fcon, scon, ddnode, mk_PPRAGMA(pragma), mk_ASM_comment("note"), mk_ICALL("_f", N("x"), i)};
-    originals[5]->scope = &scope;
+    originals[5]->scope = scope.get();
     originals[5]->flag = true;
     originals[5]->branch_hint = -1;
     originals[5]->i_eht_id = 4;
@@ -198,7 +200,7 @@ TEST_F(trees_nodes, copies_own_what_they_hold) {
     EXPECT_STREQ(copies[4]->text, "note");
     EXPECT_STREQ(copies[5]->icall_name(), "_f");
     EXPECT_EQ(copies[5]->icall_name(), dd_copies[5]->icall_name()) << "equal names are one text";
-    EXPECT_EQ(copies[5]->scope, &scope);
+    EXPECT_EQ(copies[5]->scope, scope.get());
     EXPECT_EQ(dd_copies[5]->scope, nullptr);
     EXPECT_TRUE(copies[5]->flag);
     EXPECT_EQ(copies[5]->branch_hint, -1);
