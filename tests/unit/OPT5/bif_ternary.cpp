@@ -1,6 +1,8 @@
 // The strict ternary: there and back, its rules, and the order in which operands with effects are evaluated.
 #include "tests/unit/OPT5/bif_world.h"
 
+#include "OPT5/scopes.h"
+
 namespace {
 
 struct bif_ternary : bif_world {
@@ -32,7 +34,7 @@ struct bif_ternary : bif_world {
 TEST_F(bif_ternary, there_and_back_is_the_same_conditional) {
     size_t nodes = nodes_in_use();
     NODE *tree = quest(B(LT, N("x"), I(3)), N("a"), B(PLUS, N("b"), I(1)));
-    LS *scope = reinterpret_cast<LS *>(&function); // only carried along
+    LS *scope = new LS; // only carried along
     tree->scope = tree->right->scope = scope;
     tree->set_edge_profile_value(7);
     NODE *before = copy_tree(tree);
