@@ -605,23 +605,6 @@ XN *COMPILER::call(MNODE *t) {
     x->extra = c;
     constexpr unsigned MANY = 64;
     if (c->args.size() > MANY) cannot(t, "more than 64 arguments");
-    auto evaluate = [](const XCALL *call, FRAME *f, ARG *out) {
-        for (size_t i = 0; i < call->args.size(); i++) {
-            const XN *a = call->args[i];
-            if (a->kind == SK_wide) {
-                WIDE w;
-                a->wide(a, f, &w);
-                uint32_t bytes = uint32_t(call->types[i]->size / 8);
-                uint32_t at = uint32_t(push_stack(16, 16));
-                store_wide(at, bytes,
-                           call->types[i]->is_complex() ? bytes / 2
-                                                        : uint32_t(call->types[i]->elem_type()->size / 8),
-                           &w);
-                out[i] = {at, call->types[i], SK_wide};
-            } else out[i] = {a->fn(a, f), call->types[i], a->kind};
-        }
-    };
-    (void)evaluate;
     x->fn = [](const XN *n, FRAME *f) {
         auto *call = static_cast<const XCALL *>(n->extra);
         ARG args_v[MANY];

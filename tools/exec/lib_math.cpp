@@ -6,29 +6,15 @@
 
 namespace {
 
-#define FN [](CALL_CONTEXT & c) -> uint64_t
-#define ONE(f)                                                                                               \
-    {#f, FN{return from_f64(std::f(c.f64(0)));                                                               \
-    }                                                                                                        \
-    }                                                                                                        \
-    , {#f "l", FN{return from_f64(std::f(c.f64(0)));                                                         \
-    }                                                                                                        \
-    }                                                                                                        \
-    , {                                                                                                      \
-#f "f", FN { return from_f32(std::f(c.f32(0))); }                                                    \
-    }
-#define TWO(f)                                                                                               \
-    {#f, FN{return from_f64(std::f(c.f64(0), c.f64(1)));                                                     \
-    }                                                                                                        \
-    }                                                                                                        \
-    , {#f "l", FN{return from_f64(std::f(c.f64(0), c.f64(1)));                                               \
-    }                                                                                                        \
-    }                                                                                                        \
-    , {                                                                                                      \
-#f "f", FN { return from_f32(std::f(c.f32(0), c.f32(1))); }                                          \
-    }
-
-uint64_t sx(int v) { return uint64_t(int64_t(v)); }
+// clang-format off
+#define ONE(f) \
+    {#f, FN(from_f64(std::f(c.f64(0))))}, {#f "l", FN(from_f64(std::f(c.f64(0))))}, {#f "f", FN(from_f32(std::f(c.f32(0))))}
+#define TWO(f) \
+    {#f, FN(from_f64(std::f(c.f64(0), c.f64(1))))}, {#f "l", FN(from_f64(std::f(c.f64(0), c.f64(1))))}, \
+    {#f "f", FN(from_f32(std::f(c.f32(0), c.f32(1))))}
+#define CPX(f) \
+    {"c" #f, FN(put_complex(c, std::f(get_complex(c, 0))))}, {"c" #f "f", FN(put_complex(c, std::f(get_complex(c, 0))))}
+// clang-format on
 
 uint64_t do_modf(CALL_CONTEXT &c) {
     double whole, part = std::modf(c.f64(0), &whole);
@@ -51,6 +37,12 @@ uint64_t do_frexpf(CALL_CONTEXT &c) {
     float m = std::frexp(c.f32(0), &e);
     put_u32(c.u32(1), uint32_t(e));
     return from_f32(m);
+}
+uint64_t do_remquo(CALL_CONTEXT &c) {
+    int q;
+    double r = std::remquo(c.f64(0), c.f64(1), &q);
+    put_u32(c.u32(2), uint32_t(q));
+    return from_f64(r);
 }
 uint64_t clamp_long(double v) {
     return uint64_t(int64_t(v != v              ? 0
@@ -79,13 +71,6 @@ uint64_t put_complex(CALL_CONTEXT &c, std::complex<double> z) {
     c.frame->wide_result = w;
     return 0;
 }
-#define CPX(f)                                                                                               \
-    {"c" #f, FN{return put_complex(c, std::f(get_complex(c, 0)));                                            \
-    }                                                                                                        \
-    }                                                                                                        \
-    , {                                                                                                      \
-        "c" #f "f", FN { return put_complex(c, std::f(get_complex(c, 0))); }                                 \
-    }
 
 } // namespace
 
@@ -134,62 +119,71 @@ const LIBRARY_ROW library_math[] = {
     TWO(fmin),
     TWO(nextafter),
     TWO(remainder),
-    {"ldexp", FN { return from_f64(std::ldexp(c.f64(0), c.i32(1))); }},
-    {"ldexpf", FN { return from_f32(std::ldexp(c.f32(0), c.i32(1))); }},
-    {"scalbn", FN { return from_f64(std::scalbn(c.f64(0), c.i32(1))); }},
-    {"scalbnf", FN { return from_f32(std::scalbn(c.f32(0), c.i32(1))); }},
-    {"fma", FN { return from_f64(std::fma(c.f64(0), c.f64(1), c.f64(2))); }},
-    {"fmaf", FN { return from_f32(std::fma(c.f32(0), c.f32(1), c.f32(2))); }},
+    {"ldexp", FN(from_f64(std::ldexp(c.f64(0), c.i32(1))))},
+    {"ldexpf", FN(from_f32(std::ldexp(c.f32(0), c.i32(1))))},
+    {"scalbn", FN(from_f64(std::scalbn(c.f64(0), c.i32(1))))},
+    {"scalbnf", FN(from_f32(std::scalbn(c.f32(0), c.i32(1))))},
+    {"fma", FN(from_f64(std::fma(c.f64(0), c.f64(1), c.f64(2))))},
+    {"fmaf", FN(from_f32(std::fma(c.f32(0), c.f32(1), c.f32(2))))},
     {"modf", do_modf},
     {"modff", do_modff},
     {"frexp", do_frexp},
     {"frexpf", do_frexpf},
-    {"ilogb", FN { return sx(std::ilogb(c.f64(0))); }},
-    {"ilogbl", FN { return sx(std::ilogb(c.f64(0))); }},
-    {"ilogbf", FN { return sx(std::ilogb(c.f32(0))); }},
-    {"lround", FN { return clamp_long(std::round(c.f64(0))); }},
-    {"lroundf", FN { return clamp_long(std::round(c.f64(0))); }},
-    {"lrint", FN { return clamp_long(std::rint(c.f64(0))); }},
-    {"lrintf", FN { return clamp_long(std::rint(c.f64(0))); }},
-    {"llround", FN { return uint64_t(std::llround(c.f64(0))); }},
-    {"llrint", FN { return uint64_t(std::llrint(c.f64(0))); }},
-    {"nan", FN { (void)c; return from_f64(std::nan("")); }},
-    {"nanf", FN { (void)c; return from_f32(std::nanf("")); }},
-    {"isnan", FN { return sx(std::isnan(any(c))); }},
-    {"__isnan", FN { return sx(std::isnan(any(c))); }},
-    {"__isnanf", FN { return sx(std::isnan(any(c))); }},
-    {"__isnanl", FN { return sx(std::isnan(any(c))); }},
-    {"isinf", FN { return sx(std::isinf(any(c)) ? (any(c) < 0 ? -1 : 1) : 0); }},
-    {"__isinf", FN { return sx(std::isinf(any(c)) ? (any(c) < 0 ? -1 : 1) : 0); }},
-    {"__isinff", FN { return sx(std::isinf(any(c)) ? (any(c) < 0 ? -1 : 1) : 0); }},
-    {"__isinfl", FN { return sx(std::isinf(any(c)) ? (any(c) < 0 ? -1 : 1) : 0); }},
-    {"finite", FN { return sx(std::isfinite(any(c))); }},
-    {"__finite", FN { return sx(std::isfinite(any(c))); }},
-    {"__finitef", FN { return sx(std::isfinite(any(c))); }},
-    {"__finitel", FN { return sx(std::isfinite(any(c))); }},
-    {"__builtin_isinf", FN { return sx(std::isinf(any(c))); }},
-    {"__builtin_isinf_sign", FN { return sx(std::isinf(any(c)) ? (any(c) < 0 ? -1 : 1) : 0); }},
-    {"__builtin_isfinite", FN { return sx(std::isfinite(any(c))); }},
-    {"__builtin_isnormal", FN { return sx(is_single(c) ? std::isnormal(c.f32(0)) : std::isnormal(any(c))); }},
-    {"__builtin_signbit", FN { return sx(sign_bit(c)); }},
-    {"__builtin_signbitf", FN { return sx(sign_bit(c)); }},
-    {"__builtin_signbitl", FN { return sx(sign_bit(c)); }},
-    {"__signbit", FN { return sx(sign_bit(c)); }},
-    {"__signbitf", FN { return sx(sign_bit(c)); }},
-    {"__fpclassify", FN { return sx(std::fpclassify(any(c))); }},
-    {"__fpclassifyf", FN { return sx(std::fpclassify(c.f32(0))); }},
+    {"ilogb", FN(sx(std::ilogb(c.f64(0))))},
+    {"ilogbl", FN(sx(std::ilogb(c.f64(0))))},
+    {"ilogbf", FN(sx(std::ilogb(c.f32(0))))},
+    {"lround", FN(clamp_long(std::round(c.f64(0))))},
+    {"lroundf", FN(clamp_long(std::round(c.f64(0))))},
+    {"lrint", FN(clamp_long(std::rint(c.f64(0))))},
+    {"lrintf", FN(clamp_long(std::rint(c.f64(0))))},
+    {"llround", FN(uint64_t(std::llround(c.f64(0))))},
+    {"llrint", FN(uint64_t(std::llrint(c.f64(0))))},
+    {"nan", FN(from_f64(std::nan("")))},
+    {"nanf", FN(from_f32(std::nanf("")))},
+    {"isnan", FN(sx(std::isnan(any(c))))},
+    {"__isnan", FN(sx(std::isnan(any(c))))},
+    {"__isnanf", FN(sx(std::isnan(any(c))))},
+    {"__isnanl", FN(sx(std::isnan(any(c))))},
+    {"isinf", FN(sx(std::isinf(any(c)) ? (any(c) < 0 ? -1 : 1) : 0))},
+    {"__isinf", FN(sx(std::isinf(any(c)) ? (any(c) < 0 ? -1 : 1) : 0))},
+    {"__isinff", FN(sx(std::isinf(any(c)) ? (any(c) < 0 ? -1 : 1) : 0))},
+    {"__isinfl", FN(sx(std::isinf(any(c)) ? (any(c) < 0 ? -1 : 1) : 0))},
+    {"finite", FN(sx(std::isfinite(any(c))))},
+    {"__finite", FN(sx(std::isfinite(any(c))))},
+    {"__finitef", FN(sx(std::isfinite(any(c))))},
+    {"__finitel", FN(sx(std::isfinite(any(c))))},
+    {"__builtin_isinf", FN(sx(std::isinf(any(c))))},
+    {"__builtin_isinf_sign", FN(sx(std::isinf(any(c)) ? (any(c) < 0 ? -1 : 1) : 0))},
+    {"__builtin_isfinite", FN(sx(std::isfinite(any(c))))},
+    {"__builtin_isnormal", FN(sx(is_single(c) ? std::isnormal(c.f32(0)) : std::isnormal(any(c))))},
+    {"__builtin_signbit", FN(sx(sign_bit(c)))},
+    {"__builtin_signbitf", FN(sx(sign_bit(c)))},
+    {"__builtin_signbitl", FN(sx(sign_bit(c)))},
+    {"__signbit", FN(sx(sign_bit(c)))},
+    {"__signbitf", FN(sx(sign_bit(c)))},
+    {"__fpclassify", FN(sx(std::fpclassify(any(c))))},
+    {"__fpclassifyf", FN(sx(std::fpclassify(c.f32(0))))},
     CPX(exp), CPX(log), CPX(sqrt), CPX(sin), CPX(cos), CPX(tan), CPX(sinh), CPX(cosh), CPX(tanh),
-    {"cabs", FN { return from_f64(std::abs(get_complex(c, 0))); }},
-    {"cabsf", FN { return from_f32(float(std::abs(get_complex(c, 0)))); }},
-    {"carg", FN { return from_f64(std::arg(get_complex(c, 0))); }},
-    {"cargf", FN { return from_f32(float(std::arg(get_complex(c, 0)))); }},
-    {"creal", FN { return from_f64(get_complex(c, 0).real()); }},
-    {"crealf", FN { return from_f32(float(get_complex(c, 0).real())); }},
-    {"cimag", FN { return from_f64(get_complex(c, 0).imag()); }},
-    {"cimagf", FN { return from_f32(float(get_complex(c, 0).imag())); }},
-    {"conj", FN { return put_complex(c, std::conj(get_complex(c, 0))); }},
-    {"conjf", FN { return put_complex(c, std::conj(get_complex(c, 0))); }},
-    {"cpow", FN { return put_complex(c, std::pow(get_complex(c, 0), get_complex(c, 1))); }},
+    {"cabs", FN(from_f64(std::abs(get_complex(c, 0))))},
+    {"cabsf", FN(from_f32(float(std::abs(get_complex(c, 0)))))},
+    {"carg", FN(from_f64(std::arg(get_complex(c, 0))))},
+    {"cargf", FN(from_f32(float(std::arg(get_complex(c, 0)))))},
+    {"creal", FN(from_f64(get_complex(c, 0).real()))},
+    {"crealf", FN(from_f32(float(get_complex(c, 0).real())))},
+    {"cimag", FN(from_f64(get_complex(c, 0).imag()))},
+    {"cimagf", FN(from_f32(float(get_complex(c, 0).imag())))},
+    {"conj", FN(put_complex(c, std::conj(get_complex(c, 0))))},
+    {"conjf", FN(put_complex(c, std::conj(get_complex(c, 0))))},
+    {"remquo", do_remquo},
+    {"lroundl", FN(clamp_long(std::round(c.f64(0))))},
+    {"llroundf", FN(uint64_t(std::llround(c.f64(0))))},
+    {"llrintf", FN(uint64_t(std::llrint(c.f64(0))))},
+    {"scalbln", FN(from_f64(std::scalbn(c.f64(0), c.i32(1))))},
+    {"drem", FN(from_f64(std::remainder(c.f64(0), c.f64(1))))},
+    {"exp10", FN(from_f64(exp10(c.f64(0))))},
+    CPX(asin), CPX(acos), CPX(atan), CPX(asinh), CPX(acosh), CPX(atanh), CPX(proj),
+    {"cpowf", FN(put_complex(c, std::pow(get_complex(c, 0), get_complex(c, 1))))},
+    {"cpow", FN(put_complex(c, std::pow(get_complex(c, 0), get_complex(c, 1))))},
     {nullptr, nullptr},
 };
 // clang-format on

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
+#include <unistd.h>
 
 #include "tools/exec/library.h"
 
@@ -12,16 +13,6 @@ namespace {
 std::unordered_map<uint32_t, FILE *> files;
 uint32_t standard[3];
 
-uint32_t enter_file(FILE *f) {
-    if (!f) {
-        set_errno(errno);
-        return 0;
-    }
-    uint32_t a = mem.heap_alloc(4);
-    files[a] = f;
-    return a;
-}
-
 uint32_t standard_file(int i) {
     if (!standard[i]) {
         standard[i] = mem.add_global(4, 4);
@@ -29,10 +20,6 @@ uint32_t standard_file(int i) {
     }
     return standard[i];
 }
-
-#define FN [](CALL_CONTEXT & c) -> uint64_t
-
-uint64_t sx(int v) { return uint64_t(int64_t(v)); }
 
 uint64_t print_to(FILE *f, const std::string &s) {
     size_t n = fwrite(s.data(), 1, s.size(), f);
@@ -50,6 +37,16 @@ uint64_t print_into(uint32_t to, uint32_t room, bool bounded, const std::string 
 
 } // namespace
 
+uint32_t enter_file(FILE *f) {
+    if (!f) {
+        set_errno(errno);
+        return 0;
+    }
+    uint32_t a = mem.heap_alloc(4);
+    files[a] = f;
+    return a;
+}
+
 FILE *guest_file(uint32_t handle) {
     auto it = files.find(handle);
     if (it == files.end()) fault("0x%08x is no open stream", handle);
@@ -57,6 +54,14 @@ FILE *guest_file(uint32_t handle) {
 }
 
 // --- printf ---
+
+namespace {
+// The locale is "C": only ASCII has bytes.
+int one_byte(uint32_t wide) {
+    if (wide > 127) fault("printf of the wide character 0x%x, which the locale has no bytes for", wide);
+    return int(wide);
+}
+} // namespace
 
 std::string format_guest(uint32_t format, VARARGS args) {
     std::string f = guest_string(format), out;
@@ -117,7 +122,7 @@ std::string format_guest(uint32_t format, VARARGS args) {
                 spec += conv, text(v);
             }
             break;
-        case 'c': spec += 'c', text(int(args.u32())); break;
+        case 'c': spec += 'c', text(length == "l" ? one_byte(args.u32()) : int(args.u32())); break;
         case 'p': {
             uint32_t v = args.u32();
             if (v) spec += 's', snprintf(buf, sizeof buf, "0x%x", v), out += buf;
@@ -129,7 +134,10 @@ std::string format_guest(uint32_t format, VARARGS args) {
             size_t dot = spec.find('.');
             std::string s;
             if (!a) s = "(null)";
-            else if (dot != std::string::npos && spec[dot + 1] != '-') {
+            else if (length == "l") {
+                size_t limit = dot == std::string::npos ? SIZE_MAX : size_t(atoi(spec.c_str() + dot + 1));
+                for (uint32_t ch; s.size() < limit && (ch = get_u32(a)); a += 4) s += char(one_byte(ch));
+            } else if (dot != std::string::npos && spec[dot + 1] != '-') {
                 uint32_t limit = uint32_t(atoi(spec.c_str() + dot + 1)), n = 0;
                 while (n < limit && *guest_bytes(a + n, 1, false)) n++;
                 s.assign(reinterpret_cast<char *>(mem.base + a), n);
@@ -388,6 +396,44 @@ uint64_t do_asprintf(uint32_t to, const std::string &s) {
     return s.size();
 }
 
+uint64_t do_fclose(CALL_CONTEXT &c) {
+    FILE *f = guest_file(c.u32(0));
+    files.erase(c.u32(0));
+    mem.heap_free(c.u32(0));
+    return sx(fclose(f));
+}
+uint64_t do_freopen(CALL_CONTEXT &c) {
+    std::string name = c.u32(0) ? guest_string(c.u32(0)) : "";
+    FILE *f =
+        freopen(c.u32(0) ? name.c_str() : nullptr, guest_string(c.u32(1)).c_str(), guest_file(c.u32(2)));
+    if (!f) return set_errno(errno), files.erase(c.u32(2)), 0;
+    files[c.u32(2)] = f;
+    return c.u32(2);
+}
+uint64_t do_fread(CALL_CONTEXT &c) {
+    uint64_t n = uint64_t(c.u32(1)) * c.u32(2);
+    FILE *f = guest_file(c.u32(3));
+    return n ? fread(guest_bytes(c.u32(0), n, true), c.u32(1), c.u32(2), f) : 0;
+}
+uint64_t do_fwrite(CALL_CONTEXT &c) {
+    uint64_t n = uint64_t(c.u32(1)) * c.u32(2);
+    FILE *f = guest_file(c.u32(3));
+    return n ? fwrite(guest_bytes(c.u32(0), n, false), c.u32(1), c.u32(2), f) : 0;
+}
+uint64_t do_perror(CALL_CONTEXT &c) {
+    int e = int(load_scalar_checked(SK_i32, guest_errno_address()));
+    fprintf(stderr, "%s: %s\n", guest_string(c.u32(0)).c_str(), strerror(e));
+    return 0;
+}
+uint64_t do_tmpnam(CALL_CONTEXT &c) {
+    static uint32_t own = mem.add_global(64, 1);
+    static unsigned n = 0;
+    uint32_t to = c.u32(0) ? c.u32(0) : own;
+    std::string name = "/tmp/qlrun" + std::to_string(getpid()) + "_" + std::to_string(n++);
+    put_string(to, name.c_str(), name.size() + 1);
+    return to;
+}
+
 } // namespace
 
 uint32_t library_file_object(const std::string &name) {
@@ -402,192 +448,75 @@ uint32_t library_file_object(const std::string &name) {
     return 0;
 }
 
+// clang-format off
 const LIBRARY_ROW library_stdio[] = {
-    {"printf", FN{return print_to(stdout, format_guest(c.u32(0), varargs_of(c, 1)));
-}
-}
-, {"fprintf", FN{return print_to(guest_file(c.u32(0)), format_guest(c.u32(1), varargs_of(c, 2)));
-}
-}
-, {"sprintf", FN{return print_into(c.u32(0), 0, false, format_guest(c.u32(1), varargs_of(c, 2)));
-}
-}
-, {"snprintf", FN{return print_into(c.u32(0), c.u32(1), true, format_guest(c.u32(2), varargs_of(c, 3)));
-}
-}
-, {"vprintf", FN{return print_to(
-                  stdout, format_guest(c.u32(0), varargs_at(c.args[1].kind == SK_record ? get_u32(c.u32(1))
-                                                                                        : c.u32(1))));
-}
-}
-, {"vfprintf",
-   FN{return print_to(
-       guest_file(c.u32(0)),
-       format_guest(c.u32(1), varargs_at(c.args[2].kind == SK_record ? get_u32(c.u32(2)) : c.u32(2))));
-}
-}
-, {"vsprintf",
-   FN{return print_into(
-       c.u32(0), 0, false,
-       format_guest(c.u32(1), varargs_at(c.args[2].kind == SK_record ? get_u32(c.u32(2)) : c.u32(2))));
-}
-}
-, {"vsnprintf",
-   FN{return print_into(
-       c.u32(0), c.u32(1), true,
-       format_guest(c.u32(2), varargs_at(c.args[3].kind == SK_record ? get_u32(c.u32(3)) : c.u32(3))));
-}
-}
-, {"asprintf", FN{return do_asprintf(c.u32(0), format_guest(c.u32(1), varargs_of(c, 2)));
-}
-}
-, {"vasprintf", FN{return do_asprintf(c.u32(0), format_guest(c.u32(1), varargs_at(get_u32(c.u32(2)))));
-}
-}
-, {"scanf", FN{return scan_file(stdin, c.u32(0), varargs_of(c, 1));
-}
-}
-, {"fscanf", FN{return scan_file(guest_file(c.u32(0)), c.u32(1), varargs_of(c, 2));
-}
-}
-, {"sscanf", FN{return scan_text(c.u32(0), c.u32(1), varargs_of(c, 2));
-}
-}
-, {"vsscanf", FN{return scan_text(c.u32(0), c.u32(1), varargs_at(get_u32(c.u32(2))));
-}
-}
-, {"__isoc99_scanf", FN{return scan_file(stdin, c.u32(0), varargs_of(c, 1));
-}
-}
-, {"__isoc99_fscanf", FN{return scan_file(guest_file(c.u32(0)), c.u32(1), varargs_of(c, 2));
-}
-}
-, {"__isoc99_sscanf", FN{return scan_text(c.u32(0), c.u32(1), varargs_of(c, 2));
-}
-}
-, {"__isoc99_vsscanf", FN{return scan_text(c.u32(0), c.u32(1), varargs_at(get_u32(c.u32(2))));
-}
-}
-, {"puts", FN{return print_to(stdout, guest_string(c.u32(0)) + "\n");
-}
-}
-, {"fputs", FN{return print_to(guest_file(c.u32(1)), guest_string(c.u32(0)));
-}
-}
-, {"putchar", FN{return sx(putchar(c.i32(0)));
-}
-}
-, {"fputc", FN{return sx(fputc(c.i32(0), guest_file(c.u32(1))));
-}
-}
-, {"putc", FN{return sx(fputc(c.i32(0), guest_file(c.u32(1))));
-}
-}
-, {"_IO_putc", FN{return sx(fputc(c.i32(0), guest_file(c.u32(1))));
-}
-}
-, {"getchar", FN{(void)c;
-return sx(getchar());
-}
-}
-, {"fgetc", FN{return sx(fgetc(guest_file(c.u32(0))));
-}
-}
-, {"getc", FN{return sx(fgetc(guest_file(c.u32(0))));
-}
-}
-, {"_IO_getc", FN{return sx(fgetc(guest_file(c.u32(0))));
-}
-}
-, {"ungetc", FN{return sx(ungetc(c.i32(0), guest_file(c.u32(1))));
-}
-}
-, {"fgets", do_fgets}, {"getline", do_getline},
-    {"fopen", FN{return enter_file(fopen(guest_string(c.u32(0)).c_str(), guest_string(c.u32(1)).c_str()));
-}
-}
-, {"fopen64", FN{return enter_file(fopen(guest_string(c.u32(0)).c_str(), guest_string(c.u32(1)).c_str()));
-}
-}
-, {"tmpfile", FN{(void)c;
-return enter_file(tmpfile());
-}
-}
-, {"fclose", FN{uint32_t h = c.u32(0);
-FILE *f = guest_file(h);
-files.erase(h);
-mem.heap_free(h);
-return sx(fclose(f));
-}
-}
-, {"fflush", FN{return sx(fflush(c.u32(0) ? guest_file(c.u32(0)) : nullptr));
-}
-}
-, {"fread", FN{uint64_t n = uint64_t(c.u32(1)) * c.u32(2);
-FILE *f = guest_file(c.u32(3));
-return n ? fread(guest_bytes(c.u32(0), n, true), c.u32(1), c.u32(2), f) : 0;
-}
-}
-, {"fwrite", FN{uint64_t n = uint64_t(c.u32(1)) * c.u32(2);
-FILE *f = guest_file(c.u32(3));
-return n ? fwrite(guest_bytes(c.u32(0), n, false), c.u32(1), c.u32(2), f) : 0;
-}
-}
-, {"fseek", FN{return sx(fseek(guest_file(c.u32(0)), c.i32(1), c.i32(2)));
-}
-}
-, {"fseeko", FN{return sx(fseek(guest_file(c.u32(0)), c.i32(1), c.i32(2)));
-}
-}
-, {"ftell", FN{return sx(int(ftell(guest_file(c.u32(0)))));
-}
-}
-, {"ftello", FN{return sx(int(ftell(guest_file(c.u32(0)))));
-}
-}
-, {"rewind", FN{rewind(guest_file(c.u32(0)));
-return 0;
-}
-}
-, {"feof", FN{return sx(feof(guest_file(c.u32(0))));
-}
-}
-, {"ferror", FN{return sx(ferror(guest_file(c.u32(0))));
-}
-}
-, {"clearerr", FN{clearerr(guest_file(c.u32(0)));
-return 0;
-}
-}
-, {"fileno", FN{return sx(fileno(guest_file(c.u32(0))));
-}
-}
-, {"isatty", FN{(void)c;
-return 0;
-}
-}
-, {"setvbuf", FN{(void)c;
-return 0;
-}
-}
-, {"setbuf", FN{(void)c;
-return 0;
-}
-}
-, {"remove", FN{return sx(remove(guest_string(c.u32(0)).c_str()));
-}
-}
-, {"unlink", FN{return sx(remove(guest_string(c.u32(0)).c_str()));
-}
-}
-, {"rename", FN{return sx(rename(guest_string(c.u32(0)).c_str(), guest_string(c.u32(1)).c_str()));
-}
-}
-, {"perror", FN{fprintf(stderr, "%s: %s\n", guest_string(c.u32(0)).c_str(),
-                        strerror(int(load_scalar_checked(SK_i32, guest_errno_address()))));
-return 0;
-}
-}
-, {nullptr, nullptr},
-}
-;
+    {"printf", FN(print_to(stdout, format_guest(c.u32(0), varargs_of(c, 1))))},
+    {"fprintf", FN(print_to(guest_file(c.u32(0)), format_guest(c.u32(1), varargs_of(c, 2))))},
+    {"sprintf", FN(print_into(c.u32(0), 0, false, format_guest(c.u32(1), varargs_of(c, 2))))},
+    {"snprintf", FN(print_into(c.u32(0), c.u32(1), true, format_guest(c.u32(2), varargs_of(c, 3))))},
+    {"vprintf", FN(print_to(stdout, format_guest(c.u32(0), varargs_in(c, 1))))},
+    {"vfprintf", FN(print_to(guest_file(c.u32(0)), format_guest(c.u32(1), varargs_in(c, 2))))},
+    {"vsprintf", FN(print_into(c.u32(0), 0, false, format_guest(c.u32(1), varargs_in(c, 2))))},
+    {"vsnprintf", FN(print_into(c.u32(0), c.u32(1), true, format_guest(c.u32(2), varargs_in(c, 3))))},
+    {"asprintf", FN(do_asprintf(c.u32(0), format_guest(c.u32(1), varargs_of(c, 2))))},
+    {"vasprintf", FN(do_asprintf(c.u32(0), format_guest(c.u32(1), varargs_in(c, 2))))},
+    {"scanf", FN(scan_file(stdin, c.u32(0), varargs_of(c, 1)))},
+    {"fscanf", FN(scan_file(guest_file(c.u32(0)), c.u32(1), varargs_of(c, 2)))},
+    {"sscanf", FN(scan_text(c.u32(0), c.u32(1), varargs_of(c, 2)))},
+    {"vscanf", FN(scan_file(stdin, c.u32(0), varargs_in(c, 1)))},
+    {"vfscanf", FN(scan_file(guest_file(c.u32(0)), c.u32(1), varargs_in(c, 2)))},
+    {"vsscanf", FN(scan_text(c.u32(0), c.u32(1), varargs_in(c, 2)))},
+    {"__isoc99_scanf", FN(scan_file(stdin, c.u32(0), varargs_of(c, 1)))},
+    {"__isoc99_fscanf", FN(scan_file(guest_file(c.u32(0)), c.u32(1), varargs_of(c, 2)))},
+    {"__isoc99_sscanf", FN(scan_text(c.u32(0), c.u32(1), varargs_of(c, 2)))},
+    {"__isoc99_vsscanf", FN(scan_text(c.u32(0), c.u32(1), varargs_in(c, 2)))},
+    {"puts", FN(print_to(stdout, guest_string(c.u32(0)) + "\n"))},
+    {"fputs", FN(print_to(guest_file(c.u32(1)), guest_string(c.u32(0))))},
+    {"fputs_unlocked", FN(print_to(guest_file(c.u32(1)), guest_string(c.u32(0))))},
+    {"putchar", FN(sx(putchar(c.i32(0))))},
+    {"putchar_unlocked", FN(sx(putchar(c.i32(0))))},
+    {"fputc", FN(sx(fputc(c.i32(0), guest_file(c.u32(1)))))},
+    {"putc", FN(sx(fputc(c.i32(0), guest_file(c.u32(1)))))},
+    {"putc_unlocked", FN(sx(fputc(c.i32(0), guest_file(c.u32(1)))))},
+    {"_IO_putc", FN(sx(fputc(c.i32(0), guest_file(c.u32(1)))))},
+    {"getchar", FN(sx(getchar()))},
+    {"getchar_unlocked", FN(sx(getchar()))},
+    {"fgetc", FN(sx(fgetc(guest_file(c.u32(0)))))},
+    {"getc", FN(sx(fgetc(guest_file(c.u32(0)))))},
+    {"getc_unlocked", FN(sx(fgetc(guest_file(c.u32(0)))))},
+    {"_IO_getc", FN(sx(fgetc(guest_file(c.u32(0)))))},
+    {"ungetc", FN(sx(ungetc(c.i32(0), guest_file(c.u32(1)))))},
+    {"fgets", do_fgets},
+    {"getline", do_getline},
+    {"fopen", FN(enter_file(fopen(guest_string(c.u32(0)).c_str(), guest_string(c.u32(1)).c_str())))},
+    {"fopen64", FN(enter_file(fopen(guest_string(c.u32(0)).c_str(), guest_string(c.u32(1)).c_str())))},
+    {"tmpfile", FN(enter_file(tmpfile()))},
+    {"tmpfile64", FN(enter_file(tmpfile()))},
+    {"tmpnam", do_tmpnam},
+    {"fdopen", FN(enter_file(fdopen(c.i32(0), guest_string(c.u32(1)).c_str())))},
+    {"freopen", do_freopen},
+    {"freopen64", do_freopen},
+    {"fclose", do_fclose},
+    {"fflush", FN(sx(fflush(c.u32(0) ? guest_file(c.u32(0)) : nullptr)))},
+    {"fread", do_fread},
+    {"fwrite", do_fwrite},
+    {"fwrite_unlocked", do_fwrite},
+    {"fseek", FN(sx(fseek(guest_file(c.u32(0)), c.i32(1), c.i32(2))))},
+    {"fseeko64", FN(sx(fseek(guest_file(c.u32(0)), long(c.u64(1)), c.i32(2))))},
+    {"ftello64", FN(uint64_t(ftell(guest_file(c.u32(0)))))},
+    {"fseeko", FN(sx(fseek(guest_file(c.u32(0)), c.i32(1), c.i32(2))))},
+    {"ftell", FN(sx(int(ftell(guest_file(c.u32(0))))))},
+    {"ftello", FN(sx(int(ftell(guest_file(c.u32(0))))))},
+    {"rewind", DO(rewind(guest_file(c.u32(0))); return 0;)},
+    {"feof", FN(sx(feof(guest_file(c.u32(0)))))},
+    {"ferror", FN(sx(ferror(guest_file(c.u32(0)))))},
+    {"clearerr", DO(clearerr(guest_file(c.u32(0))); return 0;)},
+    {"fileno", FN(sx(fileno(guest_file(c.u32(0)))))},
+    {"setvbuf", FN(0)},
+    {"setbuf", FN(0)},
+    {"remove", FN(sx(remove(guest_string(c.u32(0)).c_str())))},
+    {"rename", FN(sx(rename(guest_string(c.u32(0)).c_str(), guest_string(c.u32(1)).c_str())))},
+    {"perror", do_perror},
+    {nullptr, nullptr},
+};
+// clang-format on

@@ -7,9 +7,6 @@
 
 namespace {
 
-#define FN [](CALL_CONTEXT & c) -> uint64_t
-
-uint64_t sx(int v) { return uint64_t(int64_t(v)); }
 std::vector<uint32_t> exit_handlers;
 
 uint64_t do_calloc(CALL_CONTEXT &c) {
@@ -224,177 +221,87 @@ void run_exit_handlers() {
     for (uint32_t f : d) call_guest(f, {});
 }
 
-const LIBRARY_ROW library_stdlib[] = {{"malloc", FN{return do_malloc(c.u32(0));
-}
-}
-, {"calloc", do_calloc}, {"realloc", do_realloc}, {"free", do_free}, {"cfree", do_free},
-    {"memalign", FN{return do_malloc(c.u32(1), c.u32(0));
-}
-}
-, {"aligned_alloc", FN{return do_malloc(c.u32(1), c.u32(0));
-}
-}
-, {"posix_memalign", do_memalign}, {"qsort", do_qsort}, {"bsearch", do_bsearch}, {"strtol", do_strtol},
-    {"strtoll", do_strtoll}, {"strtoul", do_strtoul}, {"strtoull", do_strtoull}, {"strtoimax", do_strtoll},
-    {"strtoumax", do_strtoull}, {"strtod", FN{return from_f64(parse_float(c, false));
-}
-}
-, {"strtold", FN{return from_f64(parse_float(c, false));
-}
-}
-, {"strtof", FN{return from_f32(float(parse_float(c, true)));
-}
-}
-, {"atoi", FN{return sx(atoi(guest_string(c.u32(0)).c_str()));
-}
-}
-, {"atol", FN{return sx(atoi(guest_string(c.u32(0)).c_str()));
-}
-}
-, {"atoll", FN{return uint64_t(atoll(guest_string(c.u32(0)).c_str()));
-}
-}
-, {"atof", FN{return from_f64(atof(guest_string(c.u32(0)).c_str()));
-}
-}
-, {"abs", FN{return sx(c.i32(0) < 0 ? int32_t(0u - c.u32(0)) : c.i32(0));
-}
-}
-, {"labs", FN{return sx(c.i32(0) < 0 ? int32_t(0u - c.u32(0)) : c.i32(0));
-}
-}
-, {"llabs", FN{return int64_t(c.u64(0)) < 0 ? 0 - c.u64(0) : c.u64(0);
-}
-}
-, {"div", FN{return divide(c, false);
-}
-}
-, {"ldiv", FN{return divide(c, false);
-}
-}
-, {"lldiv", FN{return divide(c, true);
-}
-}
-, {"rand", FN{(void)c;
-return random_numbers.next();
-}
-}
-, {"random", FN{(void)c;
-return random_numbers.next();
-}
-}
-, {"srand", FN{random_numbers.seed(c.u32(0));
-return 0;
-}
-}
-, {"srandom", FN{random_numbers.seed(c.u32(0));
-return 0;
-}
-}
-, {"getenv", do_getenv}, {"exit", do_exit}, {"_exit", FN{throw EXIT_PROGRAM{c.i32(0)};
-}
-}
-, {"_Exit", FN{throw EXIT_PROGRAM{c.i32(0)};
-}
-}
-, {"quick_exit", FN{throw EXIT_PROGRAM{c.i32(0)};
-}
-}
-, {"abort", do_abort}, {"atexit", FN{exit_handlers.push_back(c.u32(0));
-return 0;
-}
-}
-, {"__assert_fail", do_assert_fail}, {"__assert", do_assert_fail}, {"__errno_location", FN{(void)c;
-return guest_errno_address();
-}
-}
-, {"setjmp", do_setjmp}, {"_setjmp", do_setjmp}, {"__sigsetjmp", do_setjmp}, {"sigsetjmp", do_setjmp},
-    {"longjmp", do_longjmp}, {"_longjmp", do_longjmp}, {"siglongjmp", do_longjmp},
-    {"__builtin_va_start", FN{put_u32(c.u32(0), c.frame->varargs);
-return 0;
-}
-}
-, {"__builtin_alloca", do_alloca}, {"alloca", do_alloca}, {"__builtin_stack_save", FN{(void)c;
-return program.stack_pointer;
-}
-}
-, {"__builtin_stack_restore", FN{c.frame->alloca_top = program.stack_pointer = c.u32(0);
-return 0;
-}
-}
-, {"__builtin_frame_address", FN{return c.frame->base;
-}
-}
-, {"__builtin_return_address", FN{(void)c;
-return CODE_BASE;
-}
-}
-, {"__builtin_clz", FN{return c.u32(0) ? uint64_t(__builtin_clz(c.u32(0))) : 32;
-}
-}
-, {"__builtin_clzl", FN{return c.u32(0) ? uint64_t(__builtin_clz(c.u32(0))) : 32;
-}
-}
-, {"__builtin_clzll", FN{return c.u64(0) ? uint64_t(__builtin_clzll(c.u64(0))) : 64;
-}
-}
-, {"__builtin_ctz", FN{return c.u32(0) ? uint64_t(__builtin_ctz(c.u32(0))) : 32;
-}
-}
-, {"__builtin_ctzl", FN{return c.u32(0) ? uint64_t(__builtin_ctz(c.u32(0))) : 32;
-}
-}
-, {"__builtin_ctzll", FN{return c.u64(0) ? uint64_t(__builtin_ctzll(c.u64(0))) : 64;
-}
-}
-, {"__builtin_popcount", FN{return uint64_t(__builtin_popcount(c.u32(0)));
-}
-}
-, {"__builtin_popcountl", FN{return uint64_t(__builtin_popcount(c.u32(0)));
-}
-}
-, {"__builtin_popcountll", FN{return uint64_t(__builtin_popcountll(c.u64(0)));
-}
-}
-, {"__builtin_parity", FN{return uint64_t(__builtin_parity(c.u32(0)));
-}
-}
-, {"__builtin_parityl", FN{return uint64_t(__builtin_parity(c.u32(0)));
-}
-}
-, {"__builtin_parityll", FN{return uint64_t(__builtin_parityll(c.u64(0)));
-}
-}
-, {"__builtin_ffs", FN{return uint64_t(__builtin_ffs(c.i32(0)));
-}
-}
-, {"__builtin_ffsl", FN{return uint64_t(__builtin_ffs(c.i32(0)));
-}
-}
-, {"__builtin_ffsll", FN{return uint64_t(__builtin_ffsll(int64_t(c.u64(0))));
-}
-}
-, {"ffs", FN{return uint64_t(__builtin_ffs(c.i32(0)));
-}
-}
-, {"__builtin_clrsb", FN{return uint64_t(__builtin_clrsb(c.i32(0)));
-}
-}
-, {"__builtin_clrsbl", FN{return uint64_t(__builtin_clrsb(c.i32(0)));
-}
-}
-, {"__builtin_clrsbll", FN{return uint64_t(__builtin_clrsbll(int64_t(c.u64(0))));
-}
-}
-, {"__builtin_bswap16", FN{return __builtin_bswap16(uint16_t(c.u32(0)));
-}
-}
-, {"__builtin_bswap32", FN{return __builtin_bswap32(c.u32(0));
-}
-}
-, {"__builtin_bswap64", FN{return __builtin_bswap64(c.u64(0));
-}
-}
-, {nullptr, nullptr},
-}
-;
+// clang-format off
+const LIBRARY_ROW library_stdlib[] = {
+    {"malloc", FN(do_malloc(c.u32(0)))},
+    {"calloc", do_calloc},
+    {"realloc", do_realloc},
+    {"free", do_free},
+    {"cfree", do_free},
+    {"memalign", FN(do_malloc(c.u32(1), c.u32(0)))},
+    {"aligned_alloc", FN(do_malloc(c.u32(1), c.u32(0)))},
+    {"posix_memalign", do_memalign},
+    {"qsort", do_qsort},
+    {"bsearch", do_bsearch},
+    {"strtol", do_strtol},
+    {"strtoll", do_strtoll},
+    {"strtoul", do_strtoul},
+    {"strtoull", do_strtoull},
+    {"strtoimax", do_strtoll},
+    {"strtoumax", do_strtoull},
+    {"strtod", FN(from_f64(parse_float(c, false)))},
+    {"strtold", FN(from_f64(parse_float(c, false)))},
+    {"strtof", FN(from_f32(float(parse_float(c, true))))},
+    {"atoi", FN(sx(atoi(guest_string(c.u32(0)).c_str())))},
+    {"atol", FN(sx(atoi(guest_string(c.u32(0)).c_str())))},
+    {"atoll", FN(uint64_t(atoll(guest_string(c.u32(0)).c_str())))},
+    {"atof", FN(from_f64(atof(guest_string(c.u32(0)).c_str())))},
+    {"abs", FN(sx(c.i32(0) < 0 ? int32_t(0u - c.u32(0)) : c.i32(0)))},
+    {"labs", FN(sx(c.i32(0) < 0 ? int32_t(0u - c.u32(0)) : c.i32(0)))},
+    {"llabs", FN(int64_t(c.u64(0)) < 0 ? 0 - c.u64(0) : c.u64(0))},
+    {"div", FN(divide(c, false))},
+    {"ldiv", FN(divide(c, false))},
+    {"lldiv", FN(divide(c, true))},
+    {"rand", FN(random_numbers.next())},
+    {"random", FN(random_numbers.next())},
+    {"srand", DO(random_numbers.seed(c.u32(0)); return 0;)},
+    {"srandom", DO(random_numbers.seed(c.u32(0)); return 0;)},
+    {"getenv", do_getenv},
+    {"exit", do_exit},
+    {"_exit", DO(throw EXIT_PROGRAM{c.i32(0)};)},
+    {"_Exit", DO(throw EXIT_PROGRAM{c.i32(0)};)},
+    {"quick_exit", DO(throw EXIT_PROGRAM{c.i32(0)};)},
+    {"abort", do_abort},
+    {"atexit", DO(exit_handlers.push_back(c.u32(0)); return 0;)},
+    {"__assert_fail", do_assert_fail},
+    {"__assert", do_assert_fail},
+    {"__errno_location", FN(guest_errno_address())},
+    {"setjmp", do_setjmp},
+    {"_setjmp", do_setjmp},
+    {"__sigsetjmp", do_setjmp},
+    {"sigsetjmp", do_setjmp},
+    {"longjmp", do_longjmp},
+    {"_longjmp", do_longjmp},
+    {"siglongjmp", do_longjmp},
+    {"__builtin_va_start", DO(put_u32(c.u32(0), c.frame->varargs); return 0;)},
+    {"__builtin_alloca", do_alloca},
+    {"alloca", do_alloca},
+    {"__builtin_stack_save", FN(program.stack_pointer)},
+    {"__builtin_stack_restore", DO(c.frame->alloca_top = program.stack_pointer = c.u32(0); return 0;)},
+    {"__builtin_frame_address", FN(c.frame->base)},
+    {"__builtin_return_address", FN(CODE_BASE)},
+    {"__builtin_clz", FN(c.u32(0) ? uint64_t(__builtin_clz(c.u32(0))) : 32)},
+    {"__builtin_clzl", FN(c.u32(0) ? uint64_t(__builtin_clz(c.u32(0))) : 32)},
+    {"__builtin_clzll", FN(c.u64(0) ? uint64_t(__builtin_clzll(c.u64(0))) : 64)},
+    {"__builtin_ctz", FN(c.u32(0) ? uint64_t(__builtin_ctz(c.u32(0))) : 32)},
+    {"__builtin_ctzl", FN(c.u32(0) ? uint64_t(__builtin_ctz(c.u32(0))) : 32)},
+    {"__builtin_ctzll", FN(c.u64(0) ? uint64_t(__builtin_ctzll(c.u64(0))) : 64)},
+    {"__builtin_popcount", FN(uint64_t(__builtin_popcount(c.u32(0))))},
+    {"__builtin_popcountl", FN(uint64_t(__builtin_popcount(c.u32(0))))},
+    {"__builtin_popcountll", FN(uint64_t(__builtin_popcountll(c.u64(0))))},
+    {"__builtin_parity", FN(uint64_t(__builtin_parity(c.u32(0))))},
+    {"__builtin_parityl", FN(uint64_t(__builtin_parity(c.u32(0))))},
+    {"__builtin_parityll", FN(uint64_t(__builtin_parityll(c.u64(0))))},
+    {"__builtin_ffs", FN(uint64_t(__builtin_ffs(c.i32(0))))},
+    {"__builtin_ffsl", FN(uint64_t(__builtin_ffs(c.i32(0))))},
+    {"__builtin_ffsll", FN(uint64_t(__builtin_ffsll(int64_t(c.u64(0)))))},
+    {"ffs", FN(uint64_t(__builtin_ffs(c.i32(0))))},
+    {"__builtin_clrsb", FN(uint64_t(__builtin_clrsb(c.i32(0))))},
+    {"__builtin_clrsbl", FN(uint64_t(__builtin_clrsb(c.i32(0))))},
+    {"__builtin_clrsbll", FN(uint64_t(__builtin_clrsbll(int64_t(c.u64(0)))))},
+    {"__builtin_bswap16", FN(__builtin_bswap16(uint16_t(c.u32(0))))},
+    {"__builtin_bswap32", FN(__builtin_bswap32(c.u32(0)))},
+    {"__builtin_bswap64", FN(__builtin_bswap64(c.u64(0)))},
+    {nullptr, nullptr},
+};
+// clang-format on

@@ -1,13 +1,11 @@
 // string.h and ctype.h.
+#include <algorithm>
 #include <cctype>
 
 #include "tools/exec/library.h"
 
 namespace {
 
-#define FN [](CALL_CONTEXT & c) -> uint64_t
-
-uint64_t sx(int v) { return uint64_t(int64_t(v)); }
 int sign(int v) { return v < 0 ? -1 : v > 0; }
 
 int compare(uint32_t a, uint32_t b, uint64_t limit, bool fold) {
@@ -150,166 +148,108 @@ uint32_t ctype_table(int which) {
     return pointers[which] = p;
 }
 
+uint64_t do_strnlen(CALL_CONTEXT &c) {
+    uint32_t n = 0;
+    while (n < c.u32(1) && *guest_bytes(c.u32(0) + n, 1, false)) n++;
+    return n;
+}
+uint64_t do_strpbrk(CALL_CONTEXT &c) {
+    uint32_t at = c.u32(0) + uint32_t(span(c.u32(0), c.u32(1), false));
+    return mem.base[at] ? at : 0;
+}
+uint64_t do_strsep(CALL_CONTEXT &c) {
+    uint32_t from = get_u32(c.u32(0));
+    if (!from) return 0;
+    uint32_t end = from + uint32_t(span(from, c.u32(1), false));
+    bool more = mem.base[end];
+    if (more) *guest_bytes(end, 1, true) = 0;
+    put_u32(c.u32(0), more ? end + 1 : 0);
+    return from;
+}
+uint64_t do_memset(CALL_CONTEXT &c) {
+    if (c.u32(2)) memset(guest_bytes(c.u32(0), c.u32(2), true), c.i32(1), c.u32(2));
+    if (c.frame) c.frame->func->dynamic_bytes += c.u32(2);
+    return c.u32(0);
+}
+uint64_t do_memcmp(CALL_CONTEXT &c) {
+    uint32_t n = c.u32(2);
+    return n ? sx(sign(memcmp(guest_bytes(c.u32(0), n, false), guest_bytes(c.u32(1), n, false), n))) : 0;
+}
+uint64_t do_memrchr(CALL_CONTEXT &c) {
+    const void *base = guest_bytes(c.u32(0), c.u32(2), false), *at = memrchr(base, c.i32(1), c.u32(2));
+    return at ? c.u32(0) + uint64_t(static_cast<const char *>(at) - static_cast<const char *>(base)) : 0;
+}
+uint64_t do_strcasestr(CALL_CONTEXT &c) {
+    uint64_t n = guest_strlen(c.u32(1));
+    for (uint32_t a = c.u32(0);; a++) {
+        if (!compare(a, c.u32(1), n, true)) return a;
+        if (!*guest_bytes(a, 1, false)) return 0;
+    }
+}
+
 } // namespace
 
-const LIBRARY_ROW library_string[] = {{"strlen", FN{return guest_strlen(c.u32(0));
-}
-}
-, {"strnlen", FN{uint32_t n = 0;
-while (n < c.u32(1) && *guest_bytes(c.u32(0) + n, 1, false)) n++;
-return n;
-}
-}
-, {"strcpy", FN{copy_string(c.u32(0), c.u32(1));
-return c.u32(0);
-}
-}
-, {"stpcpy", FN{return c.u32(0) + copy_string(c.u32(0), c.u32(1));
-}
-}
-, {"strcat", FN{copy_string(c.u32(0) + guest_strlen(c.u32(0)), c.u32(1));
-return c.u32(0);
-}
-}
-, {"strncpy", do_strncpy}, {"strncat", do_strncat},
-    {"strcmp", FN{return sx(sign(compare(c.u32(0), c.u32(1), ~0ull, false)));
-}
-}
-, {"strcoll", FN{return sx(sign(compare(c.u32(0), c.u32(1), ~0ull, false)));
-}
-}
-, {"strncmp", FN{return sx(sign(compare(c.u32(0), c.u32(1), c.u32(2), false)));
-}
-}
-, {"strcasecmp", FN{return sx(sign(compare(c.u32(0), c.u32(1), ~0ull, true)));
-}
-}
-, {"strncasecmp", FN{return sx(sign(compare(c.u32(0), c.u32(1), c.u32(2), true)));
-}
-}
-, {"strchr", FN{return find_char(c.u32(0), c.i32(1), false);
-}
-}
-, {"index", FN{return find_char(c.u32(0), c.i32(1), false);
-}
-}
-, {"strrchr", FN{return find_char(c.u32(0), c.i32(1), true);
-}
-}
-, {"rindex", FN{return find_char(c.u32(0), c.i32(1), true);
-}
-}
-, {"strspn", FN{return span(c.u32(0), c.u32(1), true);
-}
-}
-, {"strcspn", FN{return span(c.u32(0), c.u32(1), false);
-}
-}
-, {"strpbrk", FN{uint64_t n = span(c.u32(0), c.u32(1), false);
-return mem.base[c.u32(0) + n] ? c.u32(0) + n : 0;
-}
-}
-, {"strstr", FN{return find_text(c.u32(0), c.u32(1));
-}
-}
-, {"strdup", FN{return do_strdup(c.u32(0), ~0u);
-}
-}
-, {"__strdup", FN{return do_strdup(c.u32(0), ~0u);
-}
-}
-, {"strndup", FN{return do_strdup(c.u32(0), c.u32(1));
-}
-}
-, {"strtok", FN{return tokenise(c.u32(0), c.u32(1), &strtok_state);
-}
-}
-, {"strtok_r", do_strtok_r}, {"__strtok_r", do_strtok_r}, {"strerror", do_strerror},
-    {"memcpy", FN{return move_bytes(c.u32(0), c.u32(1), c.u32(2), c.frame);
-}
-}
-, {"mempcpy", FN{return move_bytes(c.u32(0), c.u32(1), c.u32(2), c.frame) + c.u32(2);
-}
-}
-, {"memmove", FN{return move_bytes(c.u32(0), c.u32(1), c.u32(2), c.frame);
-}
-}
-, {"bcopy", FN{return move_bytes(c.u32(1), c.u32(0), c.u32(2), c.frame);
-}
-}
-, {"memset", FN{if (c.u32(2)) memset(guest_bytes(c.u32(0), c.u32(2), true), c.i32(1), c.u32(2));
-if (c.frame) c.frame->func->dynamic_bytes += c.u32(2);
-return c.u32(0);
-}
-}
-, {"bzero", FN{if (c.u32(1)) memset(guest_bytes(c.u32(0), c.u32(1), true), 0, c.u32(1));
-return 0;
-}
-}
-, {"memcmp", FN{return c.u32(2) ? sx(sign(memcmp(guest_bytes(c.u32(0), c.u32(2), false),
-                                                 guest_bytes(c.u32(1), c.u32(2), false), c.u32(2))))
-                                : 0;
-}
-}
-, {"bcmp", FN{return c.u32(2) ? sx(sign(memcmp(guest_bytes(c.u32(0), c.u32(2), false),
-                                               guest_bytes(c.u32(1), c.u32(2), false), c.u32(2))))
-                              : 0;
-}
-}
-, {"memchr", do_memchr}, {"isalpha", FN{return sx(isalpha(c.i32(0)) != 0);
-}
-}
-, {"isdigit", FN{return sx(isdigit(c.i32(0)) != 0);
-}
-}
-, {"isalnum", FN{return sx(isalnum(c.i32(0)) != 0);
-}
-}
-, {"isspace", FN{return sx(isspace(c.i32(0)) != 0);
-}
-}
-, {"isupper", FN{return sx(isupper(c.i32(0)) != 0);
-}
-}
-, {"islower", FN{return sx(islower(c.i32(0)) != 0);
-}
-}
-, {"ispunct", FN{return sx(ispunct(c.i32(0)) != 0);
-}
-}
-, {"isprint", FN{return sx(isprint(c.i32(0)) != 0);
-}
-}
-, {"isgraph", FN{return sx(isgraph(c.i32(0)) != 0);
-}
-}
-, {"iscntrl", FN{return sx(iscntrl(c.i32(0)) != 0);
-}
-}
-, {"isxdigit", FN{return sx(isxdigit(c.i32(0)) != 0);
-}
-}
-, {"isblank", FN{return sx(isblank(c.i32(0)) != 0);
-}
-}
-, {"tolower", FN{return sx(tolower(c.i32(0)));
-}
-}
-, {"toupper", FN{return sx(toupper(c.i32(0)));
-}
-}
-, {"__ctype_b_loc", FN{(void)c;
-return ctype_table(0);
-}
-}
-, {"__ctype_tolower_loc", FN{(void)c;
-return ctype_table(1);
-}
-}
-, {"__ctype_toupper_loc", FN{(void)c;
-return ctype_table(2);
-}
-}
-, {nullptr, nullptr},
-}
-;
+// clang-format off
+const LIBRARY_ROW library_string[] = {
+    {"strlen", FN(guest_strlen(c.u32(0)))},
+    {"strnlen", do_strnlen},
+    {"strcpy", DO(copy_string(c.u32(0), c.u32(1)); return c.u32(0);)},
+    {"stpcpy", FN(c.u32(0) + copy_string(c.u32(0), c.u32(1)))},
+    {"strcat", DO(copy_string(c.u32(0) + guest_strlen(c.u32(0)), c.u32(1)); return c.u32(0);)},
+    {"strncpy", do_strncpy},
+    {"strncat", do_strncat},
+    {"strcmp", FN(sx(sign(compare(c.u32(0), c.u32(1), ~0ull, false))))},
+    {"strcoll", FN(sx(sign(compare(c.u32(0), c.u32(1), ~0ull, false))))},
+    {"strncmp", FN(sx(sign(compare(c.u32(0), c.u32(1), c.u32(2), false))))},
+    {"strcasecmp", FN(sx(sign(compare(c.u32(0), c.u32(1), ~0ull, true))))},
+    {"strncasecmp", FN(sx(sign(compare(c.u32(0), c.u32(1), c.u32(2), true))))},
+    {"strchr", FN(find_char(c.u32(0), c.i32(1), false))},
+    {"index", FN(find_char(c.u32(0), c.i32(1), false))},
+    {"strrchr", FN(find_char(c.u32(0), c.i32(1), true))},
+    {"rindex", FN(find_char(c.u32(0), c.i32(1), true))},
+    {"strspn", FN(span(c.u32(0), c.u32(1), true))},
+    {"strcspn", FN(span(c.u32(0), c.u32(1), false))},
+    {"strpbrk", do_strpbrk},
+    {"strstr", FN(find_text(c.u32(0), c.u32(1)))},
+    {"strdup", FN(do_strdup(c.u32(0), ~0u))},
+    {"__strdup", FN(do_strdup(c.u32(0), ~0u))},
+    {"strndup", FN(do_strdup(c.u32(0), c.u32(1)))},
+    {"strtok", FN(tokenise(c.u32(0), c.u32(1), &strtok_state))},
+    {"strtok_r", do_strtok_r},
+    {"__strtok_r", do_strtok_r},
+    {"strerror", do_strerror},
+    {"memcpy", FN(move_bytes(c.u32(0), c.u32(1), c.u32(2), c.frame))},
+    {"mempcpy", FN(move_bytes(c.u32(0), c.u32(1), c.u32(2), c.frame) + c.u32(2))},
+    {"memmove", FN(move_bytes(c.u32(0), c.u32(1), c.u32(2), c.frame))},
+    {"bcopy", FN(move_bytes(c.u32(1), c.u32(0), c.u32(2), c.frame))},
+    {"memset", do_memset},
+    {"bzero", DO(if (c.u32(1)) memset(guest_bytes(c.u32(0), c.u32(1), true), 0, c.u32(1)); return 0;)},
+    {"memcmp", do_memcmp},
+    {"bcmp", do_memcmp},
+    {"memchr", do_memchr},
+    {"memrchr", do_memrchr},
+    {"strsep", do_strsep},
+    {"strcasestr", do_strcasestr},
+    {"strchrnul", DO(return c.u32(0) + std::min(guest_string(c.u32(0)).find(char(c.u32(1))), size_t(guest_strlen(c.u32(0))));)},
+    {"isascii", FN(c.u32(0) < 128)},
+    {"toascii", FN(c.u32(0) & 127)},
+    {"isalpha", FN(sx(isalpha(c.i32(0)) != 0))},
+    {"isdigit", FN(sx(isdigit(c.i32(0)) != 0))},
+    {"isalnum", FN(sx(isalnum(c.i32(0)) != 0))},
+    {"isspace", FN(sx(isspace(c.i32(0)) != 0))},
+    {"isupper", FN(sx(isupper(c.i32(0)) != 0))},
+    {"islower", FN(sx(islower(c.i32(0)) != 0))},
+    {"ispunct", FN(sx(ispunct(c.i32(0)) != 0))},
+    {"isprint", FN(sx(isprint(c.i32(0)) != 0))},
+    {"isgraph", FN(sx(isgraph(c.i32(0)) != 0))},
+    {"iscntrl", FN(sx(iscntrl(c.i32(0)) != 0))},
+    {"isxdigit", FN(sx(isxdigit(c.i32(0)) != 0))},
+    {"isblank", FN(sx(isblank(c.i32(0)) != 0))},
+    {"tolower", FN(sx(tolower(c.i32(0))))},
+    {"toupper", FN(sx(toupper(c.i32(0))))},
+    {"__ctype_b_loc", FN(ctype_table(0))},
+    {"__ctype_tolower_loc", FN(ctype_table(1))},
+    {"__ctype_toupper_loc", FN(ctype_table(2))},
+    {nullptr, nullptr},
+};
+// clang-format on

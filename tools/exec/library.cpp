@@ -57,9 +57,9 @@ VARARGS varargs_of(CALL_CONTEXT &c, unsigned from) {
     v.call = &c, v.next = from;
     return v;
 }
-VARARGS varargs_at(uint32_t at) {
+VARARGS varargs_in(CALL_CONTEXT &c, unsigned i) {
     VARARGS v;
-    v.at = at;
+    v.at = i < c.n && c.args[i].kind == SK_record ? get_u32(c.u32(i)) : c.u32(i);
     return v;
 }
 uint32_t VARARGS::u32() {
@@ -93,7 +93,7 @@ XFUNC *library_function(const std::string &given) {
     static const std::unordered_map<std::string, uint64_t (*)(CALL_CONTEXT &)> table = [] {
         std::unordered_map<std::string, uint64_t (*)(CALL_CONTEXT &)> t;
         for (const LIBRARY_ROW *rows : {library_stdio, library_string, library_stdlib, library_math,
-                                        library_misc, library_wchar, library_atomic})
+                                        library_misc, library_wchar, library_atomic, library_unix})
             for (const LIBRARY_ROW *r = rows; r->name; r++) t[r->name] = r->fn;
         return t;
     }();

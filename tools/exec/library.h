@@ -12,7 +12,12 @@ struct LIBRARY_ROW {
     uint64_t (*fn)(CALL_CONTEXT &);
 };
 extern const LIBRARY_ROW library_stdio[], library_string[], library_stdlib[], library_math[], library_misc[],
-    library_wchar[], library_atomic[]; // end with a null name
+    library_wchar[], library_atomic[], library_unix[]; // end with a null name
+
+// Functions in the rows: a value, or statements.
+#define FN(...) [](CALL_CONTEXT &c) -> uint64_t { return (void)c, (__VA_ARGS__); }
+#define DO(...) [](CALL_CONTEXT &c) -> uint64_t { __VA_ARGS__ }
+inline uint64_t sx(int v) { return uint64_t(int64_t(v)); }
 
 // --- guest memory, checked ---
 char *guest_bytes(uint32_t a, uint64_t n, bool write); // host address; faults outside an object
@@ -35,10 +40,11 @@ struct VARARGS {
     double f64();
 };
 VARARGS varargs_of(CALL_CONTEXT &c, unsigned from);
-VARARGS varargs_at(uint32_t va_list_value); // the pointer that a va_list holds
+VARARGS varargs_in(CALL_CONTEXT &c, unsigned i); // those behind the va_list that is argument i
 
 std::string format_guest(uint32_t format, VARARGS args);
 FILE *guest_file(uint32_t handle);
+uint32_t enter_file(FILE *);                             // the handle of a stream; null gives 0 and errno
 void store_scalar_checked(SK k, uint32_t a, uint64_t v); // the address was checked
 uint64_t load_scalar_checked(SK k, uint32_t a);
 uint32_t guest_errno_address();

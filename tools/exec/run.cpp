@@ -132,20 +132,37 @@ void enter_objects() {
         }
 }
 
+// The file's function or object of the name that an alias stands for; else null.
+MSYM *alias_target(const MODEL &m, MSYM *s) {
+    const PRAGMA *alias = s->find_pragma(PRAG_FUNC_SYNONYM);
+    if (!alias || alias->args.empty()) return nullptr;
+    for (MSYM *o : m.globals)
+        if (o != s && o->name == alias->args[0] && o->is_function() == s->is_function()) return o;
+    return nullptr;
+}
+
+// Aliases define their names, also for other files.
+void enter_aliases() {
+    for (auto &m : program.models)
+        for (MSYM *s : m->globals) {
+            MSYM *target = alias_target(*m, s);
+            if (!target) continue;
+            if (auto f = program.function_of.find(target); f != program.function_of.end()) {
+                program.function_of[s] = f->second;
+                program.by_name.try_emplace(s->name, f->second);
+            } else if (auto o = program.object_of.find(target); o != program.object_of.end()) {
+                program.object_of[s] = o->second;
+                program.objects.try_emplace(s->name, o->second);
+            }
+        }
+}
+
 void resolve_references() {
     for (auto &m : program.models)
         for (MSYM *s : m->globals) {
             if (s->is_function()) {
                 if (program.function_of.count(s)) continue;
                 std::string name = s->name;
-                if (const PRAGMA *alias = s->find_pragma(PRAG_FUNC_SYNONYM); alias && !alias->args.empty()) {
-                    for (MSYM *o : m->globals)
-                        if (o->name == alias->args[0] && program.function_of.count(o)) {
-                            program.function_of[s] = program.function_of[o];
-                            program.by_name.try_emplace(s->name, program.function_of[o]);
-                        }
-                    if (program.function_of.count(s)) continue;
-                }
                 auto it = program.by_name.find(name);
                 XFUNC *f = it != program.by_name.end() ? it->second : library_function(name);
                 if (!f) {
@@ -157,7 +174,7 @@ void resolve_references() {
                     program.by_name[name] = f;
                 }
                 program.function_of[s] = f;
-            } else if (s->sclass == 5) {
+            } else if (s->sclass == 5 && !program.object_of.count(s)) {
                 auto it = program.objects.find(s->name);
                 if (it != program.objects.end()) program.object_of[s] = it->second;
                 else if (uint32_t a = library_object(s->name, s->size / 8))
@@ -229,6 +246,7 @@ void link_program() {
     new_function(nullptr, "(null)")->compiled = true;
     enter_functions();
     enter_objects();
+    enter_aliases();
     resolve_references();
     initialise_objects();
     collect_constructors();

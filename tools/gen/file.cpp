@@ -24,6 +24,8 @@ bool is_builtin_name(const std::string &name) {
     return false;
 }
 
+std::string thread_of(MSYM *s) { return s->find_pragma(PRAG_THREAD_LOCAL) ? "__thread " : ""; }
+
 bool twice_returning(const std::string &name) {
     return name == "setjmp" || name == "_setjmp" || name == "__sigsetjmp" || name == "sigsetjmp" ||
            name == "vfork";
@@ -111,6 +113,13 @@ GLOBAL &FILE_GEN::global(MSYM *s) {
 
 // --- attributes ---
 
+// The name under which the output defines what the file calls so.
+std::string FILE_GEN::linker_name(const std::string &name) {
+    for (MSYM *s : model.globals)
+        if (s->name == name && globals[s].name.size()) return globals[s].renamed ? name : globals[s].name;
+    return name;
+}
+
 std::string FILE_GEN::attributes(MSYM *s) {
     std::vector<std::string> list;
     GLOBAL &v = globals[s];
@@ -155,8 +164,8 @@ std::string FILE_GEN::attributes(MSYM *s) {
             break;
         case PRAG_NOINIT: list.push_back("noinit"); break;
         case PRAG_FUNC_SYNONYM:
-            if (!v.body && s->is_function() && !first.empty())
-                list.push_back("alias(" + c_string(first) + ")");
+            if (!v.body && !first.empty() && (s->is_function() || s->sclass == 5))
+                list.push_back("alias(" + c_string(linker_name(first)) + ")");
             break;
         default: break;
         }
@@ -207,8 +216,7 @@ std::string FILE_GEN::data_head(MSYM *s, const char *linkage) {
     };
     if (s->type->is_volatile()) qualify("volatile");
     if (s->type->is_const()) qualify("const");
-    std::string thread = s->find_pragma(PRAG_THREAD_LOCAL) ? "__thread " : "";
-    std::string text = linkage + thread + before + v.name + v.type->after;
+    std::string text = linkage + thread_of(s) + before + v.name + v.type->after;
     if (v.renamed) text += " __asm__(" + c_string(s->name) + ")";
     return text + attributes(s);
 }
@@ -230,11 +238,11 @@ std::string FILE_GEN::data_definition(MSYM *s) {
     // The scalars in a packed record under the object's name for the linker; C reaches it as an outside object.
     std::string raw = names.fresh(v.name + "_bytes"),
                 label = v.renamed || s->sclass != 3 ? s->name : v.name + ".init";
-    std::string text = s->sclass == 3
-                           ? "extern " + v.type->declare(v.name) + " __asm__(" + c_string(label) + ");\n"
-                           : data_head(s, "extern ") + ";\n";
+    std::string text = s->sclass == 3 ? "extern " + thread_of(s) + v.type->declare(v.name) + " __asm__(" +
+                                            c_string(label) + ");\n"
+                                      : data_head(s, "extern ") + ";\n";
     unsigned align = std::max(s->align, s->type->align) / 8;
-    text += std::string(linkage) + (s->type->is_const() ? "const " : "") +
+    text += linkage + thread_of(s) + (s->type->is_const() ? "const " : "") +
             "struct __attribute__((packed, aligned(" + std::to_string(std::max(1u, align)) + "))) {\n" +
             init.members + "} " + raw + " __asm__(" + c_string(label) + ")" + attributes(s) +
             (s->sclass == 3 ? " __attribute__((used))" : "") + " = " + init.raw + ";\n";
@@ -259,7 +267,8 @@ std::string FILE_GEN::data_text() {
     }
     for (MSYM *s : model.globals) {
         GLOBAL &v = globals[s];
-        if (!s->is_function() && s->sclass == 5 && v.referenced && !v.declared)
+        bool wanted = v.referenced || s->find_pragma(PRAG_FUNC_SYNONYM);
+        if (!s->is_function() && s->sclass == 5 && wanted && !v.declared)
             outside += data_head(s, "extern ") + ";\n";
     }
     return outside + out;

@@ -134,6 +134,7 @@ struct FILE_GEN {
     }
     [[noreturn]] void fail(const PSN *where, const std::string &what);
 
+    std::string linker_name(const std::string &name);
     std::string attributes(MSYM *); // with a blank before, empty when there are none
 
   private:

@@ -143,6 +143,7 @@ class LOWER {
     void function_definition(const clang::FunctionDecl *);
     MSYM *function_symbol(const clang::FunctionDecl *);
     MSYM *variable_symbol(const clang::VarDecl *); // global, function static or local
+    MSYM *aliased_object(const clang::VarDecl *, const clang::AliasAttr *);
     MSYM *library_function(const char *name, clang::QualType returns, std::vector<clang::QualType> params);
     MSYM *library_function(const char *name, TYPE *function);
     MSYM *enter_global(MSYM *, const clang::Decl *);

@@ -90,9 +90,7 @@ void LOWER::common_attributes(MSYM *s, const Decl *d) {
     auto add = [&](int number, std::vector<std::string> args = {}) {
         m.add_pragma(s, m.pragma(number, args));
     };
-    // Two names of one object: nothing could tell a reader of the file that they may meet.
-    if (auto *alias = d->getAttr<AliasAttr>(); alias && !isa<FunctionDecl>(d))
-        refuse(alias->getLocation(), "an alias of an object");
+    if (auto *v = dyn_cast<VarDecl>(d); v && v->getTLSKind() != VarDecl::TLS_None) add(PRAG_THREAD_LOCAL);
     if (d->hasAttr<WeakAttr>()) add(PRAG_QL_WEAK);
     if (d->hasAttr<UsedAttr>()) add(PRAG_SYM_IS_REFERENCED), s->policy = POLICY_ALWAYS;
     if (auto *a = d->getAttr<SectionAttr>())
@@ -133,6 +131,28 @@ const VarDecl *LOWER::definition_of(const VarDecl *v) {
     return nullptr;
 }
 
+// The object that an alias attribute names is the one that this file uses under both names: nothing could tell a
+// reader of the file that two objects share their bytes. The second name is for the linker.
+MSYM *LOWER::aliased_object(const VarDecl *v, const AliasAttr *alias) {
+    const VarDecl *target = nullptr;
+    for (const Decl *d : ctx.getTranslationUnitDecl()->decls())
+        if (auto *o = dyn_cast<VarDecl>(d))
+            if (global_name(o) == alias->getAliasee() && definition_of(o)) target = o;
+    if (!target) refuse(alias->getLocation(), "an alias of an object that is not defined here");
+    symbols[v->getCanonicalDecl()] = nullptr;
+    MSYM *object = variable_symbol(target);
+    if (!object) refuse(alias->getLocation(), "an alias of itself");
+    m.add_pragma(object, m.pragma(PRAG_SYM_IS_REFERENCED, {}));
+    object->policy = POLICY_ALWAYS;
+    if (v->getFormalLinkage() != ExternalLinkage) return object;
+    MSYM *s = m.symbol(global_name(v).c_str(), type_of(v->getType()), 5);
+    s->cpp_type = source_type(v->getType());
+    enter_global(s, v);
+    common_attributes(s, v->getMostRecentDecl());
+    m.add_pragma(s, m.pragma(PRAG_FUNC_SYNONYM, {object->name}));
+    return object;
+}
+
 MSYM *LOWER::variable_symbol(const VarDecl *v) {
     auto lit = locals.find(v);
     if (lit != locals.end()) return lit->second;
@@ -140,7 +160,8 @@ MSYM *LOWER::variable_symbol(const VarDecl *v) {
     auto it = symbols.find(key);
     if (it != symbols.end()) return it->second;
     if (!v->hasGlobalStorage()) refuse(v->getLocation(), "a variable used outside its function");
-    if (v->getTLSKind() != VarDecl::TLS_None) refuse(v->getLocation(), "thread-local storage");
+    if (auto *alias = v->getMostRecentDecl()->getAttr<AliasAttr>())
+        return symbols[key] = aliased_object(v->getMostRecentDecl(), alias);
     const VarDecl *best = v;
     if (const VarDecl *def = definition_of(v)) best = def;
     std::string name = global_name(v);

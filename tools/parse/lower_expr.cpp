@@ -261,7 +261,9 @@ MNODE *LOWER::lvalue(const Expr *e) {
         if (auto *v = dyn_cast<VarDecl>(d)) {
             MSYM *s = variable_symbol(v);
             if (v->getType()->isVariableArrayType()) return m.node(UMULT, type, m.name(s));
-            if (extended.count(s)) return deref(m.node(PCONV, pointer_to(type), address_of(m.name(s))), type);
+            bool other_type = extended.count(s) || v->getMostRecentDecl()->hasAttr<AliasAttr>();
+            if (other_type && s->type != type)
+                return deref(m.node(PCONV, pointer_to(type), address_of(m.name(s))), type);
             return m.name(s);
         }
         refuse(e->getBeginLoc(), "a reference to this declaration");

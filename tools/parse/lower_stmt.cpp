@@ -622,7 +622,6 @@ void LOWER::declaration(const DeclStmt *s) {
 
 void LOWER::local_variable(const VarDecl *v) {
     MSYM *&s = locals[v];
-    if (v->getTLSKind() != VarDecl::TLS_None) refuse(v->getLocation(), "thread-local storage");
     if (!s) { // a declaration in a place without block of its own: one of the outermost block
         QualType q = v->getType();
         QualType body = q;
