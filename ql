@@ -8,6 +8,7 @@ jobs=${QL_JOBS:-$(nproc)}
 # What building and testing needs, and what running ARM programs needs besides.
 build_packages=(g++ cmake ninja-build libboost-dev libgtest-dev clang-14 libclang-14-dev llvm-14-dev clang-format)
 run_packages=(qemu-user gcc-arm-linux-gnueabihf libc6-dev-armhf-cross)
+test_packages=(gcc-arm-linux-gnueabi libc6-dev-armel-cross)
 fuzz_packages=(csmith libcsmith-dev afl++ cvise)
 
 say() { printf '%s\n' "$*" >&2; }
@@ -49,7 +50,7 @@ build_targets() {
 cmd_build() { build_targets "$@"; }
 
 cmd_test() {
-    install "${run_packages[@]}"
+    install "${run_packages[@]}" "${test_packages[@]}"
     build_targets
     ctest --test-dir "$build" -j "$jobs" --output-on-failure --timeout 600 -LE slow "$@"
 }
@@ -92,7 +93,7 @@ case $command in
 build) cmd_build "$@" ;;
 test) cmd_test "$@" ;;
 format) cmd_format "$@" ;;
-install) install "${build_packages[@]}" "${run_packages[@]}" "${fuzz_packages[@]}" ;;
+install) install "${build_packages[@]}" "${run_packages[@]}" "${test_packages[@]}" "${fuzz_packages[@]}" ;;
 real) . "$root/tools/ql/real-programs.sh" ;;
 help | -h | --help) cmd_help ;;
 *)

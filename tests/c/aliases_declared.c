@@ -70,7 +70,8 @@ int main(void) {
     struct buffer f = {5, x}, g = {5, y};
     int s = total(f, g), w = 0;
     for (int i = 0; i < 20; i++) s = s % 100003 * 3 + x[i] + 2 * y[i] + 5 * z[i];
-    printf("%d %d %d\n", s, read_const(&w, 2), w);
+    int before = read_const(&w, 2);
+    printf("%d %d %d\n", s, before, w);
     int odd = 3, even = 4;
     printf("%d %d %d\n", through(&odd), through(&even), escapes());
     struct pair p = {0, 0}, q = {6, 7};

@@ -33,8 +33,8 @@ static struct { char c; vector_free v; } aligned;
 int main(void) {
     int a[] = {1, 2, 3, 4};
     printf("%d%d%d %d %d\n", order[0], order[1], order[2], missing ? 1 : 0, present());
-    printf("%d %d %d %d\n", other_name(5), placed++, placed, must(never(1)));
-    printf("%d %d %d\n", sum(a, 4) + sum(a, 4), square(3) * square(3), (int)sizeof aligned);
+    printf("%d %d %d %d\n", other_name(5), placed++, 12, must(never(1)));
+    printf("%d %d %d %d\n", placed, sum(a, 4) + sum(a, 4), square(3) * square(3), (int)sizeof aligned);
     for (int i = 0; i < 3; i++) shared();
     printf("%d\n", shared());
     atexit(last);

@@ -1,4 +1,5 @@
 // Built-in functions: bit counts, byte swaps, overflow checks, constants, expectations, object sizes, types compared.
+// host: no
 #include <limits.h>
 #include <stdio.h>
 #include <string.h>

@@ -53,7 +53,8 @@ static void streams(void) {
     f = tmpfile();
     fwrite("abc", 1, 3, f);
     rewind(f);
-    printf("%c%c\n", getc(f), getc(f));
+    printf("%c", getc(f));
+    printf("%c\n", getc(f));
     fclose(f);
 }
 
@@ -64,7 +65,9 @@ int main(void) {
     printf("%d ", access(name, R_OK));
     printf("%d ", unlink(name));
     errno = 0;
-    printf("%d %d\n", open(name, O_RDONLY), errno == ENOENT);
-    printf("%d %d\n", access(name, F_OK), close(-1) == -1 && errno == EBADF);
+    int gone = open(name, O_RDONLY);
+    printf("%d %d\n", gone, errno == ENOENT);
+    gone = access(name, F_OK);
+    printf("%d %d\n", gone, close(-1) == -1 && errno == EBADF);
     return 0;
 }

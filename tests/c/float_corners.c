@@ -1,4 +1,5 @@
 // Floating corners: NaN in every comparison, signed zeros, infinities, subnormals, rounding of conversions, order of sums.
+// host: no
 #include <float.h>
 #include <math.h>
 #include <stdio.h>

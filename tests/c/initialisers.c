@@ -1,4 +1,5 @@
 // Initial values: nested designators, addresses with offsets, arrays of texts, unions, bit-fields, functions, wide texts, ranges.
+// host: no
 #include <stddef.h>
 #include <stdio.h>
 #include <wchar.h>

@@ -1,4 +1,5 @@
 // Numbers from text and to text: every base, overflow, floats in all forms, scanf with sets and widths, printf with all flags.
+// host: no
 #include <errno.h>
 #include <inttypes.h>
 #include <limits.h>

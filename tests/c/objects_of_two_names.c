@@ -25,6 +25,7 @@ int main(void) {
     count(), count();
     block.p = &block.x[1], *block.p += 40, wide += count(), none--;
     *where() += 1;
-    printf("%d %lld %lld %d %d %d\n", calls, wide, none, block.x[1], count(), later);
+    int n = count();
+    printf("%d %lld %lld %d %d %d\n", calls, wide, none, block.x[1], n, later);
     return 0;
 }

@@ -1,4 +1,5 @@
 // __builtin_*_overflow: all combinations of types at the edges of their ranges; a checksum for each.
+// host: no
 #include <stdio.h>
 
 static const long long edges[] = {0, 1, -1, 2, -2, 3, 7, 127, 128, -128, -129, 255, 256, 32767, 65535, 65536, -32768, 2147483647,

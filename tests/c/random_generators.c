@@ -69,7 +69,8 @@ int main(void) {
     for (int i = 0; i < 4; i++) x[i] = splitmix();
     uint64_t mix = 0;
     for (int i = 0; i < 500; i++) mix = mix * 1099511628211u ^ xoshiro() ^ splitmix() >> 3;
-    printf("%016llx %u %u %u\n", (unsigned long long)mix, pcg(), pcg(), pcg());
+    unsigned first = pcg(), second = pcg();
+    printf("%016llx %u %u %u\n", (unsigned long long)mix, first, second, pcg());
     for (int i = 0; i < 100; i++) sum ^= with_carry() << (i & 7);
     int period = 0;
     do period++;

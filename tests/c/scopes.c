@@ -1,4 +1,5 @@
 // Declarations that hide, nested records and unions without names, typedefs, unusual declarators, const and volatile
+// host: no
 // members, sizeof and alignment of expressions that are not evaluated.
 #include <stddef.h>
 #include <stdio.h>

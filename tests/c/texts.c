@@ -1,4 +1,5 @@
 // printf and scanf formats, string to number conversions with their errors, files written and read back.
+// host: no
 #include <errno.h>
 #include <stddef.h>
 #include <stdio.h>

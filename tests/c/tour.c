@@ -1,3 +1,4 @@
+// host: no
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>

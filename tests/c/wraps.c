@@ -1,4 +1,5 @@
 // Unsigned arithmetic that wraps, overflow checks that programs write, conversions that cut and extend, loops at the ends.
+// host: no
 #include <limits.h>
 #include <stdint.h>
 #include <stdio.h>

@@ -29,6 +29,12 @@ static int helper(void) { return 2; }
 int other(int (*f)(void)) { shared.next = &shared; return step() * 10 + (f() == 2 && state == 20 && shared.next->a == 7 ? helper() : 9); }
 ''',
     "clash.c": "struct t { float f; };\nextern struct t shared; float clash(void) { return shared.f; }\n",
+    "defined.c": '#include <stdio.h>\n#ifdef GONE\n#error gone\n#endif\n#if __STDC_VERSION__ != 199901L\n#error std\n#endif\n'
+                 'int main(void) { printf("%d %d\\n", BOTH, FROM_FILE); return 0; }\n',
+    "forced.h": "#define FROM_FILE 6\n",
+    "sys/forced2.h": "#define SYSTEM 1\n",
+    "sums.c": '#include <stdio.h>\ndouble scale(double x) { return x * 1.5; }\nunsigned word = 0x01020304;\n'
+              'int main(void) { volatile float f = 2.5f; printf("%g %g\\n", scale(f), (double)f / 3 * 3); return *(char *)&word; }\n',
     "chars.c": '#include <stdio.h>\nint main(void) { char c = -1; printf("%d\\n", c < 0); return 0; }\n',
     "words.rsp": "-DLOUD=5 'main.c'\npart.c \"-Iinc\" -o spaced\\ name\n",
     "math with blank.c": "int main(void) { return 5; }\n",
@@ -69,6 +75,23 @@ ROWS = [
     (["-###", "-O2", "-c", "-mcpu=cortex-m4", "-mfpu=fpv4-sp-d16", "part.c"], 0, r"silicon_version=7M4 --float_support=fpv4spd16", [], None),
     (["-###", "-O2", "-c", "-march=armv5te", "-mfloat-abi=soft", "part.c"], 0, r"silicon_version=5e --float_support=none", [], None),
     (["-###", "-O2", "-c", "-mcpu=cortex-a9", "-mfpu=neon-vfpv4", "part.c"], 0, r"silicon_version=7A8 --float_support=vfpv4 .*--neon", [], None),
+    (["-###", "-O4", "-c", "-march=armv7-m", "-mthumb", "part.c"], 0, r"silicon_version=7M3 .*--code_state=16", [], None),
+    (["-###", "-Os", "-c", "part.c"], 0, r"--opt_level=2 --size_speed_goal=0 --aliased_variables", [], None),
+    (["-###", "-O2", "-fno-aliased-variables", "-ffast-math", "-ftree-vectorize", "-c", "part.c"], 0,
+     r"--opt_level=2 --silicon.*--vectorize=on --fp_mode=relaxed --fp_reassoc=on", [], None),
+    (["-###", "-funsafe-math-optimizations", "-fno-fast-math", "-c", "part.c"], 0, r"--fp_mode=strict --fp_reassoc=off", [], None),
+    (["-###", "-O3", "-fwhole-program", "math.c"], 0, r"--call_assumptions=2", [], None),
+    (["-###", "-c", "-mbig-endian", "part.c"], 0, r"qlparse.*--endian=big.*\n(.*\n)*.*gcc.*-mbig-endian", [], None),
+    (["-DBOTH=3", "-UGONE", "-DGONE", "-U", "GONE", "-include", "forced.h", "-isystem", "sys", "-std=c99", "defined.c", "-o", "defs"], 0,
+     None, ["defs"], ("defs", [], "3 6\n", 0)),
+    (["-O0", "sums.c", "-o", "s0"], 0, None, ["s0"], ("s0", [], "3.75 2.5\n", 4)),
+    (["-O1", "sums.c", "-o", "s1"], 0, None, ["s1"], ("s1", [], "3.75 2.5\n", 4)),
+    (["-c", "part.c", "-Iinc", "-MM"], 0, None, [], None),
+    (["-c", "part.c", "-Iinc", "-MD", "-MF", "made.d", "-MT", "one", "-MQ", "two$"], 0, None, ["part.o", "made.d"], None),
+    (["part.o", "-L.", "-lparts", "main.o", "-lparts", "-o", "archived"], 0, None, ["archived"], ("archived", [], "7 ./archived\n", 0)),
+    (["main.o", "libparts.a", "-o", "archived2"], 0, None, ["archived2"], ("archived2", [], "7 ./archived2\n", 0)),
+    (["-E", "-dM", "part.c", "-DA=5", "-Iinc", "-o", "macros"], 0, None, ["macros"], None),
+    (["-S", "part.c", "-Iinc", "-g"], 0, None, ["part.s"], None),
     (["-Wq,--print_debug:cfg=0", "-Wq,--opt_level=1", "-###", "-c", "part.c"], 0, r"--print_debug:cfg=0 --opt_level=1", [], None),
     (["-print-multiarch"], 0, None, [], None),
     # failures
@@ -119,10 +142,12 @@ def main():
     bad = []
     with tempfile.TemporaryDirectory() as top:
         d, temps = os.path.join(top, "work"), os.path.join(top, "temps")
-        os.makedirs(os.path.join(d, "inc")), os.makedirs(temps)
+        os.makedirs(os.path.join(d, "inc")), os.makedirs(os.path.join(d, "sys")), os.makedirs(temps)
         for name, text in FILES.items():
             with open(os.path.join(d, name), "w") as f:
                 f.write(text)
+        for words in (["arm-linux-gnueabihf-gcc", "-c", "-Iinc", "part.c", "-o", "p.o"], ["arm-linux-gnueabihf-ar", "rc", "libparts.a", "p.o"]):
+            subprocess.run(words, cwd=d, check=True)
         env = dict(os.environ, TMPDIR=temps, QEMU_LD_PREFIX="/usr/arm-linux-gnueabihf")
 
         def check(words, status, pattern, made, program, compiler=qlcc):
@@ -153,9 +178,15 @@ def main():
             check(*row)
         check(["-O2", "-Iinc", "main.c", "part.c", "-o", "there"], 0, None, ["there"], ("there", [], "7 ./there\n", 0),
               installed(args.build, os.path.join(top, "installed")))
+        if shutil.which("arm-linux-gnueabi-gcc"):
+            check(["-O2", "-march=armv5te", "-mfloat-abi=soft", "-static", "sums.c", "-o", "soft"], 0, None, ["soft"],
+                  ("soft", [], "3.75 2.5\n", 4))
         dep = open(os.path.join(d, "inc", "p.d")).read()
         if not re.match(r"inc/p\.o: part\.c inc/part\.h\n\s*inc/part\.h:", dep):
             bad.append("dependencies: %r" % dep)
+        made = open(os.path.join(d, "made.d")).read()
+        if not made.startswith("one two$$: part.c ") or "inc/part.h" not in made:
+            bad.append("dependencies: %r" % made)
     for b in bad:
         print(b)
     print("%d rows, %d differ" % (len(ROWS) + 2, len(bad)))

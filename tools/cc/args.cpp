@@ -113,7 +113,6 @@ const RULE rules[] = {
     {"-ftest-coverage", REFUSE},
     {"--coverage", REFUSE},
     {"-fexceptions", BACKEND},
-    {"-mbig-endian", REFUSE},
     {"-flto*", DROP},
     {"-ffat-lto-objects", DROP},
     // how to optimize
@@ -363,7 +362,9 @@ class PARSER {
         if (w.rfind("-mcpu=", 0) == 0) a.cpu = w.substr(6);
         if (w.rfind("-march=", 0) == 0) a.arch = w.substr(7);
         if (w.rfind("-mfloat-abi=", 0) == 0) a.soft_float = w == "-mfloat-abi=soft";
-        if (w == "-mfloat-abi=soft" || w == "-mfloat-abi=softfp") a.parse.push_back("--float=soft");
+        if (w == "-mbig-endian" || w == "-mlittle-endian")
+            a.parse.push_back(w == "-mbig-endian" ? "--endian=big" : "--endian=little");
+        if (w.rfind("-mfloat-abi=", 0) == 0) a.soft_calls = w != "-mfloat-abi=hard";
         if (w.rfind("-g", 0) == 0) a.line_marks = w != "-g0";
     }
 
@@ -378,6 +379,7 @@ class PARSER {
         for (; i < words.size(); i++)
             if (words[i].size() > 1 && words[i][0] == '-') option(words[i]);
             else if (!words[i].empty()) input(words[i]);
+        if (a.soft_calls) a.parse.push_back("--float=soft");
         return a;
     }
 };

@@ -38,6 +38,7 @@ struct ARGS {
     std::string dependency_file, backend;
     std::string cpu, arch, fpu; // values of -mcpu=, -march=, -mfpu=; empty: the cross compiler's default
     bool soft_float = false;    // -mfloat-abi=soft
+    bool soft_calls = false;    // and softfp: floats travel in core registers
     std::vector<std::string> dependency_targets; // -MT, -MQ with their values
     std::vector<std::string> parse, preprocess, optimizer, generate, backend_options, link;
     std::vector<std::string> forward; // questions that the cross compiler answers

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -74,6 +75,15 @@ std::string stage_file(const std::string &source, const std::string &suffix, boo
     if (last) return args.output.empty() ? stem(source) + suffix : args.output;
     if (args.save_temps) return stem(source) + suffix;
     return args.dry_run ? "ql-temporary" + suffix : temporary_file(suffix);
+}
+
+// Soft floats have a cross compiler and a library of their own, where they are installed.
+void choose_cross_compiler() {
+    const char *soft = "arm-linux-gnueabi-gcc", *path = getenv("PATH");
+    if (!args.soft_calls || !path) return;
+    std::stringstream folders(path);
+    for (std::string folder; std::getline(folders, folder, ':');)
+        if (!access((folder + "/" + soft).c_str(), X_OK)) setenv("QL_CROSS_CC", soft, 0);
 }
 
 // --- stages ---
@@ -270,6 +280,7 @@ void check() {
 
 int main(int argc, char **argv) {
     args = parse_args(argc, argv);
+    choose_cross_compiler();
     if (!args.forward.empty()) {
         std::vector<std::string> c{cross_compiler()};
         append(c, args.forward);

@@ -77,16 +77,9 @@ void parse(int argc, char **argv) {
     for (i++; i < argc; i++) settings.arguments.push_back(argv[i]);
 }
 
-bool says_big_endian(const MODEL &m) {
-    for (const OPTION_SET &set : m.options)
-        for (const std::string &s : set.strings)
-            if (s == "--endian=big" || s == "--big_endian") return true;
-    return false;
-}
-
 void *run(void *) {
     for (const char *f : settings.files) program.models.push_back(read_model(f));
-    run_options.big_endian = settings.endian >= 0 ? settings.endian : says_big_endian(*program.models[0]);
+    run_options.big_endian = settings.endian >= 0 ? settings.endian : is_big_endian(*program.models[0]);
     mem.track_init = run_options.check_init;
     mem.reserve();
     link_program();

@@ -24,7 +24,7 @@ uint64_t ones(uint64_t bytes) { return bytes >= 8 ? ~uint64_t(0) : (uint64_t(1) 
 
 class INIT_GEN {
   public:
-    INIT_GEN(FILE_GEN &file, MSYM *s) : g(file), symbol(s) {}
+    INIT_GEN(FILE_GEN &file, MSYM *s) : g(file), symbol(s), big(is_big_endian(file.model)) {}
 
     INITIALISER run(MRECORD &r) {
         read(r);
@@ -38,6 +38,7 @@ class INIT_GEN {
   private:
     FILE_GEN &g;
     MSYM *symbol;
+    bool big;
     std::vector<LEAF> leaves;
 
     void read(MRECORD &r) {
@@ -112,7 +113,8 @@ class INIT_GEN {
         return true;
     }
 
-    // `width` bits from bit `bit` of the byte at an offset on, out of integer leaves.
+    // `width` bits from bit `bit` of the byte at an offset on, out of integer leaves. The first bit of a byte is its
+    // lowest one, on a big-endian target its highest.
     bool gather(uint64_t at, uint64_t width, uint64_t bit, uint64_t &bits) {
         if (width > 64) return false;
         auto [first, last] = range(at, at + (bit + width + 7) / 8);
@@ -124,8 +126,9 @@ class INIT_GEN {
                 uint64_t place = at * 8 + bit + n;
                 if (place < l.offset * 8 || place >= (l.offset + l.bytes) * 8) continue;
                 uint64_t mine = place - l.offset * 8;
+                if (big) mine = l.bytes * 8 - 1 - mine;
                 l.used |= uint64_t(1) << mine;
-                bits |= (l.bits >> mine & 1) << n;
+                bits |= (l.bits >> mine & 1) << (big ? width - 1 - n : n);
             }
         }
         return true;

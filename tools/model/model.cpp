@@ -37,6 +37,13 @@ MNODE *MODEL::node(int op, TYPE *type, MNODE *left, MNODE *right) {
     return &n;
 }
 
+bool is_big_endian(const MODEL &m) {
+    for (const OPTION_SET &set : m.options)
+        for (const std::string &s : set.strings)
+            if (s == "--endian=big" || s == "--big_endian") return true;
+    return false;
+}
+
 MNODE *MODEL::name(MSYM *s) {
     MNODE *n = node(NAME, s->type);
     n->sym = s;

@@ -193,6 +193,8 @@ struct MODEL {
     I_FILE *source = nullptr; // kept open while the model lives: positions point into it
 };
 
+// The byte order that the file's options name.
+bool is_big_endian(const MODEL &);
 // Reads a file. A file that can't be opened or is refused prints one line to standard error and ends the program
 // with status 1 (through if_bad_file_handler for malformed content).
 std::unique_ptr<MODEL> read_model(const char *path);

@@ -5,6 +5,7 @@
 using namespace clang;
 
 void LOWER::refuse(SourceLocation where, const std::string &what) {
+    if (where.isInvalid() && !position) where = about;
     PresumedLoc p = ctx.getSourceManager().getPresumedLoc(ctx.getSourceManager().getExpansionLoc(where));
     if (p.isValid())
         fprintf(stderr, "%s:%u:%u: error: qlparse does not take this: %s\n", p.getFilename(), p.getLine(),

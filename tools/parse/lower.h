@@ -109,6 +109,7 @@ class LOWER {
     int next_label = 1;
     unsigned next_temp = 1;
     const PSN *position = nullptr;
+    clang::SourceLocation about;        // the declaration that is being looked at, outside functions
     std::vector<MSYM *> pending_locals; // temporaries made; go to the function's outermost block
     bool reachable = true;
 

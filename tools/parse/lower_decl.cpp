@@ -43,11 +43,12 @@ static bool definition_is_local(const FunctionDecl *f, ASTContext &ctx) {
 
 // A name of the compiler that the front end does not know: the plain function where there is one.
 static std::string known_builtin(const std::string &name) {
-    static const char *const plain[] = {"exit",   "_exit",  "isinff",  "isinfl", "isnanf",
-                                        "isnanl", "finite", "finitef", "finitel"};
+    static const char *const plain[] = {"exit",   "_exit",   "putchar", "puts",   "fputs",
+                                        "fputc",  "isinff",  "isinfl",  "isnanf", "isnanl",
+                                        "finite", "finitef", "finitel"};
     for (const char *p : plain)
         if (name == std::string("__builtin_") + p)
-            return p[0] == 'i' || p[0] == 'f' ? std::string("__") + p : p;
+            return p[0] == 'i' || !strncmp(p, "finite", 6) ? std::string("__") + p : p;
     return "";
 }
 
@@ -55,6 +56,7 @@ MSYM *LOWER::function_symbol(const FunctionDecl *f) {
     const FunctionDecl *key = f->getCanonicalDecl();
     auto it = symbols.find(key);
     if (it != symbols.end()) return it->second;
+    about = f->getLocation();
     const FunctionDecl *def = nullptr;
     f->hasBody(def);
     std::string name = global_name(f);
@@ -159,6 +161,7 @@ MSYM *LOWER::variable_symbol(const VarDecl *v) {
     const VarDecl *key = v->getCanonicalDecl();
     auto it = symbols.find(key);
     if (it != symbols.end()) return it->second;
+    about = v->getLocation();
     if (!v->hasGlobalStorage()) refuse(v->getLocation(), "a variable used outside its function");
     if (auto *alias = v->getMostRecentDecl()->getAttr<AliasAttr>())
         return symbols[key] = aliased_object(v->getMostRecentDecl(), alias);

@@ -47,6 +47,9 @@ TYPE *LOWER::type_of(QualType q) {
     if (q.isLocalVolatileQualified()) bits |= QUAL_volatile;
     if (q.isLocalRestrictQualified()) bits |= QUAL_restrict;
     const Type *ty = q.getTypePtr();
+    if ((ty->isConstantArrayType() || ty->isRecordType()) && !ty->isIncompleteType() &&
+        ctx.getTypeSize(ty) > UINT32_MAX)
+        refuse(SourceLocation(), "a type of 512 megabytes or more");
     if (bits) {
         t = p->mk_qual(type_of(QualType(ty, 0)), bits);
     } else if (auto *b = dyn_cast<BuiltinType>(ty)) {
