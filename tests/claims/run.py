@@ -25,7 +25,7 @@ L3:
   (ASG %i 4)
   PRAGMA
 L1:
-  inloop 2
+  inloop 2 DEAD
   (ASG (DDNODE id=2 (UMULT (PLUS (PCONV:ptr(int) (UAND @a)) (MULT %i STRIDE))))
     (PLUS (DDNODE id=1 (UMULT (PLUS (PCONV:ptr(int) (UAND @a)) (MULT (MINUS %i LAG) STRIDE)))) %j))
   EARLY
@@ -34,6 +34,7 @@ L1:
   (BRANCH L1)
 L2:
   inloop 1
+  BEHIND
   (PLUSPLUS %j 1)
   (CBRANCH (LT %j 2) L4)
   (BRANCH L3)
@@ -76,6 +77,10 @@ ROWS = [
     ("fewer trips than said", {"INNER": "min 32 max 64 factor 1"}, "at least 32"),
     ("no multiple", {"INNER": "min 1 max 64 factor 2"}, "a multiple of 2"),
     ("a way out that a record must count", {"INNER": "min 31 max 31 factor 1", "EARLY": "(CBRANCH (NEQ %i 7) L2)"}, "4 times"),
+    ("a variable that is dead behind its loop", {"DEAD": "%i flags 2"}, NO),
+    ("one that is written before it is read", {"DEAD": "%i flags 2", "BEHIND": "(ASG %i 5)\n  (PLUSASG %i %i)"}, NO),
+    ("one that is read behind its loop", {"DEAD": "%i flags 2", "BEHIND": "(ASG (UMULT (UAND @a)) %i)"}, "nothing reads its variable"),
+    ("one that is stepped behind its loop", {"DEAD": "%i flags 2", "BEHIND": "(ASG %i (PLUS %i 1))"}, "nothing reads its variable"),
     ("iterations that are not parallel", {"PRAGMA": "pragma PARALLEL_LOOP()"}, "parallel loop"),
     ("parallel iterations", {"PRAGMA": "pragma PARALLEL_LOOP()", "LAG": "0",
                              "VECTORS": "vector 0 (BSFO) (BSF) (BSF)\n  edge 1 2 vector 0\n  edge 2 1 vector 0\n  edge 2 2 vector 0"}, NO),
@@ -110,7 +115,7 @@ def main():
         text, file = os.path.join(d, "t.ift"), os.path.join(d, "t.if")
         for name, places, words in ROWS:
             program = NEST
-            for key, value in {"INNER": "max 4294967295", "VECTORS": RIGHT, "PRAGMA": "", "EARLY": "", "LAG": "1", "STRIDE": "4"}.items():
+            for key, value in {"INNER": "max 4294967295", "VECTORS": RIGHT, "PRAGMA": "", "EARLY": "", "BEHIND": "", "DEAD": "", "LAG": "1", "STRIDE": "4"}.items():
                 program = program.replace(key, places.get(key, value))
             open(text, "w").write(program)
             p = subprocess.run([tool("text", "qlasm"), text, "-o", file], capture_output=True, text=True)

@@ -177,6 +177,7 @@ void place_loop_record(CLAIMS &claims, uint32_t from, uint32_t to, const XLOOP &
         loop.recorded = true;
         loop.min = record.min, loop.max = record.max == 0xFFFFFFFFu ? ~0ull : record.max;
         loop.factor = std::max(1u, record.factor);
+        loop.dead = record.dead;
         return;
     }
 }
@@ -266,6 +267,7 @@ void leave_loops(FRAME *f, CLAIM_STATE &state, int innermost) {
         if (at == top.loop) return;
         const CLAIMED_LOOP &loop = claims.loops[size_t(top.loop)];
         state.open.pop_back();
+        state.dead |= loop.dead;
         check_count(loop, top.iterations, loop.latches[state.last_step]);
     }
 }

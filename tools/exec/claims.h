@@ -1,7 +1,8 @@
 // What a file claims about its loops and its references of memory, checked while the program runs.
 //
 // Loops. A loop record bounds how often control comes to the loop's first step on each entry from outside: at least
-// min, at most max (0xFFFFFFFF: no bound), a multiple of the factor. The pragma MUST_ITERATE claims the same of the first
+// min, at most max (0xFFFFFFFF: no bound), a multiple of the factor. A variable that the loop's record calls dead on exit
+// is not read behind the loop before something writes it. The pragma MUST_ITERATE claims the same of the first
 // loop behind it; the least count and the factor then hold only when the loop ends by its last test, and a guard that
 // jumps past the loop counts as no iteration. Loops are natural loops of the steps; a cycle that has a second way in
 // is not looked at.
@@ -40,6 +41,7 @@ struct CLAIMED_LOOP {
     uint64_t least = 0, most = ~0ull, multiple = 1;
     uint32_t guard_from = 0; // first step behind the pragma
     bool parallel = false, no_alias = false;
+    uint64_t dead = 0; // bits of variables that nothing reads behind the loop
 };
 
 struct CLAIMS {
@@ -75,7 +77,8 @@ struct CLAIM_STATE {
     };
     std::vector<OPEN_LOOP> open; // outermost first
     uint64_t entries = 0;
-    int armed = -1; // promised loop whose guard runs
+    uint64_t dead = 0; // variables that nothing has written since their loop ended
+    int armed = -1;    // promised loop whose guard runs
     uint32_t last_step = 0;
     std::unordered_map<uint32_t, std::vector<uint32_t>> by_byte; // ring of accesses
     std::vector<CLAIM_ACCESS> accesses;

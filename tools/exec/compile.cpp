@@ -76,6 +76,51 @@ XN *COMPILER::then_stored(XN *store) {
     return x;
 }
 
+// --- variables that are dead behind a loop ---
+
+// Those that nothing reaches but by name; as many as a word has bits.
+void COMPILER::find_dead_behind() {
+    for (const MRECORD &r : func->body->records) {
+        if (r.tag != IF_INLOOP || !(r.n[1] & 2) || !r.sym || dead_behind.size() == 64) continue;
+        auto it = slot.find(r.sym);
+        if (it != slot.end() && it->second < func->checked_from)
+            dead_behind.try_emplace(r.sym, unsigned(dead_behind.size()));
+    }
+}
+
+const unsigned *COMPILER::dead_bit(const MNODE *t) const {
+    if (dead_behind.empty()) return nullptr;
+    while (t->op == DDNODE || t->op == EPVAL) t = t->left;
+    auto it = t->op == NAME ? dead_behind.find(t->sym) : dead_behind.end();
+    return it == dead_behind.end() ? nullptr : &it->second;
+}
+
+XN *COMPILER::read_of_dead(XN *read, const MNODE *t) {
+    const unsigned *bit = dead_bit(t);
+    if (!bit) return read;
+    XN *x = new_xn();
+    x->a = read, x->kind = read->kind, x->node = read->node, x->shift = uint8_t(*bit);
+    x->fn = [](const XN *n, FRAME *f) {
+        if (f->claims && f->claims->dead >> n->shift & 1)
+            fault("a loop's record says that nothing reads its variable behind the loop");
+        return n->a->fn(n->a, f);
+    };
+    return x;
+}
+
+XN *COMPILER::write_of_dead(XN *write, const MNODE *t) {
+    const unsigned *bit = dead_bit(t);
+    if (!bit) return write;
+    XN *x = new_xn();
+    x->a = write, x->kind = write->kind, x->node = write->node, x->shift = uint8_t(*bit);
+    x->fn = [](const XN *n, FRAME *f) {
+        uint64_t v = n->a->fn(n->a, f);
+        if (f->claims) f->claims->dead &= ~(uint64_t(1) << n->shift);
+        return v;
+    };
+    return x;
+}
+
 LVALUE COMPILER::lvalue(MNODE *t) {
     LVALUE lv;
     int use = std::exchange(next_use, int(READS));
@@ -261,7 +306,7 @@ XN *COMPILER::load(MNODE *t) {
     if (x->kind == SK_void) cannot(t, "a value of type void");
     x->fn = eval_load(x->kind, lv.am, x->is_volatile);
     count(CN_BYTES, sk_bytes(x->kind));
-    return x;
+    return read_of_dead(x, t);
 }
 
 // --- conversions and operators ---
@@ -470,7 +515,7 @@ XN *COMPILER::assignment(MNODE *t) {
     }
     x->fn = eval_store(k, lv.am, x->is_volatile);
     count(CN_BYTES, sk_bytes(k));
-    return then_stored(x);
+    return write_of_dead(then_stored(x), t->left);
 }
 
 namespace {
@@ -517,7 +562,7 @@ XN *COMPILER::op_assignment(MNODE *t) {
     count(CN_BYTES, 2 * sk_bytes(k));
     x->fn = post ? eval_post_step(k, lv.am, op == MINUS) : eval_op_store(op, k, lv.am);
     if (!x->fn || k >= SK_void) cannot(t, "operands of this type");
-    return then_stored(x);
+    return read_of_dead(then_stored(x), t->left);
 }
 
 XN *COMPILER::memcpy_node(MNODE *t) {

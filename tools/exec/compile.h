@@ -54,6 +54,12 @@ class COMPILER {
     int next_use = READS; // of the lvalue that is compiled next
     LVALUE noted(MNODE *t, const LVALUE &lv, uint32_t id, int use);
     XN *then_stored(XN *store);
+    // Variables that a loop's record calls dead behind the loop, by their bit in CLAIM_STATE::dead.
+    std::unordered_map<const MSYM *, unsigned> dead_behind;
+    void find_dead_behind();
+    const unsigned *dead_bit(const MNODE *lvalue) const;
+    XN *read_of_dead(XN *, const MNODE *lvalue);
+    XN *write_of_dead(XN *, const MNODE *lvalue);
     std::unordered_map<const MSYM *, uint32_t> slot; // frame offset of a local
     std::unordered_map<int, uint32_t> label_step;
     std::vector<std::pair<uint32_t, int>> fixups; // step -> label

@@ -128,6 +128,7 @@ struct XPARM {
 struct XLOOP {
     unsigned number = 0, parent = 0;
     uint32_t min = 0, max = ~0u, factor = 1, flags = 0;
+    uint64_t dead = 0;                                 // variables that its record calls dead behind it
     std::vector<std::pair<uint32_t, uint32_t>> ranges; // step indices [from, to) that lie in it
     const PSN *psn = nullptr;
 };

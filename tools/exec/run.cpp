@@ -461,6 +461,9 @@ void COMPILER::loops() {
             close(step_no);
             auto it = by_number.find(r.n[0]);
             open = it == by_number.end() ? ~size_t(0) : it->second;
+            if (r.n[1] & 2 && r.sym && it != by_number.end())
+                if (auto bit = dead_behind.find(r.sym); bit != dead_behind.end())
+                    func->loops[open].dead |= uint64_t(1) << bit->second;
             from = step_no;
         } else if (r.tag == IF_STATEMENT) step_no++;
     }
@@ -470,6 +473,7 @@ void COMPILER::loops() {
 void COMPILER::body() {
     if (run_options.check_records) notes_references = claims_need_references(func->body, &notes_all);
     layout_frame();
+    if (run_options.check_records) find_dead_behind();
     func->result = scalar_kind(func->symbol->type->return_type());
     uint32_t n = 0;
     for (MRECORD &r : func->body->records) {
