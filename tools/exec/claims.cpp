@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "tools/exec/compile.h"
+
 // --- reading the claims ---
 
 namespace {
@@ -228,7 +230,7 @@ CLAIMS *collect_claims(const XFUNC *f) {
     uint32_t step = 0;
     for (const MRECORD &r : f->body->records) {
         if (is_claim(r)) place_promise(*claims, step, r.pragma);
-        if (r.tag == IF_STATEMENT && r.tree) step++;
+        if (makes_step(r)) step++;
         if (r.tag == IF_DEP_VECTOR) claims->vectors.push_back({uint8_t(r.n[1]), r.vector});
         if (r.tag == IF_DEP_EDGE) claims->edges[uint64_t(r.n[0]) << 32 | r.n[1]].push_back(r.n[2]);
     }

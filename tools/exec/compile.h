@@ -69,6 +69,7 @@ class COMPILER {
     void place_symbols(const std::vector<MSYM *> &checked);
     void statement(MNODE *t, const PSN *psn, uint32_t record);
     void switch_statement(MNODE *t, STEP &s);
+    void assembly(const PSN *psn, uint32_t record);
     void resolve_labels();
     void loops();
 
@@ -90,6 +91,8 @@ class COMPILER {
     friend struct WIDE_COMPILER;
 };
 
+// Whether a record of a function becomes a step: statements, and assembly that does something.
+bool makes_step(const MRECORD &);
 // A node in a pool that is never freed.
 XN *new_xn();
 // wide.cpp: complex numbers and vectors.

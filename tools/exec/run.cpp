@@ -3,6 +3,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <sstream>
 
 #include "tools/exec/claims.h"
 #include "tools/exec/compile.h"
@@ -426,6 +427,33 @@ void COMPILER::statement(MNODE *t, const PSN *psn, uint32_t record) {
     unit = &scratch;
 }
 
+// Text that has no effect on one thread: nothing, comments, barriers, hints.
+static bool is_idle(const std::string &text) {
+    std::stringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        std::stringstream words(line.substr(0, line.find_first_of("@;")));
+        std::string word;
+        bool idle = !(words >> word);
+        for (const char *known : {"nop", "dmb", "dsb", "isb", "yield", "sev", "wfe", "wfi"})
+            idle |= word == known;
+        if (!idle) return false;
+    }
+    return true;
+}
+
+bool makes_step(const MRECORD &r) {
+    return (r.tag == IF_STATEMENT && r.tree) || (r.tag == IF_ASSEMBLY && !is_idle(r.text));
+}
+
+void COMPILER::assembly(const PSN *psn, uint32_t record) {
+    STEP s;
+    s.psn = psn, s.line_of_record = record;
+    s.kind = ST_EXPR;
+    s.tree = new_xn();
+    s.tree->fn = [](const XN *, FRAME *) -> uint64_t { fault("assembly can't be interpreted"); };
+    func->steps.push_back(s);
+}
+
 void COMPILER::resolve_labels() {
     auto find = [&](int label) {
         auto it = label_step.find(label);
@@ -465,7 +493,7 @@ void COMPILER::loops() {
                 if (auto bit = dead_behind.find(r.sym); bit != dead_behind.end())
                     func->loops[open].dead |= uint64_t(1) << bit->second;
             from = step_no;
-        } else if (r.tag == IF_STATEMENT) step_no++;
+        } else if (makes_step(r)) step_no++;
     }
     close(step_no);
 }
@@ -478,7 +506,8 @@ void COMPILER::body() {
     uint32_t n = 0;
     for (MRECORD &r : func->body->records) {
         if (r.tag == IF_LABEL) label_step[int(r.n[0])] = uint32_t(func->steps.size());
-        else if (r.tag == IF_STATEMENT && r.tree) statement(r.tree, r.psn, n);
+        else if (r.tag == IF_ASSEMBLY && makes_step(r)) assembly(r.psn, n);
+        else if (makes_step(r)) statement(r.tree, r.psn, n);
         n++;
     }
     STEP end;
@@ -492,6 +521,7 @@ void COMPILER::body() {
 void compile_function(XFUNC *f) {
     if (f->compiled) return;
     f->compiled = true;
+    if (!f->body && f->name.rfind("__asm_", 0) == 0) fault("assembly can't be interpreted");
     if (!f->body) fault("call of the function '%s', which is not defined", f->name.c_str());
     COMPILER c(f, f->model);
     c.body();

@@ -52,6 +52,8 @@ struct INIT_LEAF {
     MNODE *tree;
 };
 
+struct ASM_OPERAND;
+
 class LOWER {
   public:
     LOWER(clang::ASTContext &context, MODEL &model, std::vector<SOURCE_PRAGMA> &pragmas)
@@ -74,7 +76,7 @@ class LOWER {
     std::unordered_map<std::string, MSYM *> string_objects;
     std::set<const MSYM *>
         extended; // objects with an initialised flexible array, of a type that has room for it
-    unsigned anonymous_count = 0;
+    unsigned anonymous_count = 0, asm_count = 0;
     std::map<std::string, unsigned> static_count;
 
     // --- state of the function ---
@@ -188,7 +190,11 @@ class LOWER {
     void if_statement(const clang::IfStmt *);
     void switch_statement(const clang::SwitchStmt *);
     void return_statement(const clang::ReturnStmt *);
-    void assembly(const clang::AsmStmt *);
+    void assembly(const clang::AsmStmt *); // this and the next: lower_asm.cpp
+    void assembly_text(const std::string &);
+    void kept_operands(const clang::GCCAsmStmt *);
+    void assembly_function(const clang::GCCAsmStmt *);
+    void asm_constraint(ASM_OPERAND &, clang::StringRef);
     void effect(const clang::Expr *); // evaluates for side effects
     void loop_pragmas(clang::SourceLocation where);
     void begin_scope(clang::SourceLocation where);

@@ -557,53 +557,6 @@ void LOWER::return_statement(const ReturnStmt *s) {
     emit(m.node(RETURN, value->type, self, value));
 }
 
-// Assembly. With operands only an empty text is taken, which programs use to keep a value or memory from being
-// known: its outputs take the values of the inputs that share their place, or keep their own, through volatile
-// temporaries.
-void LOWER::assembly(const AsmStmt *s) {
-    auto *g = dyn_cast<GCCAsmStmt>(s);
-    if (!g) refuse(s->getBeginLoc(), "this form of assembly");
-    std::string text = g->getAsmString()->getString().str();
-    bool operands = g->getNumOutputs() || g->getNumInputs();
-    bool empty = text.find_first_not_of(" \t\n") == std::string::npos;
-    if ((operands && !empty) || g->isAsmGoto()) refuse(s->getBeginLoc(), "assembly with operands");
-    auto through = [&](MNODE *value, TYPE *t) {
-        MSYM *kept = temp(t);
-        TYPE *shown = m.package->mk_qual(t, QUAL_volatile);
-        kept->type = shown;
-        emit(assign(m.name(kept), value));
-        return kept;
-    };
-    auto scalar = [](QualType q) { return q->isScalarType() || q->isVectorType(); };
-    std::vector<MSYM *> inputs;
-    for (unsigned i = 0; i < g->getNumInputs(); i++) {
-        const Expr *e = g->getInputExpr(i);
-        inputs.push_back(nullptr);
-        if (e->isGLValue() || !scalar(e->getType())) { // an object in memory
-            MNODE *lv = is_record(e->getType()) ? record_value(e) : lvalue(e);
-            if (e->HasSideEffects(ctx)) emit(address_of(lv));
-        } else inputs[i] = through(rvalue(e), unqualified(e->getType()));
-    }
-    bool memory = false;
-    for (unsigned i = 0; i < g->getNumClobbers(); i++) memory |= g->getClobber(i) == "memory";
-    if (!operands || memory) {
-        MRECORD &r = func->records.emplace_back();
-        r.tag = IF_ASSEMBLY, r.psn = position, r.text = text;
-    }
-    for (unsigned i = 0; i < g->getNumOutputs(); i++) {
-        const Expr *e = g->getOutputExpr(i);
-        if (!scalar(e->getType())) continue; // its memory stays as it is
-        MSYM *from = nullptr;
-        for (unsigned k = 0; k < g->getNumInputs(); k++)
-            if (g->getInputConstraint(k) == std::to_string(i)) from = inputs[k];
-        MNODE *first = nullptr, *lv = stable_lvalue(e, first);
-        if (first) emit(first);
-        if (!from && !g->isOutputPlusConstraint(i)) continue; // no value is promised
-        if (!from) from = through(m.copy(lv), unqualified(e->getType()));
-        emit(assign(lv, convert(m.name(from), unqualified(e->getType()))));
-    }
-}
-
 // --- local declarations ---
 
 void LOWER::declaration(const DeclStmt *s) {
