@@ -29,11 +29,11 @@ namespace {
 
 // The number of a register by any of its names; NONE for others.
 int register_number(StringRef name) {
-    static const char *const other[] = {"r0", "r1", "r2", "r3", "r4", "r5", "r6", "r7", "r8", "r9", "r10", "r11", "r12",
-                                        "sp", "lr", "a1", "a2", "a3", "a4", "v1", "v2", "v3", "v4", "v5",  "v6",  "v7",
-                                        "v8", "sb", "sl", "fp", "ip", "r13", "r14"};
-    static const signed char number[] = {0,  1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0, 1,
-                                         2,  3, 4, 5, 6, 7, 8, 9, 10, 11, 9, 10, 11, 12, 13, 14};
+    static const char *const other[] = {"r0",  "r1",  "r2", "r3", "r4", "r5", "r6", "r7", "r8", "r9",  "r10",
+                                        "r11", "r12", "sp", "lr", "a1", "a2", "a3", "a4", "v1", "v2",  "v3",
+                                        "v4",  "v5",  "v6", "v7", "v8", "sb", "sl", "fp", "ip", "r13", "r14"};
+    static const signed char number[] = {0, 1, 2, 3, 4, 5, 6, 7, 8,  9,  10, 11, 12, 13, 14, 0, 1,
+                                         2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 9,  10, 11, 12, 13, 14};
     name.consume_front("%");
     for (size_t i = 0; i < sizeof number; i++)
         if (name.equals_insensitive(other[i])) return number[i];
@@ -49,9 +49,7 @@ int pinned_register(const Expr *e) {
     return label ? register_number(label->getLabel()) : NONE;
 }
 
-std::string core_register(int n) {
-    return n == 13 ? "sp" : n == 14 ? "lr" : "r" + std::to_string(n);
-}
+std::string core_register(int n) { return n == 13 ? "sp" : n == 14 ? "lr" : "r" + std::to_string(n); }
 
 } // namespace
 
@@ -71,7 +69,10 @@ struct ASM_FUNCTION {
             if (n != NONE) taken |= 1u << n;
             const char *family = strchr("sdq", c[0]);
             if (n != NONE || !family || c.size() < 2 || !isdigit(static_cast<unsigned char>(c[1]))) continue;
-            int singles = *family == 's' ? 1 : *family == 'd' ? 2 : 4, end = (atoi(c.c_str() + 1) + 1) * singles;
+            int singles = *family == 's'   ? 1
+                          : *family == 'd' ? 2
+                                           : 4,
+                end = (atoi(c.c_str() + 1) + 1) * singles;
             uses_vectors = true;
             if (end <= 16) next_vector = std::max(next_vector, (end + 1) & ~1);
         }
@@ -103,18 +104,20 @@ struct ASM_FUNCTION {
     std::string transfer(const ASM_OPERAND &o, bool load, int base) const {
         std::string at = "[" + core_register(base) + ", #" + std::to_string(o.slot * 8);
         if (o.vector)
-            return std::string(load ? "vldr " : "vstr ") + (o.bytes == 8 ? "d" : "s") + std::to_string(o.reg) + ", " + at + "]\n\t";
+            return std::string(load ? "vldr " : "vstr ") + (o.bytes == 8 ? "d" : "s") +
+                   std::to_string(o.reg) + ", " + at + "]\n\t";
         std::string text;
         for (int word = 0; word < (o.bytes == 8 && !o.memory ? 2 : 1); word++)
-            text += std::string(load ? "ldr " : "str ") + core_register(o.reg + word) + ", [" + core_register(base) + ", #" +
-                    std::to_string(o.slot * 8 + unsigned(word) * 4) + "]\n\t";
+            text += std::string(load ? "ldr " : "str ") + core_register(o.reg + word) + ", [" +
+                    core_register(base) + ", #" + std::to_string(o.slot * 8 + unsigned(word) * 4) + "]\n\t";
         return text;
     }
 
     // What stands for %N; empty, with `error`, for a form that is not known.
     std::string operand_text(const ASM_OPERAND &o, char modifier) {
         if (o.constant) {
-            if (modifier == 'c' || modifier == 'n') return std::to_string(modifier == 'n' ? -o.value : o.value);
+            if (modifier == 'c' || modifier == 'n')
+                return std::to_string(modifier == 'n' ? -o.value : o.value);
             if (modifier == 'B') return "#" + std::to_string(~o.value);
             if (modifier == 'L') return "#" + std::to_string(o.value & 0xffff);
             if (!modifier) return "#" + std::to_string(o.value);
@@ -122,7 +125,8 @@ struct ASM_FUNCTION {
             if (modifier == 'm') return core_register(o.reg);
             if (!modifier || modifier == 'a') return "[" + core_register(o.reg) + "]";
         } else if (o.vector) {
-            if (!modifier || modifier == 'P') return (o.bytes == 8 || modifier == 'P' ? "d" : "s") + std::to_string(o.reg);
+            if (!modifier || modifier == 'P')
+                return (o.bytes == 8 || modifier == 'P' ? "d" : "s") + std::to_string(o.reg);
         } else {
             int low = big ? 1 : 0;
             if (!modifier) return core_register(o.reg);
@@ -130,7 +134,8 @@ struct ASM_FUNCTION {
             if (o.bytes == 8 && modifier == 'H') return core_register(o.reg + 1);
             if (o.bytes == 8 && modifier == 'Q') return core_register(o.reg + low);
             if (o.bytes == 8 && modifier == 'R') return core_register(o.reg + 1 - low);
-            if (o.bytes == 8 && modifier == 'M') return "{" + core_register(o.reg) + "-" + core_register(o.reg + 1) + "}";
+            if (o.bytes == 8 && modifier == 'M')
+                return "{" + core_register(o.reg) + "-" + core_register(o.reg + 1) + "}";
             if (o.bytes < 8 && modifier == 'Q') return core_register(o.reg);
         }
         error = std::string("the operand form %") + modifier + " of assembly";
@@ -165,7 +170,8 @@ struct ASM_FUNCTION {
         for (const ASM_OPERAND &o : operands)
             if (o.output && !o.memory) t += transfer(o, false, base);
         if (uses_vectors) t += "vpop {d8-d15}\n\t";
-        t += "add sp, sp, #12\n\tldmfd sp!, {r4-r11, lr}\n\tbx lr\n\t.ltorg\n\t.size " + name + ", .-" + name + "\n\t.popsection";
+        t += "add sp, sp, #12\n\tldmfd sp!, {r4-r11, lr}\n\tbx lr\n\t.ltorg\n\t.size " + name + ", .-" +
+             name + "\n\t.popsection";
         return t;
     }
 };
@@ -179,7 +185,8 @@ void LOWER::assembly(const AsmStmt *s) {
     if (operands && text.find_first_not_of(" \t\n") == std::string::npos) return kept_operands(g);
     if (operands) return assembly_function(g);
     // Where operands could stand, a percent sign is written twice.
-    for (size_t at = 0; !g->isSimple() && (at = text.find("%%", at)) != std::string::npos; at++) text.erase(at, 1);
+    for (size_t at = 0; !g->isSimple() && (at = text.find("%%", at)) != std::string::npos; at++)
+        text.erase(at, 1);
     assembly_text(text);
 }
 
@@ -233,19 +240,23 @@ void LOWER::asm_constraint(ASM_OPERAND &o, StringRef c) {
         else if (strchr("wtxy", l)) o.vector = true;
         else if (strchr("moVQU", l)) memory = true;
         else if (strchr("insEFGHIJKLMNOPD", l)) constant = true;
-        else if (!strchr("=+&%*?! ", l)) refuse(o.expr->getBeginLoc(), std::string("the constraint '") + l + "' of assembly");
+        else if (!strchr("=+&%*?! ", l))
+            refuse(o.expr->getBeginLoc(), std::string("the constraint '") + l + "' of assembly");
         if (strchr("TUD", l) && c.size() > 1) c = c.drop_front();
     }
     Expr::EvalResult known;
     if (core || o.vector) o.vector &= !core;
     else if (memory) o.memory = true;
-    else if (constant && o.expr->EvaluateAsInt(known, ctx)) o.constant = true, o.value = known.Val.getInt().getExtValue();
+    else if (constant && o.expr->EvaluateAsInt(known, ctx))
+        o.constant = true, o.value = known.Val.getInt().getExtValue();
     else refuse(o.expr->getBeginLoc(), "an assembly operand that is no integer constant");
     if (o.memory || o.constant) return;
-    if (!q->isScalarType() || q->isAnyComplexType()) refuse(o.expr->getBeginLoc(), "an assembly operand of this type");
+    if (!q->isScalarType() || q->isAnyComplexType())
+        refuse(o.expr->getBeginLoc(), "an assembly operand of this type");
     o.bytes = size_of(q) == 8 ? 8 : 4;
     o.reg = o.vector ? NONE : pinned_register(o.expr);
-    if (o.reg == 13 || (o.bytes == 8 && o.reg != NONE)) refuse(o.expr->getBeginLoc(), "an assembly operand in this register");
+    if (o.reg == 13 || (o.bytes == 8 && o.reg != NONE))
+        refuse(o.expr->getBeginLoc(), "an assembly operand in this register");
 }
 
 void LOWER::assembly_function(const GCCAsmStmt *g) {
@@ -291,7 +302,10 @@ void LOWER::assembly_function(const GCCAsmStmt *g) {
     MSYM *table = temp(m.package->mk_array(wide, false, f.operands.size()));
     auto kind = [&](const ASM_OPERAND &o) {
         QualType q = o.expr->getType();
-        return o.memory || q->isPointerType() ? vp : q->isRealFloatingType() ? unqualified(q) : o.bytes == 8 ? wide : word;
+        return o.memory || q->isPointerType() ? vp
+               : q->isRealFloatingType()      ? unqualified(q)
+               : o.bytes == 8                 ? wide
+                                              : word;
     };
     auto slot = [&](const ASM_OPERAND &o) {
         TYPE *cp = pointer_to(char_t());
@@ -327,7 +341,8 @@ void LOWER::assembly_function(const GCCAsmStmt *g) {
         else body += f.operand_text(f.operands[size_t(place_of[p.getOperandNo()])], p.getModifier());
     if (!f.error.empty()) refuse(g->getBeginLoc(), f.error);
     auto replace = [&](const std::string &what, const std::string &by) {
-        for (size_t at = 0; (at = body.find(what, at)) != std::string::npos; at += by.size()) body.replace(at, what.size(), by);
+        for (size_t at = 0; (at = body.find(what, at)) != std::string::npos; at += by.size())
+            body.replace(at, what.size(), by);
     };
     replace("$$", "$");
     replace("${:uid}", std::to_string(++asm_count));

@@ -1,51 +1,27 @@
 // qlasm: the text of an intermediate file, as qldump writes it or as written by hand, into the file.
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
 
 #include "tools/text/assemble.h"
+#include "tools/text/command.h"
 
 namespace {
 
-void usage(FILE *to) {
-    fputs("Usage: qlasm [options] FILE.ift\n"
-          "Makes an intermediate file from its text.\n"
-          "  -o FILE.if    write there (default: the name of the text with .if for .ift)\n"
-          "  --help        this text\n"
-          "Mistakes are told as FILE:LINE:COLUMN: error: ..., up to 20 of them, and no file is left.\n"
-          "Exit status: 0; 1 the text has mistakes, or a file can't be read or written; 2 wrong usage.\n",
-          to);
-}
+const char *const usage =
+    "Usage: qlasm [options] FILE.ift\n"
+    "Makes an intermediate file from its text.\n"
+    "  -o FILE.if    write there (default: the name of the text with .if for .ift)\n"
+    "  --help        this text\n"
+    "Mistakes are told as FILE:LINE:COLUMN: error: ..., up to 20 of them, and no file is left.\n"
+    "Exit status: 0; 1 the text has mistakes, or a file can't be read or written; 2 wrong usage.\n";
 
 struct SETTINGS {
     std::string input, output;
 };
 
-[[noreturn]] void misused(const char *what, const char *argument) {
-    fprintf(stderr, "qlasm: %s%s\n", what, argument);
-    usage(stderr);
-    exit(2);
-}
-
 SETTINGS parse(int argc, char **argv) {
     SETTINGS s;
-    bool options_ended = false;
-    for (int i = 1; i < argc; i++) {
-        const char *a = argv[i];
-        if (options_ended || a[0] != '-') {
-            if (!s.input.empty()) misused("more than one file: ", a);
-            s.input = a;
-        } else if (!strcmp(a, "--")) options_ended = true;
-        else if (!strcmp(a, "--help")) {
-            usage(stdout);
-            exit(0);
-        } else if (!strcmp(a, "-o")) {
-            if (++i == argc) misused("an argument is missing behind ", a);
-            s.output = argv[i];
-        } else misused("unknown option ", a);
-    }
-    if (s.input.empty()) misused("no file", "");
+    COMMAND command{"qlasm", usage, {{"-o", &s.output, nullptr}}};
+    s.input = command.parse(argc, argv);
     if (s.output.empty()) {
         s.output = s.input;
         if (s.output.ends_with(".ift")) s.output.pop_back();
@@ -53,7 +29,7 @@ SETTINGS parse(int argc, char **argv) {
     }
     std::error_code error;
     if (std::filesystem::equivalent(s.input, s.output, error))
-        misused("the output would replace the text ", s.input.c_str());
+        command.misused("the output would replace the text " + s.input);
     return s;
 }
 
