@@ -169,11 +169,13 @@ unsigned type_stride(TYPE *pointer) {
 
 // --- structure accesses ---
 
-// Bits of a word can't be reached but by their name; other fields may become plain accesses, which still have their
-// own type.
+// Bits of a word can't be reached but by their name. Other fields may become plain accesses, which still have their
+// own type, and so say that its alignment holds: in a packed record it may not.
 bool must_preserve_STDOT(const NODE *access) {
     const NODE *field = access->right;
-    return !field || field->op != FIELD || !field->member || field->member->is_bitfld();
+    if (!field || field->op != FIELD || !field->member || field->member->is_bitfld()) return true;
+    unsigned needed = field->member->type->align;
+    return !field->u.csu || needed > field->u.csu->align || (needed && field->member->offset % needed);
 }
 
 TYPE *merge_qualifiers_for_STDOT(TYPE *field, const NODE *record) {

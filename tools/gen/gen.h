@@ -81,8 +81,10 @@ struct LVAL {
     std::string text;
     PREC prec = P_PRIMARY;
     std::shared_ptr<EXPR> pointer; // of *pointer
-    std::shared_ptr<LVAL> outer;   // of a bit-field: its record
-    std::string field;             //   and its name there
+    // Of a bit-field, and of a member that a packed record has where no pointer to its type may lead: the record, and
+    // the name there.
+    std::shared_ptr<LVAL> outer;
+    std::string field;
     const CTYPE *type = nullptr;
     bool is_volatile = false; // as C sees the text
     bool is_bits = false;

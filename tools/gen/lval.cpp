@@ -96,7 +96,7 @@ EXPR FUNC_GEN::address(const LVAL &l, const MNODE *t) {
 
 LVAL FUNC_GEN::fixed(const LVAL &l, std::list<std::string>::iterator behind) {
     if (l.direct) return l;
-    if (l.is_bits) {
+    if (l.outer) {
         LVAL record = fixed(*l.outer, behind), r = l;
         r.text = (record.pointer ? operand(*record.pointer, P_POSTFIX) + "->" : record.text + ".") + l.field;
         r.prec = P_POSTFIX, r.fx = record.fx, r.depth = record.depth + 1;
@@ -152,10 +152,9 @@ LVAL FUNC_GEN::field_of(LVAL record, TYPE *csu, const fkMDATA *md, const MNODE *
              m.name;
     l.prec = P_POSTFIX, l.type = types.of(md->type), l.is_volatile = is_volatile;
     l.local = record.local, l.direct = record.direct, l.fx = record.fx, l.depth = record.depth + 1;
-    if (m.is_bits) {
-        l.is_bits = true, l.width = unsigned(md->width()), l.field = m.name;
-        l.outer = std::make_shared<LVAL>(std::move(record));
-    }
+    if (m.is_bits) l.is_bits = true, l.width = unsigned(md->width());
+    bool packed = md->type->align > csu->dtype->align || (md->type->align && md->offset % md->type->align);
+    if (m.is_bits || packed) l.field = m.name, l.outer = std::make_shared<LVAL>(std::move(record));
     return l;
 }
 

@@ -73,6 +73,8 @@ class LOWER {
     std::unordered_map<const clang::Decl *, MSYM *> symbols; // globals, by canonical declaration
     std::map<std::string, MSYM *> global_names;
     std::map<const clang::Decl *, std::string> static_names; // of several sources' statics that share a name
+    std::map<std::pair<TYPE *, uint64_t>, TYPE *>
+        packed_types; // records of one member, by type and alignment
     std::unordered_map<std::string, MSYM *> string_objects;
     std::set<const MSYM *>
         extended; // objects with an initialised flexible array, of a type that has room for it
@@ -249,6 +251,8 @@ class LOWER {
     MNODE *decay(MNODE *array_lvalue, clang::QualType pointer);
     MNODE *member(MNODE *record, const clang::FieldDecl *, TYPE *type);
     MNODE *deref(MNODE *pointer, TYPE *type);
+    uint64_t alignment_of(const clang::Expr *lvalue);
+    MNODE *deref_at(MNODE *pointer, TYPE *type, uint64_t align);
     MNODE *element_size(clang::QualType pointee, TYPE *type); // bytes; a tree for variable arrays
     MNODE *array_bytes(clang::QualType);
     MNODE *float_constant(double, TYPE *);

@@ -16,6 +16,49 @@ MNODE *LOWER::deref(MNODE *pointer, TYPE *type) {
     return m.node(UMULT, type, pointer);
 }
 
+// The alignment in bits that is known of an lvalue: of a part of a packed record, or of a type that says so, less than
+// its type's.
+uint64_t LOWER::alignment_of(const Expr *e) {
+    e = e->IgnoreParens();
+    auto lowest = [](uint64_t n) { return n ? n & (0 - n) : ~uint64_t(0); };
+    auto element_of = [&](const Expr *base,
+                          QualType element) -> uint64_t { // base: a pointer, or a decayed array
+        auto *c = dyn_cast<ImplicitCastExpr>(base->IgnoreParens());
+        if (!c || c->getCastKind() != CK_ArrayToPointerDecay) return ctx.getTypeAlign(element);
+        uint64_t of_array = alignment_of(c->getSubExpr());
+        return element->isVariablyModifiedType() ? of_array
+                                                 : std::min(of_array, lowest(ctx.getTypeSize(element)));
+    };
+    if (auto *s = dyn_cast<ArraySubscriptExpr>(e))
+        return s->getBase()->getType()->isVectorType() ? ctx.getTypeAlign(e->getType())
+                                                       : element_of(s->getBase(), e->getType());
+    if (auto *u = dyn_cast<UnaryOperator>(e); u && u->getOpcode() == UO_Deref)
+        return element_of(u->getSubExpr(), e->getType());
+    if (auto *m_expr = dyn_cast<MemberExpr>(e)) {
+        auto *f = dyn_cast<FieldDecl>(m_expr->getMemberDecl());
+        if (!f || f->isBitField()) return ctx.getTypeAlign(e->getType());
+        uint64_t base = m_expr->isArrow() ? ctx.getTypeAlign(m_expr->getBase()->getType()->getPointeeType())
+                                          : alignment_of(m_expr->getBase());
+        return std::min(base, lowest(ctx.getFieldOffset(f)));
+    }
+    if (isa<DeclRefExpr>(e)) return ~uint64_t(0);
+    return ctx.getTypeAlign(e->getType());
+}
+
+// What a pointer points to, where only `align` bits of alignment are known: a member of a packed record says so.
+MNODE *LOWER::deref_at(MNODE *pointer, TYPE *type, uint64_t align) {
+    if (type->is_array() || type->is_func() || align >= type->align) return deref(pointer, type);
+    TYPE *&packed = packed_types[{type, align}];
+    if (!packed) {
+        packed = m.package->mk_csu(K_struct, "", type->size, uint32_t(align), false, 0, true);
+        packed->add_mdata("v", type, 0);
+        m.package->type_frozen(packed);
+    }
+    MNODE *field = m.node(FIELD, type);
+    field->member = packed->mdata(), field->csu = packed;
+    return m.node(STDOT, type, deref(m.node(PCONV, pointer_to(packed), pointer), packed), field);
+}
+
 MNODE *LOWER::decay(MNODE *array, QualType pointer) {
     TYPE *t = type_of(pointer.getUnqualifiedType());
     if (array->op == SCON) return array->type == t ? array : m.node(PCONV, t, array);
@@ -276,7 +319,7 @@ MNODE *LOWER::lvalue(const Expr *e) {
                 MNODE *p = rvalue(u->getSubExpr());
                 return p->op == UAND ? p->left : m.node(UMULT, p->type->type_pointed_to(), p);
             }
-            return deref(rvalue(u->getSubExpr()), type);
+            return deref_at(rvalue(u->getSubExpr()), type, alignment_of(e));
         case UO_Extension: return lvalue(u->getSubExpr());
         case UO_Real:
         case UO_Imag: {
@@ -286,7 +329,7 @@ MNODE *LOWER::lvalue(const Expr *e) {
             TYPE *p = pointer_to(type);
             MNODE *a = m.node(PCONV, p, address_of(lv));
             if (u->getOpcode() == UO_Imag) a = m.node(PLUS, p, a, icon(int64_t(type->size / 8), int_t()));
-            return deref(a, type);
+            return deref_at(a, type, alignment_of(u->getSubExpr()));
         }
         default: break;
         }
@@ -297,7 +340,7 @@ MNODE *LOWER::lvalue(const Expr *e) {
         if (a->getBase()->getType()->isVectorType())
             return m.node(VFIELD, type, lvalue(a->getBase()), rvalue(a->getIdx()));
         MNODE *p = pointer_arithmetic(rvalue(a->getBase()), a->getIdx(), a->getType(), false);
-        return deref(p, type);
+        return deref_at(p, type, alignment_of(e));
     }
     case Stmt::MemberExprClass: {
         auto *x = cast<MemberExpr>(e);

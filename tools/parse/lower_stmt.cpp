@@ -720,6 +720,29 @@ static bool initialises_all(const InitListExpr *list, QualType q, ASTContext &ct
     return true;
 }
 
+// The alignment in bits of a place that is being initialised.
+static uint64_t place_alignment(const MNODE *lv) {
+    uint64_t align = ~uint64_t(0);
+    auto cut = [&](uint64_t n) {
+        if (n) align = std::min(align, n & (0 - n));
+    };
+    while (true) {
+        if (lv->op == STDOT) {
+            cut(uint64_t(lv->right->member->offset));
+            lv = lv->left;
+            continue;
+        }
+        if (lv->op == NAME) return std::min<uint64_t>(align, lv->sym->align);
+        const MNODE *p = lv->op == UMULT ? lv->left : nullptr;
+        while (p && (p->op == PCONV || (p->op == PLUS && p->right->op == ICON))) {
+            if (p->op == PLUS) cut(uint64_t(p->right->value) * 8);
+            p = p->left;
+        }
+        if (!p || p->op != UAND) return std::min<uint64_t>(align, lv->type->align);
+        lv = p->left;
+    }
+}
+
 void LOWER::initialise_aggregate(MNODE *lv, const InitListExpr *list, QualType q, bool zeroed) {
     if (!zeroed && !initialises_all(list, q, ctx)) {
         fill_zero(m.copy(lv), size_of(q));
@@ -745,6 +768,7 @@ void LOWER::initialise_aggregate(MNODE *lv, const InitListExpr *list, QualType q
         TYPE *t = type_of(elem), *p = pointer_to(t);
         int64_t size = int64_t(size_of(elem));
         uint64_t n = cast<ConstantArrayType>(ctx.getAsArrayType(q))->getSize().getZExtValue();
+        uint64_t align = place_alignment(lv);
         const Expr *filler = list->getArrayFiller();
         if (filler && (isa<ImplicitValueInitExpr>(filler) || isa<NoInitExpr>(filler))) filler = nullptr;
         for (uint64_t i = 0; i < n; i++) {
@@ -752,7 +776,8 @@ void LOWER::initialise_aggregate(MNODE *lv, const InitListExpr *list, QualType q
             if (!init) break;
             MNODE *base = m.node(PCONV, p, address_of(m.copy(lv)));
             MNODE *at = i ? m.node(PLUS, p, base, icon(int64_t(i) * size, int_t())) : base;
-            part(deref(at, t), init, elem);
+            part(deref_at(at, t, i ? std::min(align, uint64_t(size) * 8 & (0 - uint64_t(size) * 8)) : align),
+                 init, elem);
         }
         return;
     }
