@@ -597,7 +597,7 @@ class Program:
         kind = r.weighted([(40, "store"), (14, "if"), (12 if depth > 0 else 0, "loop"), (6 if depth > 0 else 0, "switch"),
                            (6, "step"), (8, "called"), (5, "leave"), (4, "chain"), (4, "block"), (5, "record"),
                            (3, "condition"), (3, "around"), (3, "value"), (2 if depth > 1 else 0, "nest"), (3, "device"),
-                           (4 if depth > 0 else 0, "constant"), (1 if depth > 0 else 0, "duff")])
+                           (2 if depth > 0 else 0, "siblings"), (4 if depth > 0 else 0, "constant"), (1 if depth > 0 else 0, "duff")])
         return getattr(self, "s_" + kind)(scope, depth)
 
     def s_store(self, scope, depth):
@@ -620,6 +620,28 @@ class Program:
         lines += indent(self.statements(inner, self.rnd.between(1, 3), depth - 1)) + ["}"]
         # a second one beside it, whose variables may lie in the same place
         return lines + self.s_block(scope, depth - 1) if self.rnd.chance(50) and depth > 0 else lines
+
+    def s_siblings(self, scope, depth):
+        """A block with an array around blocks with arrays of the same type: which of them may lie in one place?"""
+        r = self.rnd
+        t = r.pick(["s32", "u8", "s16", "u32", "u16"])
+
+        def block(scope, depth):
+            inner = Scope(scope)
+            a = Array(self.fresh("a"), t, r.pick([3, 4, 6, 8]))
+            values = ", ".join(self.constant(t).text for _ in range(r.between(1, a.length)))
+            inner.arrays.append(a)
+            lines = ["%s %s[%d] = {%s};" % (c_type(t), a.text, a.length, values)]
+            lines += [self.assign(inner, self.element(inner, a), 1)] + (self.s_store(inner, 0) if r.chance(50) else [])
+            for _ in range(r.between(1, 3) if depth else 0):
+                lines += block(inner, depth - 1)
+            places = [v for v in scope.variables if v.writable and v.t in ("u8", "u16", "u32", "u64")]
+            sum_of = "%s[%d] + %s[%d]" % (a.text, r.upto(a.length), a.text, r.upto(a.length))
+            lines.append("%s += (unsigned)%s;" % (r.pick(places).text, sum_of.replace(" + ", " + (unsigned)")) if places else
+                         "if (%s) ;" % self.element(inner, a).text)
+            return ["{"] + indent(lines) + ["}"]
+
+        return block(scope, r.between(1, 2))
 
     def s_chain(self, scope, depth):
         """a = b = expression, over variables only, so that no order is open."""
@@ -1322,6 +1344,8 @@ class Program:
     def f_recursive(self):
         r = self.rnd
         name, kept, n, a = self.fresh("f"), self.fresh("k"), self.fresh("n"), self.fresh("p")
+        if r.chance(25):
+            return self.recursion_over_locals(name, n, a)
         scope = Scope(alone=r.chance(50))
         scope.variables = [Var(a, "u32"), Var(kept, "u32"), Var(n, "s32", 0, 12, writable=False)]
         lines = ["static unsigned %s = %d;" % (kept, r.upto(9)), "if (%s <= 0) return %s;" % (n, a)]
@@ -1336,6 +1360,21 @@ class Program:
             lines.append("return %s * 3u + (unsigned)%s;" % (again, n))
         self.bodies.append(["static unsigned %s(int %s, unsigned %s)" % (name, n, a), "{"] + indent(lines) + ["}"])
         self.calls.append((name, "mix(%s(%d, %s));" % (name, r.between(1, 12), self.constant("u32").text)))
+
+    def recursion_over_locals(self, name, n, a):
+        """Each round has the address of a variable of the round before."""
+        r = self.rnd
+        v, p = self.fresh("v"), self.fresh("q")
+        op, other = r.pick("+^-"), r.pick("+^-")
+        lines = ["unsigned %s = *%s * %du %s (unsigned)%s, *%s = &%s;" % (v, a, r.between(2, 9), op, n, p, v),
+                 "if (%s <= 0) return *%s %s %s;" % (n, a, other, v)]
+        if r.chance(50):
+            lines.append("if (%s & 1) *%s %s= %s;" % (n, a, other, v))
+        lines.append("return %s(%s - 1, %s);" % (name, n, r.pick([p, p, "&" + v, a])))
+        self.bodies.append(["static unsigned %s(int %s, unsigned *%s)" % (name, n, a), "{"] + indent(lines) + ["}"])
+        start = self.fresh("g")
+        self.top.append("static unsigned %s = %d;" % (start, r.upto(9)))
+        self.calls.append((name, "mix(%s(%d, &%s));" % (name, r.between(1, 12), start)))
 
     def f_variable(self):
         r = self.rnd

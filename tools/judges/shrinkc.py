@@ -6,6 +6,7 @@ costs little. The cuts go from coarse to fine and start again until none helps:
 
   names        a function, object or type goes together with all that mentions it; a call of it becomes a constant
   statements   at each level of braces, in chunks that halve
+  inlining     a typedef gives way to its type, a call to the function's statements
   unwrapping   a compound statement becomes what stands in it, an "if" loses its "else"
   parameters   a parameter goes with its arguments, or becomes a local variable
   expressions  an operand becomes a constant, one of its operands, or loses a cast
@@ -142,6 +143,10 @@ def flat(item):
         ([CLOSES[item.open]] if item.open else [])
 
 
+def weight(items):
+    return sum(len(flat(i)) for i in items)
+
+
 def lines_of(group, indent):
     result = []
     for first, end in statements(group):
@@ -269,7 +274,22 @@ class Cutter:
             options += [items[2:], [*items[1].items, ";"] if is_group(items[1], "(") else items[2:]]
         if items[0] in ("while", "for"):
             options.append(["if"] + items[1:])
-        return any(len(o) < len(items) + 1 and o != items and self.swap(g, first, end, o) for o in options)
+        return any(weight(o) <= weight(items) and o != items and self.swap(g, first, end, o) for o in options)
+
+    # inlining
+
+    def inlining(self):
+        for first, end in reversed(statements(self.tree)):
+            items = self.tree.items[first:end]
+            if self.late() or not items:
+                return
+            if items[0] == "typedef" and is_name(items[-2]):
+                for new in (["int"], items[1:-2]):
+                    if self.trial(lambda tree: replace_word(erased(tree, first, end), items[-2], new)):
+                        break
+            elif is_group(items[-1], "{"):
+                for name in declared(items):
+                    self.trial(lambda tree: inline(erased(tree, first, end), name, items))
 
     # parameters
 
@@ -300,8 +320,7 @@ class Cutter:
                     if n > start:
                         found.append((g, start, n))
                     start = n + 1
-        weight = lambda r: sum(len(flat(i)) for i in r[0].items[r[1]:r[2]])
-        return sorted(found, key=weight, reverse=True)
+        return sorted(found, key=lambda r: weight(r[0].items[r[1]:r[2]]), reverse=True)
 
     def expressions(self):
         k = 0
@@ -430,6 +449,62 @@ def calls_erased(items, names):
     return not any(mentions(i, names) for i in items)
 
 
+def erased(tree, first, end):
+    tree.items[first:end] = []
+    return tree
+
+
+def replace_word(group, word, new):
+    """Puts the items NEW for each WORD below; only for names, which stand for no member here or the compiler refuses it."""
+    items = []
+    for item in group.items:
+        if isinstance(item, Group):
+            replace_word(item, word, new)
+        items += [i.copy() if isinstance(i, Group) else i for i in new] if item == word else [item]
+    group.items[:] = items
+
+
+def inline(tree, name, definition):
+    """Calls of a function, as statements or of one that is a "return" alone, become what stands in it. False: no such call."""
+    formals = next((split_commas(i.items) for i in definition if is_group(i, "(")), [])
+    names = [p[-1] for p in formals if p != ["void"]]
+    body = definition[-1].copy()
+    found = statements(body)
+    last = body.items[found[-1][0]:] if found else []
+    value = last[1:-1] if last and last[0] == "return" and len(found) == 1 else None
+    if last and last[0] == "return":
+        body.items[found[-1][0]:] = []
+    done = [False]
+
+    def instance(what, arguments):
+        what = what.copy()
+        for formal, actual in zip(names, split_commas(arguments.items)):
+            replace_word(what, formal, actual if len(actual) == 1 else [Group("(", actual)])
+        return what
+
+    def visit(group):
+        n = 0
+        while n + 1 < len(group.items):
+            item, after = group.items[n], group.items[n + 1]
+            if isinstance(item, Group):
+                visit(item)
+            elif item == name and is_group(after, "("):
+                alone = (n == 0 or group.items[n - 1] == ";" or isinstance(group.items[n - 1], Group)) and \
+                    n + 2 < len(group.items) and group.items[n + 2] == ";" and group.open == "{"
+                if alone:
+                    group.items[n:n + 3] = [instance(body, after)]
+                    done[0] = True
+                elif value:
+                    group.items[n:n + 2] = [instance(Group("(", value), after)]
+                    done[0] = True
+            n += 1
+        if group.items and isinstance(group.items[-1], Group):
+            visit(group.items[-1])
+
+    visit(tree)
+    return done[0]
+
+
 def split_commas(items):
     parts, start = [], 0
     for n, item in enumerate(items + [","]):
@@ -510,6 +585,6 @@ def shrink_c(shrinker):
     before = None
     while before != shrinker.text and not shrinker.late():
         before = shrinker.text
-        for cut in (cutter.names, cutter.statements, cutter.unwrap, cutter.parameters, cutter.expressions, cutter.words):
+        for cut in (cutter.names, cutter.statements, cutter.inlining, cutter.unwrap, cutter.parameters, cutter.expressions, cutter.words):
             cut()
             shrinker.say("%-12s %4d lines, %5d candidates" % (cut.__name__, shrinker.text.count("\n"), shrinker.asked))
