@@ -480,12 +480,14 @@ class Program:
         r = self.rnd
         v = self.integer(scope, min(1, depth - 1))
         x = "(unsigned)%s" % v.text
-        n = r.between(1, 31)
+        n, m = r.between(1, 31), r.between(0, 31)
         text, t, lo, hi = r.pick([
             ("((%s << %d) | (%s >> %d))" % (x, n, x, 32 - n), "u32", None, None),
             ("((%s >> %d) & %du)" % (x, n, (1 << r.between(1, 31 - n + 1)) - 1), "u32", None, None),
             ("((int)(%s << %d) >> %d)" % (x, n, n), "s32", None, None),
             ("((%s << %d) >> %d)" % (x, n, n), "u32", None, None),
+            ("((%s %s %d) %s %d)" % (x, r.pick(["<<", ">>"]), n, r.pick(["<<", ">>"]), m), "u32", None, None),
+            ("((%s >> %d) << %d)" % (x, min(n, m), max(n, m)), "u32", None, None),
             ("((%s & 0xFF00u) >> 8)" % x, "u32", 0, 255),
             ("((%s >> 31) & 1u)" % x, "u32", 0, 1),
             ("((int)%s >> 31)" % x, "s32", -1, 0),
@@ -792,6 +794,8 @@ class Program:
             other, n = r.pick(others)
             other = "%s[%d]" % (other, r.upto(n)) if n else other
             return ["%s = %s(%s, %s);" % (here, struct[2], other, self.integer(scope, 1).text)]
+        if kind == 4 and struct[4]:
+            return ["%s = %s(%s);" % (here, struct[4], self.integer(scope, 1).text)]
         if kind == 3 and struct[3]:
             return ["%s(&%s, %s);" % (struct[3], here, self.integer(scope, 1).text)]
         return [self.assign(scope, member(here + ".", r.pick(struct[1])), 2)]
@@ -1080,12 +1084,14 @@ class Program:
             lines.append("%s %s = %s;" % (c_type(t), name, self.fitted(e, lo, hi, t)))
             scope.variables.append(Var(name, t, lo, hi))
         if self.structs and r.chance(arrays):
-            name, fields, change, _ = struct = r.pick(self.structs)
+            name, fields, change, _, make = struct = r.pick(self.structs)
             same = [t for t, s, n in scope.records + ([] if scope.alone else self.records) if s is struct and not n]
             local, pointer = self.fresh("l"), self.fresh("q")
             value = r.pick(same) if same else "{0}"
             if same and change and r.chance(40):
                 value = "%s(%s, %s)" % (change, value, self.integer(scope, 1).text)
+            elif make and r.chance(40):
+                value = "%s(%s)" % (make, self.integer(scope, 1).text)
             lines.append("struct %s %s = %s;" % (name, local, value))
             scope.records.append((local, struct, 0))
             scope.variables += [member(local + ".", f) for f in fields]
@@ -1189,12 +1195,29 @@ class Program:
             lines = [self.assign(scope, member("s->", r.pick(fields)), 1) for _ in range(r.between(1, 2))]
             self.bodies.append(["%svoid %s(struct %s *s, int n)" % (r.pick(["static ", "__attribute__((noinline)) "]), poke, name),
                                 "{"] + indent(lines) + ["}"])
-        struct = (name, fields, change, poke)
+        make = self.maker(name, fields) if r.chance(50) else None
+        struct = (name, fields, change, poke, make)
         self.structs.append(struct)
         for _ in range(r.between(1, 2)):
             n, g = r.pick([0, 0, 4, 6]), self.fresh("r")
             self.top.append("static struct %s %s%s;" % (name, g, "[%d]" % n if n else ""))
             self.records.append((g, struct, n))
+
+    def maker(self, name, fields):
+        """A function that returns one local record or another."""
+        r = self.rnd
+        make, a, b = self.fresh("f"), self.fresh("l"), self.fresh("l")
+        scope = Scope(alone=True)
+        scope.variables = [Var("n", "s32", writable=False)]
+        both = Scope(scope)
+        both.variables += [member(v + ".", f) for f in fields for v in (a, b)]
+        lines = ["struct %s %s = {0}, %s = {0};" % (name, a, b)]
+        lines += [self.assign(scope, member(r.pick([a, b]) + ".", r.pick(fields)), 1) for _ in range(r.between(1, 3))]
+        lines += ["if (%s) return %s;" % (self.e_compare(scope, 1, None).text, a)] if r.chance(70) else []
+        lines += [self.assign(both, member(b + ".", r.pick(fields)), 1) for _ in range(r.between(0, 2))]
+        self.bodies.append(["%sstruct %s %s(int n)" % (r.pick(["static ", "__attribute__((noinline)) "]), name, make), "{"] +
+                           indent(lines + ["return %s;" % b]) + ["}"])
+        return make
 
     def function(self):
         r = self.rnd

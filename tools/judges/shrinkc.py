@@ -378,6 +378,8 @@ def declared(items):
         for n, item in enumerate(items[:-1]):
             if is_name(item) and is_group(items[n + 1], "("):
                 return [item]
+            if is_group(item, "(") and len(item.items) == 1 and is_group(items[n + 1], "("):
+                return item.items if is_name(item.items[0]) else []
         return []
     names = []
     typed = False
@@ -582,9 +584,16 @@ def shrink_c(shrinker):
     if not cutter.holds() and cutter.head + text_of(cutter.tree) != shrinker.text:
         shrinker.say("taken apart and put together it is not interesting any more")
         return
-    before = None
-    while before != shrinker.text and not shrinker.late():
-        before = shrinker.text
-        for cut in (cutter.names, cutter.statements, cutter.inlining, cutter.unwrap, cutter.parameters, cutter.expressions, cutter.words):
-            cut()
-            shrinker.say("%-12s %4d lines, %5d candidates" % (cut.__name__, shrinker.text.count("\n"), shrinker.asked))
+    coarse = (cutter.names, cutter.statements, cutter.inlining, cutter.unwrap)
+    fine = (cutter.parameters, cutter.expressions, cutter.words)
+
+    def until_none_helps(cuts, inner):
+        before = None
+        while before != shrinker.text and not shrinker.late():
+            before = shrinker.text
+            inner()
+            for cut in cuts:
+                cut()
+                shrinker.say("%-12s %4d lines, %5d candidates" % (cut.__name__, shrinker.text.count("\n"), shrinker.asked))
+
+    until_none_helps(fine, lambda: until_none_helps(coarse, lambda: None))
