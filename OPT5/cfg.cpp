@@ -20,6 +20,7 @@ void (*fill_lir_edge_block)(BBLK *, BBLK *, BBLK *) = nullptr;
 namespace {
 
 void mark_dominators_stale(FUNINFO *function) {
+    if (function) function->graph_is_settled = false;
     if (function && function->dominator) function->dominator->stale = true;
 }
 

@@ -48,4 +48,4 @@ void add_dd_normal_order_passes(std::vector<pass *> &list) {
     for (const pass_row &row : loop_passes) list.push_back(mk_pass(row));
 }
 
-void do_dd_analysis_for_be() { simpcfg(false, false); }
+void do_dd_analysis_for_be() { simpcfg_if_changed(false, false); }

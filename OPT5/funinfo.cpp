@@ -12,6 +12,7 @@
 #include "support/bitvec.h"
 #include "support/dbgout.h"
 #include "support/fatal.h"
+#include "support/flatmap.h"
 
 SYMTAB *currfunc = nullptr;
 FUNINFO *currfuninfo = nullptr;
@@ -21,7 +22,7 @@ namespace {
 
 // The registers live until the process ends, whatever order static objects die in.
 std::vector<FUNINFO *> &all_records = *new std::vector<FUNINFO *>;
-std::unordered_map<const SYMTAB *, FUNINFO *> &by_symbol = *new std::unordered_map<const SYMTAB *, FUNINFO *>;
+flat_map<FUNINFO *> by_symbol;
 // The record that a bare name means: the first of that name, unless a definition came later. Keys lie in the records.
 std::unordered_map<std::string_view, FUNINFO *> &by_name =
     *new std::unordered_map<std::string_view, FUNINFO *>;
@@ -176,8 +177,8 @@ FUNINFO *make_FUNINFO(const char *name) {
 }
 
 FUNINFO *find_FUNINFO(SYMTAB *s) {
-    auto entry = by_symbol.find(s);
-    return entry == by_symbol.end() ? nullptr : entry->second;
+    FUNINFO **known = by_symbol.find(s);
+    return known ? *known : nullptr;
 }
 
 FUNINFO *find_FUNINFO(const char *name) {

@@ -95,6 +95,7 @@ struct FUNINFO {
     BBLK *uo_list = nullptr;          // head of the uolink chain
     LIST *statements = nullptr;       // while reading, last statement first
     bool blocks_are_numbered = false; // dfn and bb_count hold for the present flow order
+    bool graph_is_settled = false;    // simpcfg found nothing to do, and nothing has changed since
     int last_label = 0;               // last number that mklabel made up; counts down
     LBL *dead_labels = nullptr;       // of erased blocks; see release_dead_labels
     NODE *first_statement = nullptr;  // copy of the tree that stood first when the graph was built; owned

@@ -74,6 +74,7 @@ struct READING {
     const PSN *dropped_label_psn = nullptr;
     int dropped_label = 0; // number of the label that a superfluous first BRANCH led to; 0: none
     bool calls_name_eht = false;
+    bool names_builtins = false; // there was an ICALL or UICALL
 };
 READING reading;
 
@@ -242,7 +243,10 @@ void build_function() {
 // --- the client ---
 
 struct OPT_CLIENT final : IF_CLIENT {
-    BASE_NODE *new_node(int op, TYPE *type) override { return ::new_node(op, type); }
+    BASE_NODE *new_node(int op, TYPE *type) override {
+        reading.names_builtins |= op == ICALL || op == UICALL;
+        return ::new_node(op, type);
+    }
 
     bool cl_magic(int, const char *) override { return true; }
     void cl_option_set(OPTION_SET &set) override { icode_optionlist.push_back(set); }
@@ -460,7 +464,8 @@ struct OPT_CLIENT final : IF_CLIENT {
         bool simplifies = !pass_disable("simp");
         for (LIST *s = currfuninfo->statements; s; s = s->next) {
             if (currfuninfo->has_cregister_names) make_intrinsics_ordered(s->tree);
-            if (find_node(s->tree, [](NODE *n) { return n->op == ICALL || n->op == UICALL; }))
+            if (reading.names_builtins &&
+                find_node(s->tree, [](NODE *n) { return n->op == ICALL || n->op == UICALL; }))
                 s->tree = rewrite_tree(s->tree, fix_BIF_types);
             if (simplifies) s->tree = simp_statement(s->tree, nullptr);
         }

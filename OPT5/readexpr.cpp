@@ -331,13 +331,17 @@ struct RULES_BY_KIND {
 };
 constexpr RULES_BY_KIND rules_by_kind;
 
-bool type_fits(TYPE_RULE rule, const TYPE *t) {
-    if (rule == T_FREE) return true;
-    if (!t) return false;
-    if (rule == T_PTR_REC)
-        return (t->is_ptr() && t->type_pointed_to()->is_csu()) || (t->is_ref() && t->type_refd()->is_csu());
-    return (t->is_vector() ? rules_by_kind.of_vector : rules_by_kind.of[t->dkind()]) >> rule & 1;
+// All rules that a type obeys, in the same way.
+unsigned rules_of_type(const TYPE *t) {
+    if (!t) return 1u << T_FREE;
+    KIND kind = t->dkind();
+    unsigned rules = kind == K_array && t->is_vector() ? rules_by_kind.of_vector : rules_by_kind.of[kind];
+    if ((kind == K_ptr && t->type_pointed_to()->is_csu()) || (kind == K_ref && t->type_refd()->is_csu()))
+        rules |= 1u << T_PTR_REC;
+    return rules;
 }
+
+bool type_fits(TYPE_RULE rule, const TYPE *t) { return rules_of_type(t) >> rule & 1; }
 
 const WANT arm_wants[] = {W_EFFECT, W_VALUE, W_NUM, W_RECORD};
 
@@ -443,9 +447,26 @@ bool is_bitfield_reference(const NODE *n) {
 
 // What the rows cannot say.
 bool check_special(const NODE *n, WANT want, std::string &wrong) {
-    const NODE *left = skip_marks(n->left);
     switch (n->op) {
     case NAME: return check_name(n, want, wrong);
+    case LABEL:
+    case FIELD:
+    case SWITCH:
+    case SCONV:
+    case PCONV:
+    case ISP2CHAR:
+    case ENDLOOP:
+    case UAND:
+    case CALL:
+    case UCALL:
+    case ICALL:
+    case UICALL:
+    case MCALL:
+    case UMCALL: break;
+    default: return true;
+    }
+    const NODE *left = skip_marks(n->left);
+    switch (n->op) {
     case SWITCH: return check_cases(n, wrong);
     case FIELD:
         if (!n->u.csu || !n->u.csu->is_csu()) wrong = "FIELD of something that is no record";
@@ -500,12 +521,13 @@ bool check_node(CHECK_ITEM item, TREE_USE use, walk_stack<CHECK_ITEM> &todo, std
     const WANT_ROW &want = want_rows[item.want];
     const OP_RULE *rule = rule_of(n->op);
     bool is_mark = n->op == EPVAL || n->op == DDNODE; // its operand is what counts
-    if (!rule || !(rule->places & want.accepts) || !(is_mark || type_fits(want.type, n->type))) {
+    unsigned rules = rules_of_type(n->type);
+    if (!rule || !(rule->places & want.accepts) || !(is_mark || (rules >> want.type & 1))) {
         wrong = (item.parent ? std::string(op_name(item.parent->op)) + ": " : std::string()) + "expected " +
                 want.text + ", found " + describe(n);
         return false;
     }
-    if (!type_fits(rule->type, n->type)) {
+    if (!(rules >> rule->type & 1)) {
         wrong = std::string(op_name(n->op)) + " can't have " +
                 (n->type ? "the type " + n->type->printstr() : std::string("no type"));
         return false;

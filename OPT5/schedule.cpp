@@ -108,6 +108,7 @@ void run_to_barrier(SYMTAB *function) {
     function_debug_file debug_file(currfunc);
     announce_function();
     while ((next = next_pass(function)) && !next->is_barrier()) {
+        if (next != schedule.back()) currfuninfo->graph_is_settled = false; // passes change tests in place
         next->run();
         ++steps_table[function];
     }
@@ -140,6 +141,7 @@ void run_schedule() {
         pass *barrier = take_barrier();
         if (!barrier) break;
         barrier->run();
+        for (FUNINFO *f : all_FUNINFOs()) f->graph_is_settled = false;
     }
     dump_psnrefs();
 }
@@ -198,7 +200,7 @@ void write_function() {
     do_early_cross_jumping();
     for_each_statement([](LIST *statement) { statement->tree = remove_implicit_state(statement->tree); });
     do_dd_analysis_for_be();
-    simpcfg(true, false);
+    simpcfg_if_changed(true, false);
     rotate_loops();
     straighten_traces_in_cfg();
     disclose_vector_operations();

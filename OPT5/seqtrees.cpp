@@ -305,7 +305,10 @@ void note_kinds_of_values(const NODE *tree) {
     constexpr uint64_t NOTED = uint64_t{1} << K_array | uint64_t{1} << K_complex | uint64_t{1} << K_class |
                                uint64_t{1} << K_struct | uint64_t{1} << K_union;
     FUNINFO *f = currfuninfo;
-    for_each_node(tree, [f](const NODE *n) {
+    const TYPE *known = nullptr; // neighbours mostly have one type
+    for_each_node(tree, [f, &known](const NODE *n) {
+        if (n->type == known) return;
+        known = n->type;
         if (!n->type || !(NOTED >> n->type->dkind() & 1)) return;
         f->has_vector_trees |= n->type->is_vector() || n->type->is_struct_vector();
         f->has_complex_trees |= n->type->is_complex();

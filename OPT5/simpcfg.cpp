@@ -11,6 +11,8 @@
 #include "OPT5/tree.h"
 #include "support/dbgout.h"
 #include "support/fatal.h"
+#include "support/flatmap.h"
+#include "support/register_option.h"
 #include "typepkg/type_merge.h"
 
 SIMPCFG_COUNTS simpcfg_counts;
@@ -24,6 +26,10 @@ constexpr int MAX_TEST_REWRITES = 20;
 
 bool with_loops_now = false;
 bool early_now = false;
+bool simplifies = true; // the tests of transfers; else only constant ones are seen
+
+// Transfers whose tests this call has simplified.
+flat_set simple_tests;
 
 // Blocks that the loop hierarchy names stay as they are.
 bool is_bound(const BBLK *bb) { return bb->loop != nullptr; }
@@ -294,8 +300,9 @@ bool fold_transfer(BBLK *bb) {
     if ((op != IF && op != SWITCH) || tree_is_EH_SWITCH(t.tree())) return false;
 
     NODE *sw = t.tree();
-    sw->left = simp_node(sw->left, bb->loop);
+    if (simplifies && simple_tests.insert(sw)) sw->left = simp_node(sw->left, bb->loop);
     bool changed = promote_effects_of_test(t);
+    if (simplifies && changed) t.tree()->left = simp_node(t.tree()->left, bb->loop);
     if (op == SWITCH && drop_cases_of_default(sw)) {
         set_succs(bb, sw);
         changed = true;
@@ -374,13 +381,20 @@ void simpcfg(bool with_loops, bool early) {
     dprintf("\n\n\t\t\t---------- ENTERING 'simpcfg' ----------\n");
     if (!with_loops)
         for (BBLK *bb = function->bb_list; bb; bb = bb->dflink) QL_ASSERT(!bb->loop);
+    simplifies = !pass_disable("simp");
+    simple_tests.clear();
     int round = 0;
     while (round < MAX_ROUNDS && one_round()) round++;
     if (round == MAX_ROUNDS) {
         simpcfg_counts.round_cap_hits++;
         renumber_bblocks();
     } // else the last round numbered the blocks and changed nothing
+    function->graph_is_settled = round < MAX_ROUNDS;
     initialize_CFG_profiling_annotation(false, false);
+}
+
+void simpcfg_if_changed(bool with_loops, bool early) {
+    if (!currfuninfo->graph_is_settled) simpcfg(with_loops, early);
 }
 
 void optimize_SWITCH_cases() {

@@ -21,6 +21,9 @@
 
 // `with_loops` false: no loop hierarchy may exist. `early` is kept for the rules that ask.
 void simpcfg(bool with_loops, bool early);
+// The same, unless nothing has changed since the last call. Edits of edges and blocks count as changes by themselves
+// and so does every pass; a step between passes that changes tests sets graph_is_settled of the function to false.
+void simpcfg_if_changed(bool with_loops, bool early);
 
 // In every SWITCH of the function but those of exceptions, drops the cases that fall on the default.
 void optimize_SWITCH_cases();

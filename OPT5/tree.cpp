@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -81,8 +82,10 @@ DDREC *DDREC::copy() const {
 }
 
 const char *intern_name(const char *name) {
-    static std::unordered_set<std::string> pool;
-    return name ? pool.emplace(name).first->c_str() : nullptr;
+    static std::unordered_set<std::string_view> pool; // of texts that stay
+    if (!name) return nullptr;
+    auto known = pool.find(name);
+    return known != pool.end() ? known->data() : pool.insert(keep_text(name)).first->data();
 }
 
 namespace {

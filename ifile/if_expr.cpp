@@ -296,18 +296,8 @@ struct IF_EXPR_WRITER {
     char *put_small_node(BASE_NODE *n, int op, TYPE *type, char *p);
     void write_operand(BASE_NODE *n, int op);
 
-    void if_write_expr_field(BASE_NODE *);
     void if_write_expr_switch(BASE_NODE *);
-    void if_write_expr_label(BASE_NODE *);
 };
-
-void IF_EXPR_WRITER::if_write_expr_field(BASE_NODE *n) {
-    const fkMDATA *member = n->field_mval();
-    QL_ASSERT(n->field_csu() && n->field_csu()->is_csu());
-    f.i_write_i8(n->field_kind());
-    f.i_write_uint(member ? member->index : 0);
-    f.i_write_typeref(n->field_csu());
-}
 
 // Cases may have come and gone since the count was read.
 void IF_EXPR_WRITER::if_write_expr_switch(BASE_NODE *n) {
@@ -315,14 +305,8 @@ void IF_EXPR_WRITER::if_write_expr_switch(BASE_NODE *n) {
     f.i_write_uint(list.fit(n->switch_count()) ? n->switch_count() : list.cases);
 }
 
-void IF_EXPR_WRITER::if_write_expr_label(BASE_NODE *n) {
-    QL_ASSERT(n->label_id() > 0);
-    f.i_write_uint(uint32_t(n->label_id()));
-}
-
 void IF_EXPR_WRITER::write_operand(BASE_NODE *n, int op) {
     switch (op) {
-    case LABEL: return if_write_expr_label(n);
     case NAME: // one without symbol
         f.i_write_uint(NULL_SYMBOL_LEVEL);
         return f.i_write_uint(0);
@@ -332,13 +316,7 @@ void IF_EXPR_WRITER::write_operand(BASE_NODE *n, int op) {
         return;
     case FCON: return f.i_write_string(n->fcon_value(), 0);
     case LCON: return f.i_write_string(n->lcon_value(), 0);
-    case FIELD: return if_write_expr_field(n);
     case SWITCH: return if_write_expr_switch(n);
-    case CALL:
-        f.i_write_uint(n->call_site());
-        f.i_write_uint(n->eh_entry_id());
-        return;
-    case UCALL: return f.i_write_uint(n->eh_entry_id());
     case EPVAL: return f.i_write_uint(n->get_edge_profile_value());
     case SKIP: return f.i_write_uint(n->skip_size());
     case DDNODE:
@@ -356,7 +334,7 @@ void IF_EXPR_WRITER::write_operand(BASE_NODE *n, int op) {
 
 namespace {
 
-constexpr size_t LARGEST_SMALL_NODE = 1 + 5 + 2 * 5; // opcode, type, two numbers
+constexpr size_t LARGEST_SMALL_NODE = 1 + 5 + 1 + 2 * 5; // opcode, type, kind of a FIELD, two numbers
 
 char *put_uint(char *p, uint32_t v) {
     for (; v >= 0x80; v >>= 7) *p++ = char(v | 0x80);
@@ -387,14 +365,27 @@ char *IF_EXPR_WRITER::put_small_node(BASE_NODE *n, int op, TYPE *type, char *p) 
         return put_uint(p, f.index_of(symbol));
     }
     case ICON: return type->is_signed() ? put_sint(p, n->icon_svalue()) : put_uint(p, n->icon_uvalue());
+    case LABEL:
+        QL_ASSERT(n->label_id() > 0);
+        return put_uint(p, uint32_t(n->label_id()));
+    case FIELD: {
+        const fkMDATA *member = n->field_mval();
+        TYPE *csu = n->field_csu();
+        QL_ASSERT(csu && csu->is_csu());
+        csu = csu->rep();
+        csu->refd = true;
+        *p++ = char(n->field_kind());
+        p = put_uint(p, member ? member->index : 0);
+        return put_uint(p, csu->uid);
+    }
+    case CALL:
+        p = put_uint(p, n->call_site());
+        return put_uint(p, n->eh_entry_id());
+    case UCALL: return put_uint(p, n->eh_entry_id());
     case SCON:
     case FCON:
     case LCON:
-    case LABEL:
-    case FIELD:
     case SWITCH:
-    case CALL:
-    case UCALL:
     case EPVAL:
     case SKIP:
     case DDNODE:
@@ -411,11 +402,12 @@ void IF_EXPR_WRITER::write_node(BASE_NODE *n, int op) {
     QL_ASSERT(op >= 0 && op < FIRST_NON_FILE_OP && if_node_info[op].name);
     TYPE *type = n->base_type();
     QL_ASSERT(type || !needs_type.of[op]);
-    char record[2 + LARGEST_SMALL_NODE];
+    f.pending_.need(2 + LARGEST_SMALL_NODE);
+    char *record = f.pending_.pos; // framed in place
     if (char *end = put_small_node(n, op, type, record + 2)) {
         record[0] = char(IF_EXPR);
         record[1] = char(end - record - 2);
-        f.append_record(record, size_t(end - record));
+        f.finish_record(end);
         return;
     }
     f.i_write_i8(op);

@@ -78,6 +78,7 @@ enum IF_TAG : uint8_t {
 constexpr int IF_VERSION = -71; // what is written
 constexpr int IF_OLDEST_VERSION = -86;
 constexpr int ICODE_CPU_ID = 400;
+constexpr size_t HAND_OVER = 65536; // pending bytes that go to the stream at once
 constexpr char IF_MAGIC[] = "!<icode>\n"; // 10 bytes with its NUL
 
 // A record field or rule that depends on the version of the file; see if_tags.cpp for the table.
@@ -255,7 +256,7 @@ class I_FILE {
 
     // --- types (if_rtype.cpp, if_wtype.cpp) ---
     void if_read_type(uint32_t length);
-    TYPE *find_typeref(uint32_t id);                                // null for 0; refuses an unknown id
+    TYPE *find_typeref(uint32_t id); // null for 0; refuses an unknown id
     fkMDATA *find_mdataref(uint32_t csu_id, uint32_t member_index); // null when the record has no such member
     void enter_type(uint32_t id, TYPE_INFO info);
     void if_end_type_area();                   // refuses types whose lists never ended
@@ -364,15 +365,17 @@ class I_FILE {
     void end_main_stream();
     void write_areas(bool named_types);
     int read_record(); // gives its tag
+    // if_rtype.cpp
+    TYPE *look_up_type(uint32_t id);
     // if_prim.cpp
     [[noreturn]] void bad_field(unsigned bytes) const; // the payload ends before a field of so many bytes
     uint32_t read_long_uint();
     int32_t read_long_sint();
     [[noreturn]] void bad_file_v(uint32_t offset, const char *format, va_list args) const;
     void read_long_header(int &tag, uint32_t &length);
-    void append_record(const char *record, size_t bytes); // a whole one, frame included
     void finish_record(char *end);
-    void hand_over(); // pending bytes to the stream
+    void hand_over_or_fail(); // too much is pending or written
+    void hand_over();         // pending bytes to the stream
     [[noreturn]] static void write_fault(const char *format, ...) __attribute__((format(printf, 1, 2)));
     // if_sym.cpp
     void expect_record(int tag, const char *where); // reads a header, which must be of that tag
@@ -395,6 +398,7 @@ class I_FILE {
     int level_ = 0; // lexical level: 0 outside functions, 1 arguments, 2 locals, above in blocks
     std::vector<OPTION_SET> options_;
     flat_map<TYPE_INFO> types_;          // file's type id -> type
+    std::vector<TYPE *> known_types_;    // the same by small ids, as far as they were asked for
     std::vector<uint32_t> open_types_;   // ids whose lists have not all ended
     std::deque<std::string> file_names_; // id 1 is the first; a deque, so that c_str stays put
     std::unordered_map<std::string, unsigned> file_ids_; // writing only

@@ -10,7 +10,6 @@
 namespace {
 
 constexpr size_t BUFFER_START = 32768; // first size of a buffer, bytes
-constexpr size_t HAND_OVER = 65536;    // pending bytes that go to the stream at once
 constexpr int MAX_LEB_BYTES = 5;       // of a 32-bit value
 
 uint32_t little_endian(const char *p, unsigned bytes) {
@@ -207,18 +206,9 @@ void I_FILE::hand_over() {
     pending_.clear();
 }
 
-// The pending bytes have grown up to `end`.
-void I_FILE::finish_record(char *end) {
-    written_ += size_t(end - pending_.pos);
-    pending_.pos = end;
+void I_FILE::hand_over_or_fail() {
     if (written_ > UINT32_MAX) write_failed_ = true; // offsets have 32 bits
     if (pending_.size() >= HAND_OVER) hand_over();
-}
-
-void I_FILE::append_record(const char *record, size_t bytes) {
-    pending_.need(bytes);
-    memcpy(pending_.pos, record, bytes);
-    finish_record(pending_.pos + bytes);
 }
 
 void I_FILE::i_write_raw(const void *bytes, unsigned n) {

@@ -80,3 +80,15 @@ inline void I_FILE::i_write_typeref(TYPE *t) {
     }
     i_write_uint(t ? t->uid : 0);
 }
+
+// The pending bytes have grown up to `end`.
+inline void I_FILE::finish_record(char *end) {
+    written_ += size_t(end - pending_.pos);
+    pending_.pos = end;
+    if (written_ > UINT32_MAX || pending_.size() >= HAND_OVER) hand_over_or_fail();
+}
+
+inline TYPE *I_FILE::find_typeref(uint32_t id) {
+    if (id < known_types_.size() && known_types_[id]) return known_types_[id];
+    return look_up_type(id);
+}

@@ -464,12 +464,17 @@ void IF_TYPE_READER::dispatch(unsigned form) {
 
 // ---- the file's side
 
-TYPE *I_FILE::find_typeref(uint32_t id) {
+TYPE *I_FILE::look_up_type(uint32_t id) {
     if (!id) return nullptr;
     const TYPE_INFO *found = types_.find(id);
     TYPE *t = found ? found->type : nullptr;
     // A function has no place in the package, and may yet turn out to be a known one, until its list ends.
     if (!t || !t->uid) IF_TYPE_READER::die(*this, "invalid forward reference", id);
+    constexpr uint32_t LARGEST_SMALL_ID = 1 << 16;
+    if (id < LARGEST_SMALL_ID) {
+        if (id >= known_types_.size()) known_types_.resize(id + id / 2 + 64);
+        known_types_[id] = t;
+    }
     return t;
 }
 
@@ -491,6 +496,7 @@ fkMDATA *I_FILE::find_mdataref(uint32_t csu_id, uint32_t member_index) {
 void I_FILE::if_read_type(uint32_t) {
     uint32_t id = i_read_uint();
     unsigned form = i_read_u8();
+    if (id < known_types_.size()) known_types_[id] = nullptr; // it may get another type, and fails now while it is open
     IF_TYPE_READER{*this, *package_, id}.dispatch(form);
     i_end_record();
 }

@@ -60,10 +60,13 @@ void store(const char *key, int value) {
     assoc_array[slot].value = value;
 }
 
+// The keys with a prefix are neighbours. Passes ask for theirs at every statement, so nothing is formatted here.
 int lookup_with_prefix(const char *prefix, const char *name) {
-    char key[DEBUG_KEY_SIZE];
-    snprintf(key, sizeof key, "%s:%s", prefix, name);
-    return lookup(key);
+    int slot = lower_slot(prefix);
+    size_t length = strlen(prefix);
+    for (; slot < assoc_top && !strncmp(assoc_array[slot].key, prefix, length); slot++)
+        if (!strcmp(assoc_array[slot].key + length, name)) return assoc_array[slot].value;
+    return 0;
 }
 
 std::set<std::string> &known_keys() {
@@ -73,9 +76,9 @@ std::set<std::string> &known_keys() {
 
 } // namespace
 
-int pass_debug(const char *name) { return assoc_top ? lookup_with_prefix("debug", name) : 0; }
-int pass_enable(const char *name) { return assoc_top ? lookup_with_prefix("enable", name) : 0; }
-bool pass_disable(const char *name) { return assoc_top && lookup_with_prefix("disable", name) != 0; }
+int pass_debug(const char *name) { return assoc_top ? lookup_with_prefix("debug:", name) : 0; }
+int pass_enable(const char *name) { return assoc_top ? lookup_with_prefix("enable:", name) : 0; }
+bool pass_disable(const char *name) { return assoc_top && lookup_with_prefix("disable:", name) != 0; }
 
 void process_debug_option(const char *kind, const char *text) {
     if (!kind || !text) return;
