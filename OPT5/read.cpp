@@ -74,7 +74,8 @@ struct READING {
     const PSN *dropped_label_psn = nullptr;
     int dropped_label = 0; // number of the label that a superfluous first BRANCH led to; 0: none
     bool calls_name_eht = false;
-    bool names_builtins = false; // there was an ICALL or UICALL
+    bool names_builtins = false;             // since the last statement there was an ICALL or UICALL
+    std::vector<const LIST *> with_builtins; // statements that hold one, in their order
 };
 READING reading;
 
@@ -307,6 +308,8 @@ struct OPT_CLIENT final : IF_CLIENT {
         n = expr_cleanup(n);
         LS_initialize_scopes_and_ptrs_from_tree(n);
         push_statement(n, psn);
+        if (reading.names_builtins) reading.with_builtins.push_back(currfuninfo->statements);
+        reading.names_builtins = false;
     }
 
     void cl_begin_func(I_SYMTAB *symbol, const PSN *psn) override {
@@ -464,9 +467,10 @@ struct OPT_CLIENT final : IF_CLIENT {
         bool simplifies = !pass_disable("simp");
         for (LIST *s = currfuninfo->statements; s; s = s->next) {
             if (currfuninfo->has_cregister_names) make_intrinsics_ordered(s->tree);
-            if (reading.names_builtins &&
-                find_node(s->tree, [](NODE *n) { return n->op == ICALL || n->op == UICALL; }))
+            if (!reading.with_builtins.empty() && reading.with_builtins.back() == s) {
+                reading.with_builtins.pop_back(); // the statements have the last one first
                 s->tree = rewrite_tree(s->tree, fix_BIF_types);
+            }
             if (simplifies) s->tree = simp_statement(s->tree, nullptr);
         }
         build_function();

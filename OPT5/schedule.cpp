@@ -153,6 +153,9 @@ template <class VISIT> void for_each_statement(VISIT visit) {
         for (LIST *statement = block->statements; statement; statement = statement->next) visit(statement);
 }
 
+// Whether the function's trees hold an MCALL, as found when names were last counted.
+bool holds_MCALL;
+
 void count_names(const NODE *root) {
     static std::vector<const NODE *> pending;
     pending.assign(1, root);
@@ -160,6 +163,7 @@ void count_names(const NODE *root) {
         const NODE *node = pending.back();
         pending.pop_back();
         for (; node; node = node->left) {
+            holds_MCALL |= node->op == MCALL;
             if (node->op == NAME && node->u.sym && node->u.sym->use_count != 0xFFFF) ++node->u.sym->use_count;
             if (node->right) pending.push_back(node->right);
         }
@@ -173,6 +177,7 @@ void unlink_unused_locals() {
     };
     for (SYMTAB *symbol = currfuninfo->nonscalars; symbol; symbol = symbol->next)
         if (is_local(symbol)) symbol->use_count = 0;
+    holds_MCALL = false;
     for_each_statement([](LIST *statement) { count_names(statement->tree); });
 
     for (SYMTAB **link = &currfuninfo->nonscalars; *link;) {
@@ -198,7 +203,8 @@ void write_function() {
     write_func_header();
     fold_ANDBASGs();
     do_early_cross_jumping();
-    for_each_statement([](LIST *statement) { statement->tree = remove_implicit_state(statement->tree); });
+    if (holds_MCALL)
+        for_each_statement([](LIST *statement) { statement->tree = remove_implicit_state(statement->tree); });
     do_dd_analysis_for_be();
     simpcfg_if_changed(true, false);
     rotate_loops();

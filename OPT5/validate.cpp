@@ -1,6 +1,7 @@
 #include "OPT5/validate.h"
 
 #include <algorithm>
+#include <bit>
 #include <chrono>
 #include <cstdarg>
 #include <cstdint>
@@ -26,16 +27,56 @@
 
 namespace {
 
+// The nodes that a check has met: a bit for each place where a node of the pool can be, in pages that are made when
+// first needed, so that neighbours in memory are neighbours here. Nodes elsewhere go to a hash table.
+class NODE_MARKS {
+  public:
+    // Whether the node was not in the set before.
+    bool insert(const NODE *n) {
+        uint64_t number = std::rotr(uint64_t(reinterpret_cast<uintptr_t>(n)), NODE_BITS);
+        if (number >= NUMBERS) return elsewhere_.insert(n);
+        PAGE *&page = pages[number / PAGE_NODES];
+        if (!page) page = new PAGE;
+        if (!page->in_use) {
+            page->in_use = true;
+            in_use_.push_back(page);
+        }
+        uint64_t &word = page->words[number / 64 % WORDS], bit = uint64_t{1} << number % 64;
+        bool is_new = !(word & bit);
+        word |= bit;
+        return is_new;
+    }
+    void clear() {
+        elsewhere_.clear();
+        for (PAGE *page : in_use_) *page = PAGE();
+        in_use_.clear();
+    }
+
+  private:
+    static constexpr int NODE_BITS = 6; // of an address, the same for all nodes
+    static constexpr uint64_t NUMBERS = uint64_t{1} << (36 - NODE_BITS); // support/near
+    static constexpr uint64_t PAGE_NODES = 8192, WORDS = PAGE_NODES / 64;
+    struct PAGE {
+        uint64_t words[WORDS] = {};
+        bool in_use = false;
+    };
+    static inline PAGE *pages[NUMBERS / PAGE_NODES]; // touched only where nodes are
+    std::vector<PAGE *> in_use_;
+    flat_set elsewhere_;
+};
+
 // What a check notes, kept from one to the next so that none has to allocate.
 struct CHECK_TABLES {
-    flat_set blocks, labels, numbers, chained, scopes, nodes;
+    flat_set blocks, labels, numbers, chained, scopes;
+    NODE_MARKS nodes;
     std::vector<int> places; // in flow order, by serial number
     std::vector<BBLK *> flow;
     std::vector<NODE *> refs;
     std::vector<LBL *> uses;
 
     void clear() {
-        for (flat_set *set : {&blocks, &labels, &numbers, &chained, &scopes, &nodes}) set->clear();
+        for (flat_set *set : {&blocks, &labels, &numbers, &chained, &scopes}) set->clear();
+        nodes.clear();
         flow.clear();
     }
 } tables;
@@ -59,7 +100,8 @@ class CHECK {
     std::vector<const NODE *> *checked_;
     std::string fault_;
     flat_set &blocks_ = tables.blocks, &labels_ = tables.labels, &chained_ = tables.chained,
-             &scopes_ = tables.scopes, &nodes_ = tables.nodes;
+             &scopes_ = tables.scopes;
+    NODE_MARKS &nodes_ = tables.nodes;
     std::vector<BBLK *> &flow_ = tables.flow;
     const BBLK *bb_ = nullptr;
     const LIST *statement_ = nullptr;

@@ -21,7 +21,7 @@
 // symbol is in the chain of globals, distinct case values, loops, SSA form, frequencies, records of DDNODEs, the
 // order of blocks, and whether a block can be reached. While a pass works, the graph may well be between two states.
 //
-// Linear in the size of the function; each node is looked at once and entered in a hash table. Most passes leave most
+// Linear in the size of the function; each node is looked at once and marked in a map of bits. Most passes leave most
 // functions alone, so a look is taken first: a fingerprint of all that a check looks at, an order of magnitude cheaper.
 // Only when it differs from that of the last check, the function is checked. What a pass says that it changed is not
 // asked for. The fingerprint has 64 bits; the declarations of types, and symbols that stand in no chain of the

@@ -365,9 +365,7 @@ char *IF_EXPR_WRITER::put_small_node(BASE_NODE *n, int op, TYPE *type, char *p) 
         return put_uint(p, f.index_of(symbol));
     }
     case ICON: return type->is_signed() ? put_sint(p, n->icon_svalue()) : put_uint(p, n->icon_uvalue());
-    case LABEL:
-        QL_ASSERT(n->label_id() > 0);
-        return put_uint(p, uint32_t(n->label_id()));
+    case LABEL: QL_ASSERT(n->label_id() > 0); return put_uint(p, uint32_t(n->label_id()));
     case FIELD: {
         const fkMDATA *member = n->field_mval();
         TYPE *csu = n->field_csu();
@@ -378,9 +376,7 @@ char *IF_EXPR_WRITER::put_small_node(BASE_NODE *n, int op, TYPE *type, char *p) 
         p = put_uint(p, member ? member->index : 0);
         return put_uint(p, csu->uid);
     }
-    case CALL:
-        p = put_uint(p, n->call_site());
-        return put_uint(p, n->eh_entry_id());
+    case CALL: p = put_uint(p, n->call_site()); return put_uint(p, n->eh_entry_id());
     case UCALL: return put_uint(p, n->eh_entry_id());
     case SCON:
     case FCON:

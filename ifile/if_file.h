@@ -78,7 +78,7 @@ enum IF_TAG : uint8_t {
 constexpr int IF_VERSION = -71; // what is written
 constexpr int IF_OLDEST_VERSION = -86;
 constexpr int ICODE_CPU_ID = 400;
-constexpr size_t HAND_OVER = 65536; // pending bytes that go to the stream at once
+constexpr size_t HAND_OVER = 65536;       // pending bytes that go to the stream at once
 constexpr char IF_MAGIC[] = "!<icode>\n"; // 10 bytes with its NUL
 
 // A record field or rule that depends on the version of the file; see if_tags.cpp for the table.
@@ -256,7 +256,7 @@ class I_FILE {
 
     // --- types (if_rtype.cpp, if_wtype.cpp) ---
     void if_read_type(uint32_t length);
-    TYPE *find_typeref(uint32_t id); // null for 0; refuses an unknown id
+    TYPE *find_typeref(uint32_t id);                                // null for 0; refuses an unknown id
     fkMDATA *find_mdataref(uint32_t csu_id, uint32_t member_index); // null when the record has no such member
     void enter_type(uint32_t id, TYPE_INFO info);
     void if_end_type_area();                   // refuses types whose lists never ended

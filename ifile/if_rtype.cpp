@@ -496,7 +496,8 @@ fkMDATA *I_FILE::find_mdataref(uint32_t csu_id, uint32_t member_index) {
 void I_FILE::if_read_type(uint32_t) {
     uint32_t id = i_read_uint();
     unsigned form = i_read_u8();
-    if (id < known_types_.size()) known_types_[id] = nullptr; // it may get another type, and fails now while it is open
+    if (id < known_types_.size())
+        known_types_[id] = nullptr; // it may get another type, and fails now while it is open
     IF_TYPE_READER{*this, *package_, id}.dispatch(form);
     i_end_record();
 }
