@@ -65,7 +65,8 @@ int lookup_with_prefix(const char *prefix, const char *name) {
     int slot = lower_slot(prefix);
     size_t length = strlen(prefix);
     for (; slot < assoc_top && !strncmp(assoc_array[slot].key, prefix, length); slot++)
-        if (!strcmp(assoc_array[slot].key + length, name)) return assoc_array[slot].value;
+        if (!strncmp(assoc_array[slot].key + length, name, DEBUG_KEY_SIZE - 1 - length)) // keys are cut there
+            return assoc_array[slot].value;
     return 0;
 }
 
