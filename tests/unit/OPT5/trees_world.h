@@ -50,7 +50,7 @@ struct trees_world : testing::Test {
 
     SYMTAB *symbol(const char *name, TYPE *type, int level = 2, int sclass = SC_AUTO) {
         SYMTAB &s = symbols.emplace_back();
-        s.name = strdup(name);
+        s.name = keep_text(name);
         s.type = s.otype = type;
         s.size = static_cast<uint32_t>(type->size);
         s.align = type->align;
