@@ -24,6 +24,7 @@
 #include "OPT5/scopes.h"
 #include "OPT5/seqtrees.h"
 #include "OPT5/simp1.h"
+#include "OPT5/simpcheck.h"
 #include "OPT5/simpcfg.h"
 #include "OPT5/symtab.h"
 #include "OPT5/tree.h"
@@ -471,7 +472,7 @@ struct OPT_CLIENT final : IF_CLIENT {
                 reading.with_builtins.pop_back(); // the statements have the last one first
                 s->tree = rewrite_tree(s->tree, fix_BIF_types);
             }
-            if (simplifies) s->tree = simp_statement(s->tree, nullptr);
+            if (simplifies) s->tree = simp_again(simp_statement(s->tree, nullptr));
         }
         build_function();
         currfuninfo->per_call.assign(unique_call_index + 1, 0);

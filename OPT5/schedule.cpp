@@ -31,6 +31,7 @@
 #include "OPT5/procint.h"
 #include "OPT5/read.h"
 #include "OPT5/rules.h"
+#include "OPT5/simpcheck.h"
 #include "OPT5/readexpr.h"
 #include "OPT5/sblk.h"
 #include "OPT5/simpcfg.h"
@@ -337,6 +338,7 @@ void read_and_optimize() {
     guarded(finalize_symbols);
     report_pass_times();
     report_rule_stats();
+    report_simp_again();
 }
 
 } // namespace

@@ -193,6 +193,19 @@ bool is_vector_operation(const NODE *n) {
     }
 }
 
+// (a, (b, c))  ->  ((a, b), c)         and so on for a chain of commas on the right that leans to the left
+bool turn_comma(NODE *&n) {
+    NODE *right = n->right;
+    if (right->op != COMMAOP) return false;
+    NODE *first = right;
+    while (first->left->op == COMMAOP) first = first->left;
+    n->right = first->left;
+    n->type = n->right->type;
+    first->left = n;
+    n = right;
+    return true;
+}
+
 // PMCONV(x, bits) -> x * bytes       PVCONV(x, bits) -> x / bytes
 NODE *simp_scaling(NODE *n, struct LOOP *loop) {
     if (!is_icon(n->right) || !is_int_type(n->type)) return n;
@@ -338,17 +351,6 @@ bool facts_are_in_force(struct LOOP *loop) {
     return (currfuninfo && currfuninfo->global_assertions) || (loop && loop->givens);
 }
 
-// (a, (b, c))  ->  ((a, b), c)
-bool turn_comma(NODE *&n) {
-    NODE *right = n->right;
-    if (right->op != COMMAOP) return false;
-    n->right = right->left;
-    n->type = right->left->type;
-    right->left = n;
-    n = right;
-    return true;
-}
-
 const NODE *statement_call; // the CALL at the root of the statement in work, until its worker saw it
 
 } // namespace
@@ -463,22 +465,18 @@ NODE *recover_post_increment(NODE *n) {
 NODE *simp_COMMAOP(NODE *n, struct LOOP *) {
     // of a comma on the left only the value is new: it is not used
     if (n->left->op == COMMAOP) {
+        while (turn_comma(n->left))
+            ;
         NODE *inner = n->left;
-        if (inner->right->op != COMMAOP) inner->right = peel_for_effect(inner->right);
+        inner->right = peel_for_effect(inner->right);
         if (!inner->right) n->left = keep_left(inner);
         else inner->type = inner->right->type;
     } else {
         n->left = peel_for_effect(n->left);
     }
     if (!n->left) return keep_right(n);
-    while (n->right->op == COMMAOP) {
-        NODE *right = n->right;
-        n->right = right->right;
-        right->right = right->left;
-        right->type = right->right->type;
-        right->left = n->left;
-        n->left = right;
-    }
+    while (turn_comma(n))
+        ;
     if (!n->scope) n->scope = n->right->scope;
     return recover_post_increment(n);
 }

@@ -1,5 +1,7 @@
 #include "OPT5/simp_asg.h"
 
+#include <vector>
+
 #include "OPT5/bbutils.h"
 #include "OPT5/coerce.h"
 #include "OPT5/congruent.h"
@@ -78,6 +80,18 @@ bool may_read_place_later(const NODE *place, const NODE *value) {
     return place->op == NAME && !place->type->is_volatile() && !tree_modifies_lvalue_in_tree(value, place);
 }
 
+// x op= (T)y  ->  x op= y         where op computes each bit from bits no higher, and nothing that is stored changes
+void fit_operand_of_opASG(NODE *n, struct LOOP *loop) {
+    int op = op_of_opASG[n->op];
+    bool low_bits_only = op == PLUS || op == MINUS || op == MULT || op == ANDB || op == ORB || op == XORB;
+    if (!low_bits_only || !is_int_type(n->right->type)) return;
+    TYPE *type = n->left->type;
+    int bits = bits_stored(n->left);
+    if (bits && n->right->type->size > type->size && !is_icon(n->right))
+        n->right = simp_node(maketree(SCONV, n->right, nullptr, type, n->right->scope), loop);
+    n->right = strip_stored_value(n->right, bits);
+}
+
 constexpr int BUBBLE_SPAN_CAP = 4096; // operands of a chain that are looked at for the target
 unsigned bubble_span_cap_hits;
 
@@ -117,7 +131,7 @@ NODE *truncate_RHS_for_assignment(const NODE *target, NODE *rhs, int mode) {
 }
 
 // (t + a) + b  ->  t + (a + b)          t the target, wherever it stands in the chain; +, &, |, ^ of integers
-NODE *bubble_term_to_top(const NODE *target, NODE *rhs) {
+NODE *bubble_term_to_top(const NODE *target, NODE *rhs, struct LOOP *loop) {
     int op = rhs->op;
     if ((op != PLUS && op != ANDB && op != ORB && op != XORB) || !is_ring_type(rhs->type)) return rhs;
     TYPE *rest_type = offset_type(rhs->type);
@@ -155,13 +169,19 @@ NODE *bubble_term_to_top(const NODE *target, NODE *rhs) {
     level->left = level->right = nullptr;
     LS *scope = rhs->scope;
     TYPE *type = rhs->type;
-    below->left = other;
     erase_node(level);
+    // what is left of the chain has another operand at its end
+    std::vector<NODE *> rest;
     for (NODE *each = rhs;; each = each->left) {
         each->type = rest_type;
+        rest.push_back(each);
         if (each == below) break;
     }
-    return maketree(op, found, rhs, type, scope);
+    for (; !rest.empty(); rest.pop_back()) {
+        rest.back()->left = other;
+        other = simp_node(rest.back(), loop);
+    }
+    return maketree(op, found, other, type, scope);
 }
 
 NODE *simp_ASG(NODE *n, struct LOOP *loop) {
@@ -183,7 +203,7 @@ NODE *simp_ASG(NODE *n, struct LOOP *loop) {
 
     if (target->type->is_volatile() && target->op != NAME) return n;
     if (!n->right->type->is_fltpt() || target->type->is_fltpt()) {
-        n->right = bubble_term_to_top(target, n->right);
+        n->right = bubble_term_to_top(target, n->right, loop);
         NODE *sum = n->right;
         if (opASG_of_op[sum->op] != ILLOP && sum->left && sum->right && !is_bitfield(target) &&
             equiv_mtypes(sum->type, target->type)) {
@@ -195,6 +215,7 @@ NODE *simp_ASG(NODE *n, struct LOOP *loop) {
                 (!target->type->is_volatile() || is_constant_leaf(value)) &&
                 RULE("ASG: x = x op y -> x op= y"))
                 n = ASG_to_opASG(n);
+            if (n->op != ASG) fit_operand_of_opASG(n, loop);
         }
     }
     return n;
@@ -205,13 +226,7 @@ NODE *simp_opASG(NODE *n, struct LOOP *loop) {
     TYPE *type = target->type;
     if (!type->is_scalar() || type->is_complex() || n->right->type->is_complex()) return n;
     int op = op_of_opASG[n->op];
-    bool low_bits_only = op == PLUS || op == MINUS || op == MULT || op == ANDB || op == ORB || op == XORB;
-    if (low_bits_only && is_int_type(n->right->type)) {
-        int bits = bits_stored(target);
-        if (bits && n->right->type->size > type->size && !is_icon(n->right))
-            n->right = simp_node(maketree(SCONV, n->right, nullptr, type, n->right->scope), loop);
-        n->right = strip_stored_value(n->right, bits);
-    }
+    fit_operand_of_opASG(n, loop);
     // the long form tells more, and comes back to the short one where both compute in one type
     if (tree_has_side_effects(target) || is_bitfield(target) || !type->is_arithmetic() || type->is_bool())
         return n;

@@ -12,4 +12,4 @@ NODE *truncate_RHS_for_assignment(const NODE *target, NODE *rhs, int mode);
 
 // Moves an occurrence of `target` in a chain of one associative operator to the outermost left place, so that the
 // assignment has the form x = x op y. Gives the tree to store in the old one's place.
-NODE *bubble_term_to_top(const NODE *target, NODE *rhs);
+NODE *bubble_term_to_top(const NODE *target, NODE *rhs, struct LOOP *loop);

@@ -57,7 +57,7 @@ NODE *without_short_circuit(NODE *t, struct LOOP *loop) {
 // ASSERT(a && b)  ->  ASSERT(a), ASSERT(b)
 NODE *simp_ASSERT(NODE *node, struct LOOP *loop) {
     std::vector<NODE *> todo{detach(node->left)}; // conditions, the last one behind the others
-    NODE *result = nullptr;
+    std::vector<NODE *> assertions; // made so far
     while (!todo.empty()) {
         NODE *t = split_negated_disjunction(simp_for_control(todo.back(), loop), loop);
         todo.pop_back();
@@ -70,8 +70,10 @@ NODE *simp_ASSERT(NODE *node, struct LOOP *loop) {
         }
         NODE *assertion = todo.empty() ? node : copy_node(node);
         assertion->left = without_short_circuit(t, loop);
-        result = result ? mk_COMMAOP(assertion, result) : assertion;
+        assertions.push_back(assertion);
     }
+    NODE *result = nullptr;
+    for (; !assertions.empty(); assertions.pop_back()) result = mk_COMMAOP(result, assertions.back());
     return result;
 }
 

@@ -504,7 +504,8 @@ STEP shift_extreme(NODE *&n, int k, struct LOOP *loop) {
     if (n->op == SRL && !type->is_unsigned() && !narrow) {
         if (!RULE("SRL: signed x >> k -> x >> (size-1), k >= size")) return NO_STEP;
         set_count(n, size_of(n) - 1);
-        return AGAIN;
+        n = simp_node(n, loop);
+        return DONE;
     }
     if (!RULE("SLL, SRL: x << k -> (x, 0), k >= size")) return NO_STEP;
     n = constant_after_operands(n, INT65(0), loop);

@@ -1,5 +1,7 @@
 #include "OPT5/simp_shape.h"
 
+#include <vector>
+
 #include "OPT5/bbutils.h"
 #include "OPT5/coerce.h"
 #include "OPT5/fold.h"
@@ -57,10 +59,36 @@ bool may_exchange(const NODE *a, const NODE *b) {
     return never_changes(a) || never_changes(b) || (is_free_of_effects(a) && is_free_of_effects(b));
 }
 
+namespace {
+
+bool is_conditional(const NODE *n) { return n->op == QUEST && n->right->op == COLON; }
+
+// The conversions that stand in the arms of a conditional now, and what they are arms of.
+NODE *simp_converted_arms(NODE *root, struct LOOP *loop) {
+    std::vector<NODE **> conditionals{&root};
+    for (size_t k = 0; k < conditionals.size(); k++) {
+        NODE *colon = (*conditionals[k])->right;
+        for (NODE **arm : {&colon->left, &colon->right})
+            if (is_conditional(*arm)) conditionals.push_back(arm);
+            else if ((*arm)->op == SCONV || (*arm)->op == PCONV) *arm = simp_node(*arm, loop);
+    }
+    while (conditionals.size() > 1) {
+        *conditionals.back() = simp_node(*conditionals.back(), loop);
+        conditionals.pop_back();
+    }
+    return simp_node(root, loop);
+}
+
+} // namespace
+
 NODE *in_type(TYPE *type, NODE *tree, struct LOOP *loop) {
     if (tree->type == type) return tree;
+    TYPE *before = tree->type;
     NODE *converted = coerce_to_type(type, tree);
-    return converted == tree ? tree : simp_node(converted, loop);
+    // conversions go into the arms of a conditional, and one that was there already may have got the new type
+    if (is_conditional(converted) && converted->type != before) return simp_converted_arms(converted, loop);
+    bool is_new = converted != tree || tree->op == SCONV || tree->op == PCONV;
+    return is_new ? simp_node(converted, loop) : tree;
 }
 
 NODE *keep_left(NODE *n) {

@@ -155,8 +155,8 @@ bool same_tree(const NODE *a, const NODE *b) {
         const NODE *y = todo.pop(), *x = todo.pop();
         if (!x && !y) continue;
         if (!x || !y || x->op != y->op || x->type != y->type || x->op == SCON) return false;
-        if (x->op == FCON && !f_bit_eq(x->u.fval, y->u.fval)) return false;
-        if (x->u.lval != y->u.lval || (x->op != FCON && x->u.rval != y->u.rval) || x->payload != y->payload)
+        if (x->op == FCON ? !f_bit_eq(x->u.fval, y->u.fval)
+                          : x->u.lval != y->u.lval || x->u.rval != y->u.rval || x->payload != y->payload)
             return false;
         todo.push(x->left), todo.push(y->left);
         todo.push(x->right), todo.push(y->right);
