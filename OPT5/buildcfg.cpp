@@ -208,7 +208,10 @@ void add_edges_of_transfer(BBLK *bb) {
 void put_true_target_last(BBLK *bb) {
     LIST *last = last_statement(bb);
     if (!last || last->tree->op != IF || bb->succs->next->next) return;
-    if (bb->succs->block == last->tree->right->left->label->block) bb->succs = rev_edge_list(bb->succs);
+    bool is_last = bb->succs->block != last->tree->right->left->label->block;
+    // where both leave the function, the order is about to be reversed
+    bool both_leave = !bb->succs->block->succs && !bb->succs->next->block->succs;
+    if (is_last == both_leave) bb->succs = rev_edge_list(bb->succs);
 }
 
 // A depth-first walk treats a block's successors from the first to the last, and what it sees last comes first in

@@ -298,9 +298,10 @@ STEP take_out_mask(NODE *&n, struct LOOP *loop) {
     return DONE;
 }
 
-constexpr RULE_FN assoc_rules[] = {order_operands,    strip_conversions, constant_right,
-                                   gather_constants,  lean_left_here,    narrow_mask,
-                                   join_right_shifts, take_out_scale,    take_out_mask};
+// conversions go first: what they leave decides the order of the operands
+constexpr RULE_FN assoc_rules[] = {strip_conversions, order_operands, constant_right,
+                                   gather_constants,  lean_left_here, narrow_mask,
+                                   join_right_shifts, take_out_scale, take_out_mask};
 
 } // namespace
 
@@ -1112,9 +1113,9 @@ STEP strip_factor_conversions(NODE *&n, struct LOOP *) {
 }
 
 constexpr RULE_FN mult_rules[] = {
-    order_factors,     multiply_powers, float_factors,  trivial_factor,    strip_factor_conversions,
-    widen_product,     negated_factor,  gather_factors, lean_factors_left, undo_exact_division,
-    multiply_booleans,
+    strip_factor_conversions, order_factors,       multiply_powers,   float_factors,
+    trivial_factor,           widen_product,       negated_factor,    gather_factors,
+    lean_factors_left,        undo_exact_division, multiply_booleans,
 };
 
 } // namespace

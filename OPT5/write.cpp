@@ -15,6 +15,9 @@
 #include "OPT5/profile.h"
 #include "OPT5/readexpr.h"
 #include "OPT5/seqtrees.h"
+#include "OPT5/simp1.h"
+#include "OPT5/simp3.h"
+#include "OPT5/simp_testutil.h"
 #include "OPT5/symtab.h"
 #include "OPT5/tree.h"
 #include "OPT5/treewalk.h"
@@ -23,6 +26,7 @@
 #include "ifile/if_file.h"
 #include "support/dbgout.h"
 #include "support/fatal.h"
+#include "support/register_option.h"
 #include "typepkg/type_merge.h"
 
 std::vector<std::string> register_assignments;
@@ -196,36 +200,19 @@ void BLOCK_WRITER::lower_ENDLOOP(LIST *s) {
     s->tree = endloop;
 }
 
-bool is_zero(const NODE *n) { return n->op == ICON && n->u.lval.is_zero(); }
-
-// The opposite of a condition that a branch tests.
-NODE *invert_condition(NODE *n) {
-    // !(!x)  ->  x
-    if (n->op == EXCLAIM) {
-        NODE *operand = n->left;
-        n->left = nullptr;
-        erase_node(n);
-        return operand;
-    }
-    // !(a < b)  ->  a >= b; the relations of numbers that may be unordered have opposites of their own
-    bool integers = !n->left || !n->left->type->is_fltpt();
-    if (boolean_inv[n->op] != ILLOP && (integers || op_is_float_comparison(n->op))) {
-        n->op = boolean_inv[n->op];
-        // x == 0  ->  !x
-        if (n->op != EQ || !is_zero(n->right)) return n;
-        erase_tree(n->right);
-        n->right = nullptr;
-        n->op = EXCLAIM;
-        n->type = tp->int_type();
-        return n;
-    }
-    return mk_EXCLAIM(n);
-}
-
-// p  ->  p != 0      p a pointer
-NODE *test_of_pointer(NODE *p) {
-    NODE *null = maketree(PCONV, mk_ICON(INT65(0), tp->basic_int(IK_uint)), nullptr, p->type, p->scope);
-    return maketree(NEQ, p, null, tp->int_type(), p->scope);
+// The opposite of a condition that a branch tests. A program that is to stay as its file has it is not simplified.
+NODE *inverted_condition(NODE *n) {
+    if (n->op == EXCLAIM) return take_left(n);
+    if (!pass_disable("simp")) n = simp_for_control(simp_node(mk_EXCLAIM(n), nullptr), nullptr);
+    else if (tree_is_trivially_invertible(n)) n->op = boolean_inv[n->op];
+    else return mk_EXCLAIM(n);
+    // x == 0  ->  !x
+    if (n->op != EQ || !is_ICON(n->right, 0)) return n;
+    erase_tree(n->right);
+    n->right = nullptr;
+    n->op = EXCLAIM;
+    n->type = tp->int_type();
+    return n;
 }
 
 // IF(c, COMMA(T, F))  ->  CBRANCH(c, F), BRANCH T, such that T is the next block if one of them is; a CBRANCH jumps
@@ -234,11 +221,12 @@ void BLOCK_WRITER::lower_IF(LIST *s, const BBLK *next) {
     NODE *t = s->tree, *labels = t->right;
     NODE *if_true = labels->left, *if_false = labels->right;
     const BBLK *T = if_true->label->block, *F = if_false->label->block;
-    if (t->left->type->is_ptr() || t->left->type->is_ref()) t->left = test_of_pointer(t->left);
     if (F == next || (T != next && F->dfn > T->dfn)) {
         std::swap(if_true, if_false);
-        t->left = invert_condition(t->left);
+        t->left = inverted_condition(t->left);
     }
+    // p  ->  p != 0      p a pointer
+    if (t->left->type->is_ptr() || t->left->type->is_ref()) t->left = make_boolean(t->left, nullptr);
     labels->left = labels->right = nullptr;
     dropped.push_back(labels);
     t->op = CBRANCH;

@@ -354,21 +354,24 @@ TEST(client_files, a_branch_falls_through_to_the_next_block) {
               "expr URETURN<void>(NAME<void (void)> _f#0@0)\nend_func\n");
 }
 
-TEST(client_files, a_test_of_a_pointer_is_written_as_a_comparison) {
+TEST(client_files, a_test_of_a_pointer_is_written_as_a_test_for_zero) {
     std::string text = body([](INPUT &in) {
         T_SYM *q = in.global("_q", in.p);
         in.head();
         in.lab(1);
         in.st(in.set(1));
-        in.st(in.cbranch(in.name(q), 2));
+        in.st(in.cbranch(in.name(q), 3)); // falls through while there is an object
+        in.st(in.set(2));
+        in.lab(3);
+        in.st(in.cbranch(in.name(q), 2)); // loops while there is one
         in.st(in.branch(1));
         in.lab(2);
         in.st(in.ret());
         in.control_(I_EF);
     });
-    EXPECT_NE(text.find("CBRANCH<void>(EQ<int>(NAME<int *> _q#3@0, PCONV<int *>(ICON<unsigned>)), LABEL"),
-              std::string::npos)
+    EXPECT_NE(text.find("CBRANCH<void>(NEQ<int>(NAME<int *> _q#3@0, ICON<int>), LABEL"), std::string::npos)
         << text;
+    EXPECT_NE(text.find("CBRANCH<void>(EXCLAIM<int>(NAME<int *> _q#3@0), LABEL"), std::string::npos) << text;
 }
 
 TEST(client_files, texts_keep_their_places_and_the_optimizers_own_comments_go) {
