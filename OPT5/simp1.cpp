@@ -351,7 +351,7 @@ bool facts_are_in_force(struct LOOP *loop) {
     return (currfuninfo && currfuninfo->global_assertions) || (loop && loop->givens);
 }
 
-const NODE *statement_call; // the CALL at the root of the statement in work, until its worker saw it
+const NODE *statement_root; // of the statement in work, a CALL or an assertion, until its worker saw it
 
 } // namespace
 
@@ -391,17 +391,18 @@ NODE *simp_tree(NODE *tree, struct LOOP *loop) {
 
 NODE *simp_statement(NODE *tree, struct LOOP *loop) {
     if (!tree) return tree;
-    statement_call = tree->op == CALL || tree->op == UCALL ? tree : nullptr;
+    bool asks = tree->op == CALL || tree->op == UCALL || tree->op == ASSERT || tree->op == NASSERT;
+    statement_root = asks ? tree : nullptr;
     NODE *result = simp_tree(tree, loop);
-    statement_call = nullptr;
+    statement_root = nullptr;
     if (result->op != COMMAOP) return result;
     NODE *effects = peel_for_effect(result);
     return effects ? effects : new_ICON(INT65(0), tp->int_type(), nullptr);
 }
 
-bool value_of_call_is_unused(const NODE *call) {
-    bool answer = call == statement_call;
-    if (answer) statement_call = nullptr;
+bool is_statement_in_work(const NODE *node) {
+    bool answer = node == statement_root;
+    if (answer) statement_root = nullptr;
     return answer;
 }
 

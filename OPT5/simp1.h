@@ -11,8 +11,9 @@
 // operands are final, simp_tree on a subtree whose inside changed. It ends because each rule lowers a measure. A
 // worker gets a node whose operands are simplified, and gives a node that is simplified. Each rule is counted (rules.h).
 //
-// Number and order of volatile accesses never change. A trap of the program may be moved to another place of the same
-// statement, never made or lost.
+// Number and order of volatile accesses never change. A trap is never made. A division by zero has no meaning in C, so
+// one that is no constant may go with a value that nobody uses: x & 0, 0 / x and x / x are constants, behind the effects
+// of x. A division by the constant zero is not folded.
 //
 // Depth. simp_tree does not recurse over the depth of the tree that it is given: the post-order is kept on a stack.
 #pragma once
@@ -23,8 +24,8 @@
 NODE *simp_tree(NODE *tree, struct LOOP *loop);
 // A tree whose value nobody uses: a statement.
 NODE *simp_statement(NODE *tree, struct LOOP *loop);
-// For the worker of calls, which asks once: this is the call that the statement in work consists of.
-bool value_of_call_is_unused(const NODE *call);
+// For the workers of calls and assertions, which ask once: this is what the statement in work consists of.
+bool is_statement_in_work(const NODE *node);
 // One node whose operands are simplified already.
 NODE *simp_node(NODE *node, struct LOOP *loop);
 // Every statement of the current function.

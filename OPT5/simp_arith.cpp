@@ -1222,11 +1222,14 @@ NODE *simp_unary(NODE *n, struct LOOP *loop) {
     }
 }
 
-// x^0 -> (x, 1)     x^1 -> x     1^y -> (y, 1)     0^n -> 0, n > 0
+// x^0 -> (x, 1)     x^1 -> x     1^y -> (y, 1)     0.0^n -> 0.0, n > 0; of constant integers by folding
 NODE *simp_EXPT(NODE *n, struct LOOP *loop) {
     NODE *x = n->left, *y = n->right;
     TYPE *type = n->type;
     if (!is_int_type(y->type) || !(type->is_fltpt() || is_int_type(type)) || type->is_bool()) return n;
+    bool is_zero = x->op == FCON && f_bit_eq(x->u.fval, &pos_zero);
+    if (is_zero && is_icon(y) && y->u.lval.is_positive() && RULE("EXPT: 0.0^n -> 0.0, n > 0"))
+        return in_type(type, keep_left(n), loop);
     if (is_constant_leaf(x) && is_constant_leaf(y)) return fold_constants(n);
     if (is_icon_of(y, INT65(0)) && RULE("EXPT: x^0 -> (x, 1)")) {
         NODE *one = in_type(type, new_ICON(INT65(1), tp->int_type(), n->scope), loop);

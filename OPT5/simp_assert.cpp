@@ -6,6 +6,7 @@
 #include "OPT5/bbutils.h"
 #include "OPT5/congruent.h"
 #include "OPT5/ddloop.h"
+#include "OPT5/funinfo.h"
 #include "OPT5/icternary.h"
 #include "OPT5/optab.h"
 #include "OPT5/rules.h"
@@ -52,12 +53,32 @@ NODE *without_short_circuit(NODE *t, struct LOOP *loop) {
     return t;
 }
 
-} // namespace
+NODE *assertions_of(NODE *node, bool takes_arms, struct LOOP *loop);
+
+constexpr int ARMS_DEPTH_CAP = 16; // conditionals within conditionals whose arms get the assertion
+int arms_depth;
+
+// ASSERT(a ? b : c)  ->  a ? ASSERT(b) : ASSERT(c)
+NODE *move_into_arms(NODE *assertion, struct LOOP *loop) {
+    NODE *t = assertion->left;
+    bool whole = t->op != QUEST || t->right->op != COLON || !is_word_type(t->type);
+    if (whole || arms_depth >= ARMS_DEPTH_CAP || !RULE("ASSERT: (a ? b : c) -> a ? ASSERT(b) : ASSERT(c)"))
+        return assertion;
+    NODE *colon = t->right, *other = copy_node(assertion);
+    other->left = colon->right;
+    assertion->left = colon->left;
+    arms_depth++;
+    colon->left = assertions_of(assertion, true, loop);
+    colon->right = assertions_of(other, true, loop);
+    arms_depth--;
+    t->type = colon->type = assertion->type;
+    return t;
+}
 
 // ASSERT(a && b)  ->  ASSERT(a), ASSERT(b)
-NODE *simp_ASSERT(NODE *node, struct LOOP *loop) {
+NODE *assertions_of(NODE *node, bool takes_arms, struct LOOP *loop) {
     std::vector<NODE *> todo{detach(node->left)}; // conditions, the last one behind the others
-    std::vector<NODE *> assertions; // made so far
+    std::vector<NODE *> assertions;               // made so far
     while (!todo.empty()) {
         NODE *t = split_negated_disjunction(simp_for_control(todo.back(), loop), loop);
         todo.pop_back();
@@ -70,11 +91,19 @@ NODE *simp_ASSERT(NODE *node, struct LOOP *loop) {
         }
         NODE *assertion = todo.empty() ? node : copy_node(node);
         assertion->left = without_short_circuit(t, loop);
-        assertions.push_back(assertion);
+        assertions.push_back(takes_arms ? move_into_arms(assertion, loop) : assertion);
     }
     NODE *result = nullptr;
     for (; !assertions.empty(); assertions.pop_back()) result = mk_COMMAOP(result, assertions.back());
     return result;
+}
+
+} // namespace
+
+NODE *simp_ASSERT(NODE *node, struct LOOP *loop) {
+    // a conditional becomes branches only where statements are still put in sequence
+    bool takes_arms = is_statement_in_work(node) && currfuninfo && !currfuninfo->bb_list;
+    return assertions_of(node, takes_arms, loop);
 }
 
 // ---------------------------------------------------------------------------------------------------------

@@ -2,7 +2,8 @@
 //
 // A conjunction becomes one assertion for each of its parts, and a condition with a short circuit one without, where its
 // right side may be evaluated in any case: what uses assertions looks for single comparisons. An assertion of a
-// conditional stays whole unless it can be a strict one; taking it apart would make branches of what costs nothing.
+// conditional whose arms may not both be evaluated goes into the arms, where it stands as a statement before the flow
+// graph is built: a branch costs more than an assertion, but its blocks have facts that the condition does not give.
 //
 // A fact that holds in a loop decides comparisons of the same operands in it. Facts are comparisons, bare or as
 // assertions; others are passed over.

@@ -248,7 +248,7 @@ constexpr LIBRARY_RULE library_rules[] = {
 } // namespace
 
 NODE *simp_call(NODE *n, struct LOOP *loop) {
-    bool unused = value_of_call_is_unused(n);
+    bool unused = is_statement_in_work(n);
     if (NODE *effects = lift_effects_of_arguments(n)) {
         NODE *value = simp_node(n, loop);
         return simp_COMMAOP(maketree(COMMAOP, effects, value, value->type, n->scope), loop);

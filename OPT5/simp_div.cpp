@@ -129,19 +129,17 @@ STEP div_by_FCON(NODE *&n, struct LOOP *loop) {
     return DONE;
 }
 
-// x / x -> (x, 1)        0 / x -> (x, 0)              x not zero: a trap stays
+// x / x -> (x, 1)        0 / x -> (x, 0)              what x = 0 gives nobody may ask
 STEP div_trivial(NODE *&n, struct LOOP *loop) {
     if (!is_int_type(n->type) || !is_int_type(n->left->type) || !values_fit(n->right->type, n->type))
         return NO_STEP;
     if (is_icon_of(n->left, INT65(0))) {
-        if (!tree_is_non_zero(n->right, loop) || !RULE("DIV, MOD: 0 / x -> (x, 0), x not zero"))
-            return NO_STEP;
+        if (!RULE("DIV, MOD: 0 / x -> (x, 0)")) return NO_STEP;
         n = constant_after_operands(n, INT65(0), loop);
         return DONE;
     }
-    if (is_icon(n->left) || !trees_are_congruent(n->left, n->right) || !tree_is_non_zero(n->right, loop))
-        return NO_STEP;
-    if (!RULE("DIV, MOD: x / x -> 1, x % x -> 0, x not zero")) return NO_STEP;
+    if (is_icon(n->left) || !trees_are_congruent(n->left, n->right)) return NO_STEP;
+    if (!RULE("DIV, MOD: x / x -> 1, x % x -> 0")) return NO_STEP;
     n = constant_after_operands(n, INT65(n->op == DIV ? 1 : 0), loop);
     return DONE;
 }
@@ -189,7 +187,7 @@ STEP div_negations(NODE *&n, struct LOOP *loop) {
     return DONE;
 }
 
-// (u * c) / (w * c)  ->  u / w           no product or sum of either side wraps, the divisor is not zero
+// (u * c) / (w * c)  ->  u / w           no product or sum of either side wraps
 STEP div_common_factors(NODE *&n, struct LOOP *loop) {
     if (is_icon(n->left) || !values_fit(n->left->type, n->type) || !values_fit(n->right->type, n->type))
         return NO_STEP;
@@ -198,8 +196,7 @@ STEP div_common_factors(NODE *&n, struct LOOP *loop) {
     };
     if (!has_factors(n->left) || (!has_factors(n->right) && !is_icon(n->right) && n->left->op != MULT))
         return NO_STEP;
-    if (!never_wraps(n->left, loop) || !never_wraps(n->right, loop) || !tree_is_non_zero(n->right, loop))
-        return NO_STEP;
+    if (!never_wraps(n->left, loop) || !never_wraps(n->right, loop)) return NO_STEP;
     if (tree_has_side_effects(n->left) || tree_has_side_effects(n->right)) return NO_STEP;
     if (!cancel_common_simple_factors(&n->left, &n->right)) return NO_STEP;
     n->left = simp_tree(n->left, loop);

@@ -1,7 +1,7 @@
 // Division, remainder and shifts.
 //
-// Division truncates toward zero. A division by a constant zero stays for run time, INT_MIN / -1 too. Shifts by a
-// negative count or by a variable are left alone.
+// Division truncates toward zero. A division by a constant zero is left to run time, INT_MIN / -1 too; other divisors are
+// taken not to be zero where that decides the value (simp1). Shifts by a negative count or by a variable are left alone.
 #pragma once
 
 #include "OPT5/fwd.h"

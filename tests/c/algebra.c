@@ -51,5 +51,6 @@ int main(void) {
         }
         if (i % 4 == 3) printf("%016llx\n", (unsigned long long)h);
     }
+    printf("%d\n", (int)((char *)64 - (char *)16));
     return 0;
 }

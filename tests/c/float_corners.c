@@ -41,6 +41,8 @@ int main(void) {
     volatile double a = 1e16, b = -1e16, c = 1;
     printf("%g %g %g %g\n", (a + b) + c, a + (b + c), a * c - a, (a + c) - a);
     printf("%a %a %a\n", 0.1 + 0.2, 1 / 3.0, (double)(1 / 3.0f));
+    double nothing = zero * __builtin_nan("") + 1;
+    printf("%d\n", nothing == nothing);
     printf("%d %d %d\n", x == x + 1, (float)0.1 == 0.1, v[4] == v[4]);
     long double l = 1;
     l = l / 3 + (long double)zero;

@@ -9,6 +9,11 @@ namespace {
 const std::vector<oracle_row> rows = {
     // a factor on both sides of a division
     {"(x * z) / (y * z)",                         nullptr, T_WORD | T_I64 | T_U64},
+    {"((x & 7) * (z & 15)) / ((y & 7) * (z & 15))", "(u * x) / (w * x)", T_I32 | T_I64},
+    {"((x & 15) * 6) / 3 * 3",                    "(x / c) * c", T_U16 | T_U32 | T_U64},
+    {"x / x",                                     "x / x -> 1"},
+    {"0 / x",                                     "0 / x"},
+    {"u / u + 0 / v",                             nullptr},
     {"((x & 252) / 4) * 4",                       nullptr, T_WORD | T_I64 | T_U64},
     {"((x & 255) / 4) * 4",                       nullptr, T_ALL},
     {"((x & 63) * 6) / 3",                        nullptr, T_WORD | T_I64},
@@ -38,6 +43,7 @@ const std::vector<oracle_row> rows = {
     {"(w = x, y < x) ? x : y",                    nullptr},
     {"(u, x) && y",                               nullptr},
     // pointers
+    {"(r + 24)->b",                               "(p + c)->f", T_I32},
     {"(P)(int)p == p",                            "(T *)(int)p"},
     {"(P)(x@u32) == (P)0",                        nullptr, T_I32},
     {"(T)(u32)((P)64 - 16)",                      nullptr, T_WORD},
