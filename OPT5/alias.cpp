@@ -10,4 +10,6 @@ bool lvalues_may_be_aliased(const NODE *a, const NODE *b, struct LOOP *) {
     return !x || !y || x == y || (x->flags & SF_CLUSTERED) || (y->flags & SF_CLUSTERED);
 }
 
+bool lvalue_is_known_by_field(const NODE *) { return false; }
+
 TYPE *true_type(const NODE *n, int) { return n->type; }

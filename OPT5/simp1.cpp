@@ -24,6 +24,7 @@
 #include "OPT5/tree.h"
 #include "OPT5/treewalk.h"
 #include "OPT5/typefacts.h"
+#include "OPT5/vecsimp.h"
 #include "support/dbgout.h"
 #include "support/fatal.h"
 
@@ -310,7 +311,7 @@ NODE *simp_node(NODE *n, struct LOOP *loop) {
     if (n->type) n->type = n->type->normalized();
     if (!keeps_its_commas(n))
         if (NODE *comma = hoist_effects(n, loop)) return simp_COMMAOP(comma, loop);
-    if (is_vector_operation(n)) return n; // their rules come with the lowering of vectors
+    if (is_vector_operation(n)) return simp_vector_node(n);
     bool constant = n->left && (n->left->op == ICON || n->left->op == FCON);
     bool reciprocal = n->op == MULT && n->left->op == RECIP && n->right->op == FCON;
     if (reciprocal || (constant && (!n->right || is_leaf(n->right)))) {
@@ -513,6 +514,19 @@ bool is_pure_shell(NODE *n) {
     }
 }
 
+constexpr int PEEL_DEPTH_CAP = 32; // && and || in right sides of one another
+
+// a && (f() + 1)  ->  a && f()         nobody uses the value; the right side has an effect
+void peel_right_side(NODE *n) {
+    static int depth = 0;
+    if (depth >= PEEL_DEPTH_CAP || !is_pure_shell(n->right)) return;
+    depth++;
+    n->right = peel_for_effect(n->right);
+    depth--;
+    bool has_value = n->right->type->is_scalar() && n->right->type->is_arithmetic();
+    if (!has_value) n->right = mk_COMMAOP(n->right, mk_ICON(INT65(0), tp->int_type()));
+}
+
 } // namespace
 
 NODE *peel_for_effect(NODE *tree) {
@@ -524,6 +538,7 @@ NODE *peel_for_effect(NODE *tree) {
         NODE *n = todo.pop();
         bool conditional = n->op == ANDAND || n->op == OROR || n->op == QUEST;
         if (conditional && tree_has_side_effects(n->right)) {
+            if (n->op != QUEST) peel_right_side(n);
             keep(n);
             continue;
         }

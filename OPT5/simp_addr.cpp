@@ -26,6 +26,20 @@ bool is_whole_field(const NODE *access) {
            f->member->offset % 8 == 0;
 }
 
+// The field knows the record that it stands in.
+void note_record(NODE *access) {
+    NODE *field = access->right;
+    if (!field || field->op != FIELD || field->u.csu) return;
+    TYPE *csu_type = access->left->type;
+    if (access->op == STREF && csu_type->is_ptr()) csu_type = csu_type->type_pointed_to();
+    while (!csu_type->is_csu()) {
+        QL_ASSERT(csu_type->is_array());
+        csu_type = csu_type->elem_type();
+    }
+    QL_ASSERT(csu_type->is_csu());
+    field->u.csu = csu_type;
+}
+
 // *(T*)(p + by), an access of the type of `access`, which gives way to it.
 NODE *indirection_at(NODE *access, NODE *pointer, INT65 by, struct LOOP *loop) {
     TYPE *type = access->type, *to = tp->mk_ptr(type);
@@ -52,6 +66,7 @@ NODE *simp_UMULT(NODE *n, struct LOOP *) {
 
 // (*(p + c)).f  ->  *(p + (c + offset))       f no bit-field; where the alias analysis does not need the field
 NODE *simp_STDOT(NODE *n, struct LOOP *loop) {
+    note_record(n);
     NODE *object = n->left;
     if (object->op != UMULT || object->right || !is_constant_sum(object->left) || !is_whole_field(n))
         return n;
@@ -67,6 +82,7 @@ NODE *simp_STDOT(NODE *n, struct LOOP *loop) {
 NODE *simp_STREF(NODE *n, struct LOOP *loop) {
     NODE *p = n->left;
     QL_ASSERT(n->right && n->right->op == FIELD);
+    note_record(n);
     if (p->op == UAND && p->left && p->left->type->is_csu() && n->right->u.csu &&
         compatible_types(p->left->type, n->right->u.csu, true) && RULE("STREF: (&s)->f -> s.f")) {
         n->left = keep_left(p);

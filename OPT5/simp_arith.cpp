@@ -55,7 +55,7 @@ STEP order_operands(NODE *&n, struct LOOP *) {
     return AGAIN;
 }
 
-// (T)x op y  ->  x op y        the conversion keeps all bits
+// (T)x op y  ->  x op y        the conversion keeps all bits; that of a narrower index of a pointer went by itself
 bool strip_ring_conversion(NODE *&operand, const NODE *n) {
     if (operand->op != SCONV || !in_ring(operand, n) || !in_ring(operand->left, n)) return false;
     if (operand->left->type->is_ptr() || is_bitfield(operand->left) ||
@@ -596,23 +596,6 @@ STEP gather_sum_constants(NODE *&n, struct LOOP *loop) {
     return DONE;
 }
 
-// p + (int)i  ->  p + i           a pointer sum; i of at most int's size, an unsigned one of exactly that
-STEP drop_index_conversion(NODE *&n, struct LOOP *) {
-    if (!n->type->is_ptr()) return NO_STEP;
-    for (NODE **place : {&n->left, &n->right}) {
-        NODE *x = *place;
-        if (x->op != SCONV || !same_ring(x->type, tp->int_type()) || x->type->is_ptr()) continue;
-        const TYPE *from = x->left->type;
-        if (!is_int_type(from) || from->is_bool() || is_bitfield(x->left)) continue;
-        if (from->is_signed() ? from->size > tp->int_type()->size : from->size != tp->int_type()->size)
-            continue;
-        if (!RULE("PLUS: pointer + SCONV(i) -> pointer + i")) return NO_STEP;
-        *place = keep_left(x);
-        return AGAIN;
-    }
-    return NO_STEP;
-}
-
 // (T*)c1 +- c2  ->  (T*)(c1 +- c2)
 STEP fold_constant_address(NODE *&n, struct LOOP *) {
     NODE *p = n->left;
@@ -712,7 +695,6 @@ constexpr RULE_FN plus_rules[] = {
     take_out_factor,
     take_out_common_constant,
     add_to_constant_difference,
-    drop_index_conversion,
     merge_terms,
 };
 
@@ -887,7 +869,6 @@ constexpr RULE_FN minus_rules[] = {
     lean_left_here,          gather_sum_constants, fold_constant_address,
     difference_of_addresses, take_out_scale,       take_out_factor,
     difference_of_masks,     minus_masked_self,    merge_terms,
-    drop_index_conversion,
 };
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "OPT5/alias.h"
 #include "OPT5/flags.h"
 #include "OPT5/fold.h"
 #include "OPT5/symbolic.h"
@@ -170,12 +171,14 @@ unsigned type_stride(TYPE *pointer) {
 // --- structure accesses ---
 
 // Bits of a word can't be reached but by their name. Other fields may become plain accesses, which still have their
-// own type, and so say that its alignment holds: in a packed record it may not.
+// own type, and so say that its alignment holds: in a packed record it may not. What the alias analysis tells apart by
+// its field keeps the name.
 bool must_preserve_STDOT(const NODE *access) {
     const NODE *field = access->right;
     if (!field || field->op != FIELD || !field->member || field->member->is_bitfld()) return true;
     unsigned needed = field->member->type->align;
-    return !field->u.csu || needed > field->u.csu->align || (needed && field->member->offset % needed);
+    if (!field->u.csu || needed > field->u.csu->align || (needed && field->member->offset % needed)) return true;
+    return lvalue_is_known_by_field(access);
 }
 
 TYPE *merge_qualifiers_for_STDOT(TYPE *field, const NODE *record) {

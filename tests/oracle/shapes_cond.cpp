@@ -235,7 +235,7 @@ TEST(shapes_cond, assertions_are_taken_apart) {
         const char *condition, *result;
     };
     const ROW rows[] = {
-        {"x < y && y < z && z < 9", "nassert(x_i32 < y_i32), (nassert(y_i32 < z_i32), nassert(z_i32 < 9))"},
+        {"x < y && y < z && z < 9", "nassert(x_i32 < y_i32), nassert(y_i32 < z_i32), nassert(z_i32 < 9)"},
         {"x == 0 && y == 0", "nassert(x_i32 == 0), nassert(y_i32 == 0)"},
         {"x < y || y < z", "nassert(x_i32 < y_i32 | y_i32 < z_i32)"},
         {"x < y || 7 / z > 2", "nassert(x_i32 < y_i32 || 7 / z_i32 > 2)"},
