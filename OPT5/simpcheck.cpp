@@ -82,7 +82,6 @@ NODE *simp_again(NODE *tree) {
 
 void report_simp_again() {
     if (!again_switch) return;
-    fprintf(finfo ? finfo : stderr,
-            "simplified again: %lu statements, %lu changed, %lu changed each time\n", statements, changed,
-            unsettled);
+    fprintf(finfo ? finfo : stderr, "simplified again: %lu statements, %lu changed, %lu changed each time\n",
+            statements, changed, unsettled);
 }

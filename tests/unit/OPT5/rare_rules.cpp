@@ -59,7 +59,8 @@ TEST_F(rare_rules, calls_of_the_library) {
     TYPE *file = tp->mk_struct("file", 128, 32, false);
     tp->type_frozen(file);
     global("_ftable", tp->mk_array(file, 4), SC_EXTREF);
-    EXPECT_EQ(simplified(call("printf", text("text")), true), "fputs(\"text\", (struct file *)&_ftable + 16)");
+    EXPECT_EQ(simplified(call("printf", text("text")), true),
+              "fputs(\"text\", (struct file *)&_ftable + 16)");
     EXPECT_EQ(simplified(call("printf", text("100%")), true), "printf(\"100%\")");
     EXPECT_EQ(simplified(call("printf", text("line\n")), true), "puts(\"line\")");
     EXPECT_EQ(simplified(call("printf", text("text")), false), "printf(\"text\")"); // a value that counts
