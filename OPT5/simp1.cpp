@@ -523,8 +523,8 @@ void peel_right_side(NODE *n) {
     depth++;
     n->right = peel_for_effect(n->right);
     depth--;
-    bool has_value = n->right->type->is_scalar() && n->right->type->is_arithmetic();
-    if (!has_value) n->right = mk_COMMAOP(n->right, mk_ICON(INT65(0), tp->int_type()));
+    if (!is_int_type(n->right->type) && !n->right->type->is_ptr())
+        n->right = mk_COMMAOP(n->right, mk_ICON(INT65(0), tp->int_type()));
 }
 
 } // namespace
