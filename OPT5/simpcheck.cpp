@@ -24,9 +24,12 @@ std::vector<uint64_t> fingerprint(const NODE *tree) {
     auto add_bytes = [&](const void *bytes, size_t n) {
         for (size_t i = 0; i < n; i++) words.push_back(static_cast<const uint8_t *>(bytes)[i]);
     };
+    auto add_address = [&](const void *p) { words.push_back(reinterpret_cast<uint64_t>(p)); };
     for_each_node(tree, [&](const NODE *n) {
-        words.insert(words.end(), {uint64_t(n->op), reinterpret_cast<uint64_t>(n->type),
-                                   uint64_t(n->left != nullptr) * 2 + (n->right != nullptr)});
+        const TYPE *type = n->type;
+        const NODE *left = n->left, *right = n->right;
+        add_address(type);
+        words.insert(words.end(), {uint64_t(n->op), uint64_t(left != nullptr) * 2 + (right != nullptr)});
         switch (n->op) {
         case FCON: add_bytes(n->u.fval, sizeof *n->u.fval); break;
         case SCON: add_bytes(n->text, size_t(n->u.lval.to_uint64())); break;
