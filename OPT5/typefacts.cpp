@@ -177,7 +177,8 @@ bool must_preserve_STDOT(const NODE *access) {
     const NODE *field = access->right;
     if (!field || field->op != FIELD || !field->member || field->member->is_bitfld()) return true;
     unsigned needed = field->member->type->align;
-    if (!field->u.csu || needed > field->u.csu->align || (needed && field->member->offset % needed)) return true;
+    if (!field->u.csu || needed > field->u.csu->align || (needed && field->member->offset % needed))
+        return true;
     return lvalue_is_known_by_field(access);
 }
 
