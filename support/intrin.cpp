@@ -268,7 +268,8 @@ const INTRIN_ROW rows[] = {
     {"_usad8",  "u uu",  WORD, F(usad8), 0, IMM_NONE, WD | AB, "usad8 %0, %1, %2"},
     {"_usada8", "u uuu", WORD, F(usad8), 0, IMM_NONE, WD | AB, "usada8 %0, %1, %2, %3"},
 
-    // halves and bytes taken out
+    // halves, bytes and bits taken out
+    {"_rbit",    "u u",   WORD, F(rbit), 0, IMM_NONE, WD | EX, nullptr},
     {"_pkhbt",   "i ii#", WORD, F(pkhbt), 0, IMM_SHIFT, WD, "pkhbt %0, %1, %2, lsl #%i"},
     {"_pkhtb",   "i ii#", WORD, F(pkhtb), 0, IMM_SHIFT, WD, "pkhtb %0, %1, %2, asr #%i"},
     {"_sxtb",    "i i#",  WORD, F(extend), -8, IMM_ROTATE, WD, "sxtb %0, %1, ror #%i"},

@@ -7,7 +7,7 @@ instructions, and the generated C in its portable form must print the same. qemu
 import argparse, os, subprocess, sys, tempfile
 
 PARTS = 4
-MODES = {"processor": ["-mfpu=neon", "-march=armv7-a"], "portable": ["-march=armv7-a+fp", "-U__ARM_FEATURE_DSP"]}
+MODES = {"processor": ["-mfpu=neon", "-march=armv7-a"], "portable": ["-march=armv7-a+fp", "-U__ARM_FEATURE_SIMD32"]}
 
 
 def run(cmd):

@@ -228,7 +228,7 @@ EXPR FUNC_GEN::simd_call(const INTRIN_FORM &form, const std::vector<MNODE *> &no
         if (!row.machine || !f.all_constant) return f.signature(name) + " { " + f.portable() + " }\n";
         return f.signature(name) + "\n{\n" +
                (is_word
-                    ? "#ifdef __ARM_FEATURE_DSP\n    " + f.instruction()
+                    ? "#ifdef __ARM_FEATURE_SIMD32\n    " + f.instruction()
                     : "#ifdef __ARM_NEON\n    " + (f.is_instruction() ? f.vector_instruction() : f.neon())) +
                "\n#else\n    " + f.portable() + "\n#endif\n}\n";
     });

@@ -31,6 +31,7 @@
 #include "clang/AST/Stmt.h"
 #include "clang/Basic/SourceManager.h"
 
+#include "support/intrin.h"
 #include "tools/model/model.h"
 
 // Thrown after the message went out.
@@ -235,6 +236,18 @@ class LOWER {
     MNODE *atomic_load(MNODE *address, TYPE *, int order);
     MNODE *atomic_store(MNODE *address, MNODE *value, TYPE *, int order);
     MNODE *barrier();
+    // lower_neon.cpp
+    friend struct NEON_LOWER;
+    MNODE *neon_call(const clang::CallExpr *, const std::string &name);
+    MNODE *acle_call(const clang::CallExpr *, const std::string &name); // null: not taken
+    MNODE *shuffle(const clang::ShuffleVectorExpr *);
+    MNODE *vector_comparison(clang::BinaryOperatorKind, MNODE *l, MNODE *r, TYPE *result);
+    TYPE *vector_type(LANE_SHAPE); // count 0: the lane itself
+    MNODE *bits_as(MNODE *v, TYPE *to);
+    MSYM *keep(MNODE *v, MNODE *&first);
+    MNODE *lane_of(MSYM *v, unsigned i);
+    MNODE *pack_of(const std::vector<MNODE *> &lanes, TYPE *type);
+    MNODE *intrinsic(const char *name, TYPE *result, const std::vector<MNODE *> &operands);
     MNODE *unary(const clang::UnaryOperator *);
     MNODE *increment(const clang::UnaryOperator *);
     MNODE *binary(const clang::BinaryOperator *);

@@ -184,6 +184,9 @@ MNODE *LOWER::builtin_call(const CallExpr *e, unsigned id) {
     if (id == Builtin::BI__builtin_constant_p) return icon(0, int_t());
     if (id == Builtin::BI__builtin_object_size)
         return icon(e->getArg(1)->EvaluateKnownConstInt(ctx).getZExtValue() & 2 ? 0 : 0xFFFFFFFF, uint_t());
+    if (name.rfind("__builtin_neon_", 0) == 0) return neon_call(e, name);
+    if (name.rfind("__builtin_arm_", 0) == 0)
+        if (MNODE *v = acle_call(e, name)) return v;
     if (builtins.isTSBuiltin(id)) refuse(e->getBeginLoc(), "the built-in function " + name);
     // A library function under its builtin name, also the checked forms.
     static const char prefix[] = "__builtin_";

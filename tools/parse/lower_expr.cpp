@@ -569,6 +569,9 @@ MNODE *LOWER::rvalue(const Expr *e) {
         initialise(m.name(s), e, e->getType());
         return m.name(s);
     }
+    case Stmt::ShuffleVectorExprClass: return shuffle(cast<ShuffleVectorExpr>(e));
+    case Stmt::ConvertVectorExprClass:
+        return m.node(SCONV, unqualified(e->getType()), rvalue(cast<ConvertVectorExpr>(e)->getSrcExpr()));
     case Stmt::AtomicExprClass: return atomic(cast<AtomicExpr>(e));
     case Stmt::SourceLocExprClass: {
         Expr::EvalResult v;

@@ -152,7 +152,8 @@ MNODE *LOWER::binary(const BinaryOperator *b) {
     case BO_LE:
     case BO_GT:
     case BO_GE:
-        if (b->getType()->isVectorType()) refuse(b->getBeginLoc(), "a comparison of vectors");
+        if (b->getType()->isVectorType())
+            return vector_comparison(b->getOpcode(), rvalue(b->getLHS()), rvalue(b->getRHS()), t);
         return comparison(b);
     case BO_Sub:
         if (b->getLHS()->getType()->isPointerType() && b->getRHS()->getType()->isPointerType()) {
