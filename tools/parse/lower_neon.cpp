@@ -19,8 +19,8 @@ namespace {
 
 // The codes of the front end: the kind of lane in the low bits, then unsigned, then 16 bytes.
 LANE_SHAPE shape_of_code(int64_t code, bool &is_poly) {
-    static const LANE lanes[] = {LANE_s8,   LANE_s16,  LANE_s32,  LANE_s64, LANE_u8,  LANE_u16,
-                                 LANE_u64,  LANE_none, LANE_none, LANE_f32, LANE_f64, LANE_none};
+    static const LANE lanes[] = {LANE_s8,  LANE_s16,  LANE_s32,  LANE_s64, LANE_u8,  LANE_u16,
+                                 LANE_u64, LANE_none, LANE_none, LANE_f32, LANE_f64, LANE_none};
     unsigned kind = unsigned(code & 15);
     LANE_SHAPE s;
     is_poly = kind >= 4 && kind <= 6;
@@ -50,10 +50,9 @@ bool begins(const std::string &s, const char *with) { return s.rfind(with, 0) ==
 // --- small trees on vectors ---
 
 TYPE *LOWER::vector_type(LANE_SHAPE s) {
-    CanQualType lanes[] = {ctx.SignedCharTy, ctx.UnsignedCharTy, ctx.ShortTy,
-                           ctx.UnsignedShortTy, ctx.IntTy, ctx.UnsignedIntTy,
-                           ctx.LongLongTy,   ctx.UnsignedLongLongTy, ctx.FloatTy,
-                           ctx.DoubleTy};
+    CanQualType lanes[] = {ctx.SignedCharTy, ctx.UnsignedCharTy, ctx.ShortTy,    ctx.UnsignedShortTy,
+                           ctx.IntTy,        ctx.UnsignedIntTy,  ctx.LongLongTy, ctx.UnsignedLongLongTy,
+                           ctx.FloatTy,      ctx.DoubleTy};
     TYPE *lane = type_of(lanes[s.lane]);
     return s.count ? m.package->mk_vector(lane, s.count) : lane;
 }
@@ -197,7 +196,8 @@ struct NEON_LOWER {
 // A row of the table whose result is the type that the code says.
 MNODE *NEON_LOWER::table_row() {
     if (is_poly) {
-        if (name == "vmul" || name == "vmulq") return done(l.intrinsic("__vmul_p", whole(), {vec(0), vec(1)}));
+        if (name == "vmul" || name == "vmulq")
+            return done(l.intrinsic("__vmul_p", whole(), {vec(0), vec(1)}));
         if (name == "vmull") {
             TYPE *wide = l.vector_type({LANE_u16, 8});
             return done(l.intrinsic("__vmul_lp", wide, {vec(0, LANE_u8), vec(1, LANE_u8)}));
@@ -231,7 +231,8 @@ MNODE *NEON_LOWER::table_row() {
                 int64_t v = constant(k);
                 if (!intrin_immediate_fits(f, k, v)) {
                     // lengthened and not shifted
-                    if (v == 0 && !strcmp(r.name, "__vshl_li")) return done(l.m.node(SCONV, whole(), operands[0]));
+                    if (v == 0 && !strcmp(r.name, "__vshl_li"))
+                        return done(l.m.node(SCONV, whole(), operands[0]));
                     l.refuse(e->getBeginLoc(), "the constant operand of " + name);
                 }
                 operands.push_back(l.icon(v, l.int_t()));
@@ -372,7 +373,8 @@ MNODE *NEON_LOWER::lanes() {
         MSYM *a = l.keep(vec(0), first), *b = l.keep(vec(1), first);
         std::vector<MNODE *> lanes;
         unsigned from = unsigned(constant(2)), n = type.count;
-        for (unsigned i = from; i < from + n; i++) lanes.push_back(i < n ? l.lane_of(a, i) : l.lane_of(b, i - n));
+        for (unsigned i = from; i < from + n; i++)
+            lanes.push_back(i < n ? l.lane_of(a, i) : l.lane_of(b, i - n));
         return done(l.pack_of(lanes, whole()));
     }
     return nullptr;
@@ -409,7 +411,10 @@ MNODE *NEON_LOWER::conversion() {
     if (scaled) rest = rest.substr(2);
     LANE_SHAPE reals{LANE_f32, type.count}, words = type;
     if (lane_bits(type.lane) != 32) return nullptr;
-    auto power = [&](int64_t by) { return l.m.node(VPACKM, l.vector_type(reals), l.float_constant(std::ldexp(1, int(by)), l.vector_type({LANE_f32, 0}))); };
+    auto power = [&](int64_t by) {
+        return l.m.node(VPACKM, l.vector_type(reals),
+                        l.float_constant(std::ldexp(1, int(by)), l.vector_type({LANE_f32, 0})));
+    };
     if (rest == "_f32") { // the code tells the integers
         MNODE *v = l.m.node(SCONV, l.vector_type(reals), vec(0, words.lane));
         if (scaled) v = l.m.node(MULT, v->type, v, power(-constant(1)));
@@ -454,8 +459,8 @@ MNODE *NEON_LOWER::lower() {
         if (type.lane == LANE_none || type.lane == LANE_f64) return nullptr;
     }
     MNODE *v = nullptr;
-    (v = lanes()) || (type.count && ((v = memory()) || (v = two_results()) || (v = shifts_in()) || (v = conversion()) ||
-                                     (v = table_look_up()) || (v = table_row())));
+    (v = lanes()) || (type.count && ((v = memory()) || (v = two_results()) || (v = shifts_in()) ||
+                                     (v = conversion()) || (v = table_look_up()) || (v = table_row())));
     return v;
 }
 
@@ -472,12 +477,14 @@ MNODE *LOWER::acle_call(const CallExpr *e, const std::string &name) {
     std::string what = name.substr(strlen("__builtin_arm_"));
     unsigned n = e->getNumArgs();
     auto arg = [&](unsigned i) { return rvalue(e->getArg(i)); };
-    auto constant = [&](unsigned i) { return icon(e->getArg(i)->EvaluateKnownConstInt(ctx).getExtValue(), int_t()); };
+    auto constant = [&](unsigned i) {
+        return icon(e->getArg(i)->EvaluateKnownConstInt(ctx).getExtValue(), int_t());
+    };
     TYPE *result = e->getType()->isVoidType() ? void_t() : unqualified(e->getType());
     auto zero = [&] { return icon(0, int_t()); };
     if (what == "dmb" || what == "dsb" || what == "isb") return barrier();
-    if (what == "nop" || what == "yield" || what == "wfe" || what == "wfi" || what == "sev" || what == "sevl" ||
-        what == "dbg" || what == "prefetch")
+    if (what == "nop" || what == "yield" || what == "wfe" || what == "wfi" || what == "sev" ||
+        what == "sevl" || what == "dbg" || what == "prefetch")
         return nullptr;
     if (what == "ssat") return convert(intrinsic("_ssatl", int_t(), {arg(0), zero(), constant(1)}), result);
     if (what == "usat") return convert(intrinsic("_usatl", uint_t(), {arg(0), zero(), constant(1)}), result);
@@ -501,7 +508,8 @@ MNODE *LOWER::acle_call(const CallExpr *e, const std::string &name) {
             std::rotate(operands.begin(), operands.end() - 1, operands.end());
         if (operands.size() != f.n) return nullptr;
         TYPE *t = vector_type({f.result.lane, 0});
-        for (unsigned k = 0; k < f.n; k++) operands[k] = convert(operands[k], vector_type({f.operand[k].lane, 0}));
+        for (unsigned k = 0; k < f.n; k++)
+            operands[k] = convert(operands[k], vector_type({f.operand[k].lane, 0}));
         return convert(intrinsic(r.name, t, operands), result);
     }
     return nullptr;
