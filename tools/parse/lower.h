@@ -139,7 +139,8 @@ class LOWER {
     TYPE *char_t() { return type_of(ctx.CharTy); }
     TYPE *void_t() { return m.package->void_type(); }
     TYPE *pointer_to(TYPE *t) { return m.package->mk_ptr(t); }
-    bool is_record(clang::QualType t) { return t->isRecordType(); }
+    // What lies in memory and is copied whole: records, and vectors that no register holds.
+    bool is_record(clang::QualType t) { return t->isRecordType() || is_wide_vector(t); }
     bool returns_record(const clang::FunctionType *f) { return is_record(f->getReturnType()); }
     uint64_t size_of(clang::QualType t) { return uint64_t(ctx.getTypeSizeInChars(t).getQuantity()); }
 
@@ -248,6 +249,15 @@ class LOWER {
     MNODE *lane_of(MSYM *v, unsigned i);
     MNODE *pack_of(const std::vector<MNODE *> &lanes, TYPE *type);
     MNODE *intrinsic(const char *name, TYPE *result, const std::vector<MNODE *> &operands);
+    // lower_wide.cpp
+    friend struct WIDE_LOWER;
+    bool is_wide_vector(clang::QualType);
+    TYPE *wide_vector_type(const clang::VectorType *);
+    MNODE *wide_vector_value(const clang::Expr *);
+    MNODE *vector_rearranged(const clang::Expr *);
+    void refuse_uneven_shift(const clang::BinaryOperator *);
+    void initialise_wide_vector(MNODE *lvalue, const clang::InitListExpr *, clang::QualType);
+    MNODE *wide_vector_lane(const clang::ArraySubscriptExpr *, TYPE *);
     MNODE *unary(const clang::UnaryOperator *);
     MNODE *increment(const clang::UnaryOperator *);
     MNODE *binary(const clang::BinaryOperator *);

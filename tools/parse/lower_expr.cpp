@@ -337,6 +337,7 @@ MNODE *LOWER::lvalue(const Expr *e) {
     }
     case Stmt::ArraySubscriptExprClass: {
         auto *a = cast<ArraySubscriptExpr>(e);
+        if (is_wide_vector(a->getBase()->getType())) return wide_vector_lane(a, type);
         if (a->getBase()->getType()->isVectorType())
             return m.node(VFIELD, type, lvalue(a->getBase()), rvalue(a->getIdx()));
         MNODE *p = pointer_arithmetic(rvalue(a->getBase()), a->getIdx(), a->getType(), false);
@@ -388,6 +389,8 @@ MNODE *LOWER::record_value(const Expr *e) {
     e = e->IgnoreParens();
     TYPE *type = unqualified(e->getType());
     if (e->isGLValue()) return lvalue(e);
+    if (is_wide_vector(e->getType()))
+        if (MNODE *v = wide_vector_value(e)) return v;
     switch (e->getStmtClass()) {
     case Stmt::CallExprClass: {
         MNODE *v = call(cast<CallExpr>(e));
@@ -569,8 +572,11 @@ MNODE *LOWER::rvalue(const Expr *e) {
         initialise(m.name(s), e, e->getType());
         return m.name(s);
     }
-    case Stmt::ShuffleVectorExprClass: return shuffle(cast<ShuffleVectorExpr>(e));
+    case Stmt::ShuffleVectorExprClass:
+        if (is_wide_vector(cast<ShuffleVectorExpr>(e)->getExpr(0)->getType())) return vector_rearranged(e);
+        return shuffle(cast<ShuffleVectorExpr>(e));
     case Stmt::ConvertVectorExprClass:
+        if (is_wide_vector(cast<ConvertVectorExpr>(e)->getSrcExpr()->getType())) return vector_rearranged(e);
         return m.node(SCONV, unqualified(e->getType()), rvalue(cast<ConvertVectorExpr>(e)->getSrcExpr()));
     case Stmt::AtomicExprClass: return atomic(cast<AtomicExpr>(e));
     case Stmt::SourceLocExprClass: {

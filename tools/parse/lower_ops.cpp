@@ -182,6 +182,7 @@ MNODE *LOWER::binary(const BinaryOperator *b) {
     if (t->is_complex())
         return complex_binary(opcode_for(b->getOpcode(), t), t, rvalue(without_complex_cast(b->getLHS())),
                               rvalue(without_complex_cast(b->getRHS())));
+    if (b->isShiftOp()) refuse_uneven_shift(b);
     MNODE *l = rvalue(b->getLHS()), *r = rvalue(b->isShiftOp() ? without_splat(b->getRHS()) : b->getRHS());
     if (b->isShiftOp() && !r->type->is_vector()) r = convert(r, int_t());
     return m.node(opcode_for(b->getOpcode(), t), t, l, r);
@@ -239,6 +240,7 @@ MNODE *LOWER::compound_assignment(const CompoundAssignOperator *b) {
         if (MNODE *v = atomic_update(b->getLHS(), kind, bytes, false)) return v;
         return m.node(kind == BO_Add ? PLUSASG : MINUSASG, left_t, lvalue(b->getLHS()), bytes);
     }
+    if (b->isShiftAssignOp()) refuse_uneven_shift(b);
     TYPE *work = unqualified(b->getComputationLHSType());
     MNODE *right = rvalue(work->is_complex()     ? without_complex_cast(b->getRHS())
                           : b->isShiftAssignOp() ? without_splat(b->getRHS())

@@ -679,6 +679,7 @@ void LOWER::initialise(MNODE *lv, const Expr *init, QualType q) {
     if (list && list->isTransparent()) return initialise(lv, list->getInit(0), q);
     if (list && q->isArrayType() && list->isStringLiteralInit()) return initialise(lv, list->getInit(0), q);
     if (list && (q->isArrayType() || q->isRecordType())) return initialise_aggregate(lv, list, q, false);
+    if (list && is_wide_vector(q)) return initialise_wide_vector(lv, list, q);
     if (list && q->isVectorType()) {
         MNODE *args = nullptr;
         TYPE *part = unqualified(q->castAs<VectorType>()->getElementType());

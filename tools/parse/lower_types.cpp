@@ -67,8 +67,8 @@ TYPE *LOWER::type_of(QualType q) {
         t = p->mk_array_full(type_of(va->getElementType()), false, 0, false, false, 0,
                              uint32_t(ctx.getTypeAlign(va->getElementType())));
     } else if (auto *v = dyn_cast<VectorType>(ty)) {
-        if (ctx.getTypeSize(ty) > 128) refuse(SourceLocation(), "a vector of more than 16 bytes");
-        t = p->mk_vector(type_of(v->getElementType()), v->getNumElements());
+        if (is_wide_vector(QualType(ty, 0))) t = wide_vector_type(v);
+        else t = p->mk_vector(type_of(v->getElementType()), v->getNumElements());
     } else if (auto *f = dyn_cast<clang::FunctionType>(ty)) {
         t = function_type(f, SourceLocation());
     } else if (auto *r = dyn_cast<RecordType>(ty)) {
