@@ -1,5 +1,6 @@
 // arm_acle.h: two halves and four bytes of a word at once, products of halves, saturation to any width.
 // options: -mfpu=neon -march=armv7-a
+// host: no
 #include <arm_acle.h>
 #include <stdint.h>
 #include <stdio.h>

@@ -1,5 +1,6 @@
 // Vectors of double words and of one lane, checksums, hashes and prefix sums by shifts of whole vectors.
 // options: -mfpu=neon
+// host: no
 #include <arm_neon.h>
 #include <stdio.h>
 

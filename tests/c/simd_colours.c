@@ -1,5 +1,6 @@
 // Colours: pixels of three bytes to luminance and to 16 bits and back, blended with a mask; against plain C.
 // options: -mfpu=neon
+// host: no
 #include <arm_neon.h>
 #include <stdio.h>
 

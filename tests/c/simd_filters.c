@@ -1,5 +1,6 @@
 // Filters: a symmetric one over 16-bit samples, a running one over floats, a median of bytes, a 3x3 blur.
 // options: -mfpu=neon
+// host: no
 #include <arm_neon.h>
 #include <stdio.h>
 

@@ -1,6 +1,7 @@
 // Interleaved loads and stores of two to four vectors, single lanes and copies of one element; pointers that are not
 // aligned to vectors.
 // options: -mfpu=neon
+// host: no
 #include <arm_neon.h>
 #include <stdio.h>
 

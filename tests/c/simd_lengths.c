@@ -1,5 +1,6 @@
 // Operations that double or halve the lanes: long and wide sums and products, neighbours added, high halves.
 // options: -mfpu=neon
+// host: no
 #include <arm_neon.h>
 #include <stdio.h>
 

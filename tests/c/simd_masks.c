@@ -1,5 +1,6 @@
 // Comparisons, selections and bit operations: masks of vectors of every width.
 // options: -mfpu=neon
+// host: no
 #include <arm_neon.h>
 #include <stdio.h>
 

@@ -1,5 +1,6 @@
 // 4x4 matrices of floats: products by lanes, transposition, inverse by estimates and Newton steps, dot products.
 // options: -mfpu=neon
+// host: no
 #include <arm_neon.h>
 #include <stdio.h>
 

@@ -1,5 +1,6 @@
 // A sound mixer: gains in fixed point, saturation, interleaved channels, fades; in vectors and in plain C.
 // options: -mfpu=neon
+// host: no
 #include <arm_neon.h>
 #include <stdio.h>
 

@@ -1,5 +1,6 @@
 // Saturating sums, differences, shifts and narrowings of arm_neon.h at the edges of their types.
 // options: -mfpu=neon
+// host: no
 #include <arm_neon.h>
 #include <stdio.h>
 

@@ -1,5 +1,6 @@
 // Lanes moved about: extraction, transposition, zips, reversal, tables of bytes, duplicated lanes, halves joined.
 // options: -mfpu=neon
+// host: no
 #include <arm_neon.h>
 #include <stdio.h>
 

@@ -1,4 +1,5 @@
 // Vectors of the language of 32 and 64 bytes: operators, copies, members, parameters and results, conversions.
+// host: no
 #include <stdio.h>
 
 typedef int I8 __attribute__((vector_size(32)));
