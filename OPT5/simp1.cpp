@@ -530,6 +530,7 @@ void peel_right_side(NODE *n) {
 } // namespace
 
 NODE *peel_for_effect(NODE *tree) {
+    if (tree && is_pure_shell(tree) && !RULE("a value that nobody uses -> its effects")) return tree;
     NODE *effects = nullptr;
     auto keep = [&](NODE *n) { effects = effects ? mk_COMMAOP(effects, n) : n; };
     walk_stack<NODE *> todo;
