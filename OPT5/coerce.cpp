@@ -434,8 +434,7 @@ bool narrow_operand(NODE *n) {
 
 // One step on an integer conversion in place: whether it changed.
 bool simplify_in_place(NODE *n, struct LOOP *loop) {
-    return drop_conversion_between(n) || cut_constant_term(n) || widen_operand_of_sum(n, loop) ||
-           drop_shift_pair(n);
+    return drop_conversion_between(n) || cut_constant_term(n) || widen_operand_of_sum(n, loop);
 }
 
 // Whether the whole conversion can go, the type of the operand being good enough for any place.
@@ -483,6 +482,7 @@ NODE *simp_SCONV(NODE *n, struct LOOP *loop) {
             if (drop_conversion_between(n)) continue;
             return n;
         }
+        if (drop_shift_pair(n)) continue;
         if (!masked) {
             masked = true;
             if (narrow_operand(n)) continue;

@@ -672,18 +672,22 @@ STEP set_in_XORB(NODE *&n, struct LOOP *loop) {
     return done(n, as_type(t, simp_node(x, loop), loop));
 }
 
-// ((u | e) & d) | c  ->  (u & (d & ~k)) | k        k = (e & d) | c
+// ((u | e) & d) | c  ->  (u & (d & ~k)) | k        k = (e & d) | c; u | e not wider than the mask
 STEP set_in_masked_ORB(NODE *&n, struct LOOP *loop) {
     NODE *mask = n->left;
     if (!is_ICON_in(n->right) || mask->op != ANDB || !same_ring(mask, n) || !is_ICON_in(mask->right))
         return NO_STEP;
     NODE *orb = mask->left;
-    if (orb->op != ORB || !same_ring(orb, n) || !is_ICON_in(orb->right)) return NO_STEP;
-    TYPE *t = n->type;
-    uint64_t d = bits_of(mask->right, t), k = (bits_of(orb->right, t) & d) | bits_of(n->right, t);
+    if (orb->op != ORB || !is_ring(orb->type) || orb->type->size > n->type->size || !is_ICON_in(orb->right) ||
+        !is_ring(orb->left->type))
+        return NO_STEP;
+    TYPE *t = n->type, *narrow = orb->type;
+    // u | e is extended by its sign: so are both
+    uint64_t e = truncate_to_type(orb->right->u.lval, narrow).to_uint64() & mask_of(t);
+    uint64_t d = bits_of(mask->right, t), k = (e & d) | bits_of(n->right, t);
     if ((d & ~k) == 0 || !RULE("ORB: ((u | e) & d) | c -> (u & (d & ~k)) | k, k = (e & d) | c"))
         return NO_STEP;
-    mask->left = take_left(orb);
+    mask->left = as_type(narrow, take_left(orb), loop);
     set_ICON(mask->right, d & ~k, mask->type);
     set_ICON(n->right, k, t);
     n->left = simp_node(mask, loop);

@@ -149,7 +149,7 @@ NODE *pointer_leaf(int) { return mk_NAME(world().to_object); }
 } // namespace
 
 TEST(shapes_cond, long_chains_take_no_square_time_and_no_stack) {
-    constexpr int LENGTH = 20000;
+    constexpr int LENGTH = 8000;
     for (int op : {ANDAND, OROR, QUEST, EQ, ANDB, ORB})
         for (bool left : {true, false})
             for (auto leaf : {value_leaf, test_leaf, zero_leaf, pointer_leaf}) {

@@ -5,6 +5,7 @@
 #include "OPT5/ddloop.h"
 #include "OPT5/flags.h"
 #include "OPT5/icternary.h"
+#include "OPT5/simp3.h"
 #include "OPT5/typefacts.h"
 #include "support/fps_text.h"
 #include "tests/unit/OPT5/trees_world.h"
@@ -49,6 +50,26 @@ struct conversions : trees_world {
         return text(simp_PCONV(U(PCONV, n, to), l));
     }
 };
+
+// Leaves that stand for any value; variables of short enums.
+TEST_F(conversions, of_leaves) {
+    auto mix = [&](TYPE *type, size_t number) {
+        NODE *n = maketree(MIXVALUE, nullptr, nullptr, type, nullptr);
+        n->u.rval = reinterpret_cast<void *>(number);
+        return n;
+    };
+    EXPECT_EQ(text(simp_SCONV(U(SCONV, mix(i, 0), c), nullptr)), "MIXVALUE:[ExplSign] char()");
+    EXPECT_EQ(text(simp_SCONV(U(SCONV, mix(i, 7), c), nullptr)), "SCONV:[ExplSign] char(MIXVALUE:int())");
+    EXPECT_EQ(pconv(bptr, mix(ptr, 1)), "MIXVALUE:unsigned char *()");
+    EXPECT_EQ(text(make_boolean(mix(i, 1), nullptr)), "MIXVALUE:int()");
+    TYPE *brief = tp->mk_enum("brief", uc, 8, 8, false), *loud = tp->mk_enum("loud", u, 32, 32, false);
+    for (TYPE *type : {brief, loud}) tp->type_frozen(type);
+    NODE *e = simp_SCONV(U(SCONV, V("e1", brief), i), nullptr);
+    EXPECT_EQ(shape(e), "e1");
+    EXPECT_EQ(e->type, uc);
+    erase_tree(e);
+    EXPECT_EQ(text(simp_SCONV(U(SCONV, V("e2", loud), i), nullptr)), "SCONV:int(e2)"); // of the other sign
+}
 
 TEST_F(conversions, coercion) {
     auto to = [this](TYPE *type, NODE *n) { return text(coerce_to_type(type, n)); };
