@@ -14,6 +14,7 @@
 #include "OPT5/tree.h"
 #include "OPT5/treewalk.h"
 #include "support/fatal.h"
+#include "support/fps_text.h"
 
 // --- values in types ---
 
@@ -492,7 +493,16 @@ NODE *fold_constant_node(NODE *n) {
 
 NODE *fold_constants(NODE *tree) { return rewrite_tree(tree, fold_constant_node); }
 
-// --- literals ---
+// --- texts ---
+
+std::string fval2text(const simul_fval *v, const TYPE *type) {
+    std::string text = f_ftoa_text("%g", v);
+    if (text.find_first_not_of("+-0123456789") == std::string::npos) text += ".0";
+    if (text[0] == '+') text.erase(0, 1);
+    if (type->is_float()) text += 'F';
+    else if (type->is_ldouble()) text += 'L';
+    return text;
+}
 
 std::string normalize_fcon(const char *text, int length) {
     const char *p = text, *end = text + length;

@@ -40,6 +40,9 @@ void truncate_fval_to_target(simul_fval *v, TYPE *type);
 // done, when there is no such constant: the value is out of the integer's range, or a NaN, or overflows.
 bool convert_constant(NODE *constant, TYPE *type);
 
+// A value for people: "0.5", "1.0F", "1e+30", with the suffix of its type (F of float, L of long double).
+std::string fval2text(const simul_fval *v, const TYPE *type);
+
 // The text of a floating literal in canonical form: "-" where it is negative, one digit, point, digits, "e" and the
 // exponent; no zeros that say nothing ("012.50f" is "1.25e1"). A zero is "0.0" or "-0.0". Text that is no decimal
 // number comes back as it is.

@@ -241,6 +241,9 @@ TEST_F(fold, literals_have_one_form) {
     } rows[] = {{"012.50f", "1.25e1"}, {"0.00120", "1.2e-3"}, {"-1", "-1.0e0"}, {"100.e3", "1.0e5"},
                 {"-0.000e7", "-0.0"},  {".5L", "5.0e-1"},     {"nan", "nan"},   {"0x1p3", "0x1p3"}};
     for (auto [text, normal] : rows) EXPECT_EQ(normalize_fcon(text, int(strlen(text))), normal);
+    EXPECT_EQ(fval2text(&one, flt), "1.0F");
+    EXPECT_EQ(fval2text(&one_half, dbl), "0.5");
+    EXPECT_EQ(fval2text(&neg_zero, tp->basic[BT_ldouble]), "-0.0L");
 }
 
 } // namespace
