@@ -77,6 +77,7 @@ ql COMMAND [ARGUMENT...]
   faults [FAULT...]   plant faults in a copy of the sources: which judge catches each
   coverage            rewrites that never happen on the corpus
   bench [KERNEL...]   quality of optimized code, cost of optimizing
+  sanitize            the fast tests in a build with sanitizers
   fuzz-reader [--minutes N]   hunt for files that break the reader
   format [--check]    lay out the sources, or tell which are not
   install             install what building, testing and fuzzing need

@@ -313,8 +313,9 @@ struct FUNCTION {
         case 1: return m.node(pr.chance(50) ? EQ : NEQ, pr.sint, name(ptr), pointer(depth - 1));
         default: {
             TYPE *t = any_int();
-            return m.node((t->is_signed() ? ints : unsigneds)[pr.pick(6)], pr.sint,
-                          value_of(lvalue(depth - 1), t), integer(t, depth - 1));
+            const int *relations = t->is_signed() ? ints : unsigneds;
+            return m.node(relations[pr.pick(6)], pr.sint, value_of(lvalue(depth - 1), t),
+                          integer(t, depth - 1));
         }
         }
     }
