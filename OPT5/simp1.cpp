@@ -516,13 +516,14 @@ bool is_pure_shell(NODE *n) {
 
 constexpr int PEEL_DEPTH_CAP = 32; // && and || in right sides of one another
 
-// a && (f() + 1)  ->  a && f()         nobody uses the value; the right side has an effect
+// a && (f() + 1)  ->  a && f()         nobody uses the value; without a right side when it did nothing (x = x)
 void peel_right_side(NODE *n) {
     static int depth = 0;
     if (depth >= PEEL_DEPTH_CAP || !is_pure_shell(n->right)) return;
     depth++;
     n->right = peel_for_effect(n->right);
     depth--;
+    if (!n->right) return;
     if (!is_int_type(n->right->type) && !n->right->type->is_ptr())
         n->right = mk_COMMAOP(n->right, mk_ICON(INT65(0), tp->int_type()));
 }
@@ -540,7 +541,13 @@ NODE *peel_for_effect(NODE *tree) {
         bool conditional = n->op == ANDAND || n->op == OROR || n->op == QUEST;
         if (conditional && tree_has_side_effects(n->right)) {
             if (n->op != QUEST) peel_right_side(n);
-            keep(n);
+            if (n->right) {
+                keep(n);
+                continue;
+            }
+            todo.push(n->left);
+            n->left = nullptr;
+            erase_node(n);
             continue;
         }
         if (!is_pure_shell(n)) {

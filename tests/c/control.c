@@ -192,5 +192,7 @@ int main(void) {
     printf("%d %d %d\n", machine("abab(aax)ba"), machine("aab(a"), machine("(x)a"));
     printf("%d%d%d%d\n", wide(0x100000000LL), wide(-1), wide(0), wide(0xFFFFFFFF));
     printf("%d %d\n", constants(2), constants(-1));
+    int same = volatile_parameter(3, 5);
+    if ((calls && (same = same)) < 2) printf("%d\n", same); // decided, and the right side does nothing
     return 0;
 }
