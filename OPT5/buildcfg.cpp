@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "OPT5/bbutils.h"
+#include "OPT5/branchhint.h"
 #include "OPT5/cfg.h"
 #include "OPT5/dominator.h"
 #include "OPT5/funinfo.h"
@@ -404,6 +405,8 @@ void convert_CBRANCHes(LIST *statements) {
         }
         t->op = IF;
         t->right = maketree(COMMA, mk_LABELREF_to_label(next, t->scope), t->right, tp->void_type(), t->scope);
+        set_hint_of_IF(t, t->branch_hint);
+        t->branch_hint = 0;
     }
 }
 

@@ -6,6 +6,7 @@
 
 #include "OPT5/bbutils.h"
 #include "OPT5/bif.h"
+#include "OPT5/branchhint.h"
 #include "OPT5/cfg.h"
 #include "OPT5/funinfo.h"
 #include "OPT5/mdbase.h"
@@ -758,6 +759,7 @@ NODE *clean_node(NODE *n) {
         relax_argument_conversions(&n->right);
         wrap_arguments(n, &n->right);
         return n;
+    case CBRANCH: convert_CBRANCH_with_builtin_expect(n); return n;
     case LOOP: return clean_LOOP(n);
     case ENDLOOP: return clean_ENDLOOP(n);
     case SCONV: return clean_SCONV(n);

@@ -5,6 +5,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "OPT5/branchhint.h"
 #include "OPT5/cfg.h"
 #include "OPT5/funinfo.h"
 #include "OPT5/scopes.h"
@@ -160,6 +161,9 @@ void SEQUENCER::branch_over(LIST *s, NODE *condition, NODE *then, NODE *otherwis
     LBL *at_end = otherwise ? mklabel(0, nullptr, nullptr) : nullptr;
     NODE *labels = maketree(COMMA, mk_LABELREF_to_label(at_then, scope), mk_LABELREF_to_label(at_else, scope),
                             tp->void_type(), scope);
+    int hint = take_builtin_expect(condition);
+    NODE *branch = maketree(IF, condition, labels, tp->void_type(), scope);
+    set_hint_of_IF(branch, hint);
     // the last one first
     if (otherwise) {
         later(mk_definition(at_end, scope), s);
@@ -170,7 +174,7 @@ void SEQUENCER::branch_over(LIST *s, NODE *condition, NODE *then, NODE *otherwis
         later(maketree(BRANCH, mk_LABELREF_to_label(at_end, scope), nullptr, tp->void_type(), scope), s);
     if (then) later(then, s);
     later(mk_definition(at_then, scope), s);
-    later(maketree(IF, condition, labels, tp->void_type(), scope), s);
+    later(branch, s);
 }
 
 // Opens a statement whose outermost operator only decides what is done; true when `s` has been replaced.
@@ -229,10 +233,16 @@ bool SEQUENCER::open_condition(LIST *s) {
                                         labels->type, scope)
                              : maketree(COMMA, copy_tree(labels->left), mk_LABELREF_to_label(between, scope),
                                         labels->type, scope);
+    NODE *first = maketree(IF, c->left, first_labels, t->type, scope);
+    // Where both are likely true, each is; where either is unlikely true, each is. The rest says nothing of one.
+    int hint = hint_of_IF(t);
+    if ((hint > 0) != (c->op == ANDAND)) hint = 0;
+    set_hint_of_IF(first, hint);
+    set_hint_of_IF(t, hint);
     t->left = c->right;
     todo_.push_back(s); // the second test, in the statement as it was
     later(mk_definition(between, scope), s);
-    later(maketree(IF, c->left, first_labels, t->type, scope), s);
+    later(first, s);
     c->left = c->right = nullptr;
     erase_node(c);
     return true;

@@ -918,6 +918,7 @@ NODE *simp_IF(NODE *node, struct LOOP *loop) {
     if (!is_ICON(node->left) || !labels || labels->op != COMMA || leads_to_block(labels->left)) return node;
     if (!RULE("IF: c, L1, L2 -> BRANCH")) return node;
     NODE *label = node->left->u.lval.is_zero() ? detach(labels->right) : detach(labels->left);
+    label->branch_hint = 0;
     NODE *branch = maketree(BRANCH, label, nullptr, tp->void_type(), node->scope);
     branch->set_edge_profile_value(node->get_edge_profile_value());
     erase_tree(node);

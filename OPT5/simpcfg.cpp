@@ -173,6 +173,7 @@ struct TRANSFER {
 void become_branch(TRANSFER &t, NODE *ref) {
     NODE *old = t.tree();
     NODE *branch = maketree(BRANCH, copy_tree(ref), nullptr, tp->void_type(), old->scope);
+    branch->left->branch_hint = 0;
     NODE *test = old->left;
     old->left = nullptr;
     erase_tree(old);

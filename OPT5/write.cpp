@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "OPT5/bbutils.h"
+#include "OPT5/branchhint.h"
 #include "OPT5/casts.h"
 #include "OPT5/cfg.h"
 #include "OPT5/congruent.h"
@@ -222,15 +223,19 @@ void BLOCK_WRITER::lower_IF(LIST *s, const BBLK *next) {
     NODE *if_true = labels->left, *if_false = labels->right;
     const BBLK *T = if_true->label->block, *F = if_false->label->block;
     if (F == next || (T != next && F->dfn > T->dfn)) {
+        std::swap(labels->left, labels->right);
         std::swap(if_true, if_false);
         t->left = inverted_condition(t->left);
     }
     // p  ->  p != 0      p a pointer
     if (t->left->type->is_ptr() || t->left->type->is_ref()) t->left = make_boolean(t->left, nullptr);
+    int hint = hint_of_IF(t);
     labels->left = labels->right = nullptr;
     dropped.push_back(labels);
     t->op = CBRANCH;
     t->right = if_false;
+    t->branch_hint = int8_t(hint);
+    revert_CBRANCH_with_builtin_expect(t);
     insert_branch(s, if_true);
 }
 

@@ -63,7 +63,26 @@ static _Complex double steps(void) {
     return ++c * d;
 }
 
+// What is expected, in both senses, of tests of every kind, on straight ways and around loops.
+static int expected(int a, unsigned char c, long long w, float x, int *p) {
+    int r = 0;
+    if (__builtin_expect(a > 3, 0)) r += 1;
+    if (__builtin_expect(!!(a & 4), 1)) r += 2;
+    if (!__builtin_expect(c, 1)) r += 4;
+    if (__builtin_expect(w != 5, 1) && __builtin_expect(x > 1, 0)) r += 8;
+    if (__builtin_expect(a, 7) == 7) r += 16;
+    if (__builtin_expect(w, 0) || __builtin_expect(x, 1)) r += 32;
+    __builtin_expect(a == 4, 1) ? (r += 64) : (r += p != 0);
+    while (__builtin_expect(r > 100, 0)) r -= 30;
+    do r += 3;
+    while (__builtin_expect(r < 60, 1));
+    if (__builtin_expect(p != 0, 1)) r += *p;
+    else r -= 1;
+    return r;
+}
+
 int main(void) {
+    printf("%d %d %d\n", expected(4, 1, 5, 2, &(int){3}), expected(7, 0, 6, 0, 0), expected(0, 9, 0, 0.5f, 0));
     printf("%d %d %d %d %d %d\n", run((unsigned char[]){0, 1, 2, 0, 0, 1, 3}, 4), two(1), two(0), h(0), k(0), h((int[]){7}));
     printf("%d %d\n", loops(), flexible());
     printf("%d\n", forced(5));

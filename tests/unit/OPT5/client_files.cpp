@@ -374,6 +374,37 @@ TEST(client_files, a_test_of_a_pointer_is_written_as_a_test_for_zero) {
     EXPECT_NE(text.find("CBRANCH<void>(EXCLAIM<int>(NAME<int *> _q#3@0), LABEL"), std::string::npos) << text;
 }
 
+// A label takes the hint along: where the layout turns a branch round, what is expected of its test turns too.
+TEST(client_files, what_is_expected_of_a_branch_turns_with_it) {
+    for (int most : {0, 1}) {
+        std::string text = body([most](INPUT &in) {
+            auto expect = [&in, most](BASE_NODE *test) {
+                T_NODE *n = in.node(ICALL, in.i, in.node(COMMA, in.v, test, in.icon(most, in.i)));
+                n->text = "__builtin_expect";
+                return n;
+            };
+            in.head();
+            in.st(in.cbranch(expect(in.node(GT, in.i, in.name(in.g), in.icon(3, in.i))), 3));
+            in.st(in.set(2));
+            in.lab(3);
+            in.lab(1);
+            in.st(in.set(1));
+            in.st(in.cbranch(expect(in.node(LT, in.i, in.name(in.g), in.icon(5, in.i))), 2));
+            in.st(in.branch(1));
+            in.lab(2);
+            in.st(in.ret());
+            in.control_(I_EF);
+        });
+        auto written = [&text](const char *test, int value) {
+            size_t at = text.find(test);
+            std::string tail = at == std::string::npos ? "" : text.substr(at, text.find('\n', at) - at);
+            EXPECT_NE(tail.find(value ? "ICON<long>[1 " : "ICON<long>)"), std::string::npos) << text;
+        };
+        written("GE<int>(NAME<int> _g#1@0, ICON<int>[4", most);
+        written("GE<int>(NAME<int> _g#1@0, ICON<int>[5", 1 - most);
+    }
+}
+
 TEST(client_files, texts_keep_their_places_and_the_optimizers_own_comments_go) {
     std::string bytes = run([](INPUT &in) {
         in.step([](I_FILE &file) {

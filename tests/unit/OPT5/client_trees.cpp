@@ -1,5 +1,6 @@
 // Trees of a file: which are refused, what becomes of the others on reading, and what of all of them on writing.
 #include "OPT5/bif.h"
+#include "OPT5/branchhint.h"
 #include "OPT5/pragma.h"
 #include "OPT5/read.h"
 #include "OPT5/readexpr.h"
@@ -247,6 +248,53 @@ TEST_F(client_trees, a_profile_value_moves_to_what_it_counts) {
     NODE *tree = clean(value);
     EXPECT_EQ(shape(tree), "ASG(NAME x, ICON 1)");
     EXPECT_EQ(tree->get_edge_profile_value(), 77u);
+}
+
+// What the built-in says turns with each negation, and its conversion counts where bits would be lost.
+TEST_F(client_trees, an_expectation_leaves_its_test_and_comes_back) {
+    auto expect = [&](NODE *value, int most) {
+        return icall(ICALL, "__builtin_expect", args({value, I(most)}));
+    };
+    auto widened = [&](NODE *n) { return U(SCONV, n, i); };
+    SYMTAB *w = symbol("w", ll), *b = symbol("b", c), *d = symbol("d", flt);
+    const std::string x = "NAME x", longer = "SCONV(NAME w)";
+    struct {
+        NODE *test;
+        std::string inside;
+        int hint;
+    } rows[] = {
+        {N("x"), x, 0},
+        {expect(N("x"), 1), x, 1},
+        {expect(N("x"), 0), x, -1},
+        {expect(N("x"), -7), x, 1},
+        {U(EXCLAIM, expect(N("x"), 1)), "EXCLAIM(NAME x)", -1},
+        {U(EXCLAIM, U(EXCLAIM, expect(N("x"), 0))), "EXCLAIM(EXCLAIM(NAME x))", -1},
+        {B(EQ, expect(N("x"), 7), I(7)), "EQ(NAME x, ICON 7)", 1},
+        {B(EQ, expect(N("x"), 7), I(0)), "EQ(NAME x, ICON 0)", -1},
+        {B(NEQ, expect(N("x"), 7), I(7)), "NEQ(NAME x, ICON 7)", -1},
+        {U(EXCLAIM, B(NEQ, expect(N("x"), 0), I(0))), "EXCLAIM(NEQ(NAME x, ICON 0))", 1},
+        {expect(widened(B(GT, N("x"), I(3))), 0), "GT(NAME x, ICON 3)", -1},
+        {expect(widened(N(b)), 1), "NAME b", 1},
+        {B(EQ, expect(widened(N(b)), 1), I(1)), "EQ(SCONV(NAME b), ICON 1)", 1},
+        {expect(N(w), 1), longer, 1},
+        {expect(widened(N(w)), 1), longer, 1},
+        {expect(N(d), 1), "SCONV(NAME d)", 1}, // 0.5 is none
+        {icall(ICALL, "__builtin_expect", args({N("x"), N("x")})),
+         "ICALL __builtin_expect(COMMA(NAME x, NAME x))", 0},
+    };
+    for (auto &row : rows) {
+        NODE *branch = clean(root(CBRANCH, row.test, label(1)));
+        EXPECT_EQ(shape(branch->left), row.inside);
+        EXPECT_EQ(branch->branch_hint, row.hint) << row.inside;
+        revert_CBRANCH_with_builtin_expect(branch);
+        const NODE *back = branch->left, *most = back->op == ICALL ? back->left->right : nullptr;
+        int said = !most || most->op != ICON ? 0 : most->u.lval.is_zero() ? -1 : 1;
+        EXPECT_EQ(said, row.hint) << shape(back);
+        NODE *again = clean(branch);
+        EXPECT_EQ(shape(again->left), row.inside);
+        EXPECT_EQ(again->branch_hint, row.hint) << row.inside;
+        erase_tree(again);
+    }
 }
 
 TEST_F(client_trees, enum_types_give_way_and_missing_types_are_filled) {
