@@ -17,6 +17,8 @@
 #include "OPT5/funinfo.h"
 #include "OPT5/ipcp.h"
 #include "OPT5/icalls.h"
+#include "OPT5/mvpbeta.h"
+#include "OPT5/mvpip.h"
 #include "OPT5/pragma.h"
 #include "OPT5/profile.h"
 #include "OPT5/readexpr.h"
@@ -348,7 +350,8 @@ struct OPT_CLIENT final : IF_CLIENT {
         output_index = 0;
         currfuninfo->args_psn = currfuninfo->locals_psn = psn;
         reading.blocks.back().first = currfuninfo->symbols;
-        beta_parms();
+        if (do_beta_MVP) beta_parms_using_mvp_ip();
+        else beta_parms();
         for (SYMTAB *s = currfuninfo->symbols; s; s = s->next) find_or_make_PTR_entry(s);
         lex++;
         reading.phase = LOCALS;
@@ -477,6 +480,7 @@ struct OPT_CLIENT final : IF_CLIENT {
         build_function();
         currfuninfo->per_call.assign(unique_call_index + 1, 0);
         init_ipcp_for_fun();
+        if (do_IP_MVP) init_IP_MVP_for_current_function();
         currfunc = nullptr;
         currfuninfo = nullptr;
     }

@@ -5,11 +5,15 @@
 #include <unordered_set>
 #include <vector>
 
+#include "OPT5/bbutils.h"
 #include "OPT5/branchhint.h"
 #include "OPT5/cfg.h"
+#include "OPT5/flags.h"
 #include "OPT5/funinfo.h"
+#include "OPT5/passlimit.h"
 #include "OPT5/scopes.h"
 #include "OPT5/simp1.h"
+#include "OPT5/stackshare.h"
 #include "OPT5/symtab.h"
 #include "OPT5/tree.h"
 #include "OPT5/treewalk.h"
@@ -87,6 +91,94 @@ LIST *push_never_executed(LIST *list) {
     return mkelist(mk_MCALL("_never_executed", nullptr, tp->void_type()), list, nullptr);
 }
 
+// A variable of the function's own or a global, or a record inside of one; null for anything else.
+const SYMTAB *copied_variable(const NODE *record) {
+    const NODE *base = record;
+    for (; base->op == STDOT; base = base->left)
+        if (base->type->is_volatile()) return nullptr;
+    if (base->op != NAME || base->type->is_volatile() || base->u.sym->level == 1) return nullptr;
+    return base->u.sym;
+}
+
+// Whether a record is its members and nothing else: what lies between them is copied with the whole only.
+bool is_its_members(TYPE *type, int max_members) {
+    if (type->dkind() != K_struct && type->dkind() != K_class) return false;
+    if (type->is_const() || type->is_volatile() || type->is_struct_vector()) return false;
+    if (!csu_type_has_only_simple_scalar_members(type, max_members)) return false;
+    int64_t end = 0;
+    for (const fkMDATA *m = type->mdata(); m; m = m->next) {
+        if (m->offset != end || m->type->is_const() || m->type->is_volatile()) return false;
+        end += int64_t(m->type->size);
+    }
+    return end == int64_t(type->size);
+}
+
+NODE *member_of(const NODE *record, fkMDATA *m) {
+    NODE *field = new_node(FIELD, m->type->normalized());
+    field->mk_field(1, m, record->type);
+    field->scope = record->scope;
+    return maketree(STDOT, copy_tree(record), field, m->type->normalized(), record->scope);
+}
+
+constexpr int MAX_COPIED_MEMBERS = 4; // beyond that a copy of the whole takes less code
+
+// A copy between variables, at least one of them local, of a record that is its members.
+bool may_be_member_by_member(const NODE *tree) {
+    if (tree->op != STASG) return false;
+    const NODE *to = tree->left, *from = tree->right;
+    const SYMTAB *target = copied_variable(to), *source = target ? copied_variable(from) : nullptr;
+    if (!source || (target->level == 0 && source->level == 0) || to->type->is_const()) return false;
+    TYPE *type = to->type->stqs();
+    return type->dtype == from->type->stqs()->dtype && is_its_members(type, MAX_COPIED_MEMBERS);
+}
+
+// Which records of the function are used as a whole elsewhere than in such copies. A copy of another one, member by
+// member, lets that be taken apart; between two that stay whole it would only be longer.
+class RECORDS_APART {
+  public:
+    // a, b becomes two statements, so both are looked at as such.
+    void look_at(const std::vector<LIST *> &statements) {
+        std::vector<const NODE *> todo;
+        for (const LIST *s : statements) {
+            todo.push_back(s->tree);
+            while (!todo.empty()) {
+                const NODE *tree = todo.back();
+                todo.pop_back();
+                if (tree->op != COMMAOP) {
+                    look_at(tree);
+                    continue;
+                }
+                todo.push_back(tree->right);
+                todo.push_back(tree->left);
+            }
+        }
+    }
+    bool helped_by(const NODE *copy) { return stays_apart(copy->left) || stays_apart(copy->right); }
+
+  private:
+    flat_set whole_;
+
+    bool stays_apart(const NODE *side) {
+        const SYMTAB *s = copied_variable(side);
+        return s->level > 0 && s->type->dkind() != K_union && !whole_.has(s);
+    }
+    void look_at(const NODE *tree) {
+        bool is_copy = may_be_member_by_member(tree), is_prolog = tree_is_arg_prolog(tree);
+        for_each_node(tree, [&](const NODE *n) {
+            const NODE *object = n;
+            while (object->op == STDOT) object = object->left;
+            bool is_side = is_prolog || (is_copy && (n == tree->left || n == tree->right));
+            bool is_whole = object->op == NAME && object->u.sym && !n->type->is_scalar();
+            if (is_whole && !is_side) whole_.insert(object->u.sym);
+            if (n->op == STDOT) return object->op == NAME ? WALK_OVER : WALK_LEFT;
+            if (n->op != UAND && n->op != ARGREF) return WALK_INTO;
+            for (object = n->left; object->op == STDOT;) object = object->left;
+            if (object->op == NAME && object->u.sym) whole_.insert(object->u.sym);
+            return WALK_INTO;
+        });
+    }
+};
+
 // One function. What is still to be done is a stack, because taking a statement apart gives statements to take
 // apart; what is done is pushed onto the function's list.
 class SEQUENCER {
@@ -94,18 +186,20 @@ class SEQUENCER {
     SEQUENCER() : done_(nullptr), catching_(regions_with_catch()) {
         any_catch_ = std::find(catching_.begin(), catching_.end(), 1) != catching_.end();
     }
-    void run(const std::vector<LIST *> &statements);
+    void run(const std::vector<LIST *> &statements, bool copies_records);
     LIST *done() const { return done_; }
 
   private:
     LIST *done_;
+    RECORDS_APART apart_;
     std::vector<uint8_t> catching_;
-    bool any_catch_;
+    bool any_catch_, takes_apart_ = false;
     std::vector<LIST *> todo_; // the next one last
     flat_set with_catch_;      // nodes of the statement in work that hold a catching call
 
     void later(NODE *tree, const LIST *like) { todo_.push_back(mkelist(tree, nullptr, like->psn)); }
     void statement(LIST *s);
+    void open_record_copy(LIST *s);
     bool open_value_unused(LIST *s);
     bool open_condition(LIST *s);
     void branch_over(LIST *s, NODE *condition, NODE *then, NODE *otherwise);
@@ -119,7 +213,9 @@ class SEQUENCER {
     NODE *temp_for(NODE *value, LIST *s, NODE **assignment);
 };
 
-void SEQUENCER::run(const std::vector<LIST *> &statements) {
+void SEQUENCER::run(const std::vector<LIST *> &statements, bool copies_records) {
+    takes_apart_ = copies_records && opt_level() >= 2;
+    if (takes_apart_) apart_.look_at(statements);
     for (LIST *s : statements) {
         todo_.push_back(s);
         while (!todo_.empty()) {
@@ -131,6 +227,7 @@ void SEQUENCER::run(const std::vector<LIST *> &statements) {
 }
 
 void SEQUENCER::statement(LIST *s) {
+    open_record_copy(s);
     if (open_value_unused(s)) return;
     if (any_catch_) {
         if (find_catching_calls(s->tree)) {
@@ -175,6 +272,11 @@ void SEQUENCER::branch_over(LIST *s, NODE *condition, NODE *then, NODE *otherwis
     if (then) later(then, s);
     later(mk_definition(at_then, scope), s);
     later(branch, s);
+}
+
+void SEQUENCER::open_record_copy(LIST *s) {
+    if (takes_apart_ && may_be_member_by_member(s->tree) && apart_.helped_by(s->tree))
+        s->tree = convert_STASG_to_asgs(s->tree, MAX_COPIED_MEMBERS);
 }
 
 // Opens a statement whose outermost operator only decides what is done; true when `s` has been replaced.
@@ -311,21 +413,38 @@ void SEQUENCER::move_calls_in_front(LIST *s) {
     });
 }
 
-void note_kinds_of_values(const NODE *tree) {
+// Gives whether there is a STASG.
+bool note_kinds_of_values(const NODE *tree) {
     constexpr uint64_t NOTED = uint64_t{1} << K_array | uint64_t{1} << K_complex | uint64_t{1} << K_class |
                                uint64_t{1} << K_struct | uint64_t{1} << K_union;
     FUNINFO *f = currfuninfo;
     const TYPE *known = nullptr; // neighbours mostly have one type
-    for_each_node(tree, [f, &known](const NODE *n) {
+    bool copies_records = false;
+    for_each_node(tree, [&](const NODE *n) {
+        copies_records |= n->op == STASG;
         if (n->type == known) return;
         known = n->type;
         if (!n->type || !(NOTED >> n->type->dkind() & 1)) return;
         f->has_vector_trees |= n->type->is_vector() || n->type->is_struct_vector();
         f->has_complex_trees |= n->type->is_complex();
     });
+    return copies_records;
 }
 
 } // namespace
+
+// a = b  ->  a.x = b.x, a.y = b.y     the objects are the same or disjoint, so the order is no matter
+NODE *convert_STASG_to_asgs(NODE *tree, int max_members) {
+    NODE *to = tree->left, *from = tree->right;
+    if (!may_be_member_by_member(tree) || !is_its_members(to->type->stqs(), max_members) ||
+        !TRANSFORM("seqtrees", "a copy of a small record is one of its members"))
+        return tree;
+    NODE *copies = nullptr;
+    for (fkMDATA *m = to->type->mdata(); m; m = m->next)
+        copies = mk_COMMAOP(copies, mk_ASG(member_of(to, m), member_of(from, m)));
+    erase_tree(tree);
+    return copies;
+}
 
 LIST *make_magic_EH_SWITCH(NODE *tree, LIST *list, bool call_never_returns) {
     NODE *call = call_of_statement(tree);
@@ -380,11 +499,12 @@ void seq_trees() {
     for (LIST *s = f->statements; s; s = s->next) statements.push_back(s);
     std::reverse(statements.begin(), statements.end());
     f->statements = nullptr;
+    bool copies_records = false;
     for (LIST *s : statements) {
         s->next = nullptr;
-        note_kinds_of_values(s->tree);
+        copies_records |= note_kinds_of_values(s->tree);
     }
     SEQUENCER sequencer;
-    sequencer.run(statements);
+    sequencer.run(statements, copies_records);
     f->statements = sequencer.done();
 }

@@ -2,7 +2,8 @@
 //
 // What a statement hides of control comes out of it: ANDAND, OROR and QUEST whose value nobody wants become IFs, a
 // COMMAOP at the top becomes two statements. Where the value is used these stay trees; the simplifier knows more
-// about them there. Struct assignments stay whole as well.
+// about them there. The copy of a small record between variables becomes assignments of its members, so that either
+// variable may be taken apart later; other struct assignments stay whole.
 //
 // Exceptions. A call that may end in a catch of this function has several successors, which the flow graph must
 // show: the statement becomes
@@ -23,6 +24,10 @@
 
 // Works on FUNINFO::statements of the current function (last statement first); does nothing when that is empty.
 void seq_trees();
+
+// a = b, both variables or records inside of variables, one of them local, of up to `max_members` members, all of them
+// scalars and side by side: the assignments of the members, in a chain of COMMAOP. Gives `tree` itself for all others.
+NODE *convert_STASG_to_asgs(NODE *tree, int max_members);
 
 // Pushes the exception switch of a call, or of an assignment of a call, onto a list with the last statement first,
 // and the label behind it. `never_returns` adds the marks of such a call. Takes the tree; gives the new head.

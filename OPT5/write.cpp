@@ -307,6 +307,20 @@ void BLOCK_WRITER::write_inloop(const BBLK *bb) {
     o_file->if_write_inloop(in.number, in.lcv, in.lcv ? in.flags & 3 : 0);
 }
 
+void dump_written_block(const BBLK *bb) {
+    if (!print_debug) return;
+    auto dump_edges = [](const char *what, const EDGE *edges) {
+        dprintf("%s", what);
+        for (const EDGE *e = edges; e; e = e->next) dprintf(" BB%d", e->block->dfn);
+    };
+    dprintf("\nBB%d\t", bb->dfn);
+    dump_edges("PREDS:", bb->preds);
+    dump_edges("  SUCCS:", bb->succs);
+    dprintf("\n");
+    for (const LBL *label = bb->labels; label; label = label->next)
+        dprintf("\tLABEL, INDEX=%d, REFCOUNT=%d, NAME=<NONE>\n", label->number, int(label->refcount));
+}
+
 void BLOCK_WRITER::write() {
     drop_endless_tails();
     for (BBLK *bb = currfuninfo->bb_list; bb; bb = bb->dflink)
@@ -317,6 +331,7 @@ void BLOCK_WRITER::write() {
     update_eht_labels(handler_chains, true);
     write_profile_entry(last_label + 1);
     for (BBLK *bb : blocks) {
+        dump_written_block(bb);
         write_inloop(bb);
         wrbdlr(bb->labels);
         for (LIST *s = bb->statements; s; s = s->next) wrexpr(s);

@@ -44,7 +44,27 @@ static int loop(int n) {
     }
     return best;
 }
+struct P { int x, y; };
+static struct P gp = {5, 6};
+static int swaps(struct P a, struct P b, int n) {
+    struct P t;
+    while (n--) { t = a; a = b; b = t; a.x += n; }
+    return a.x * 1000 + a.y * 100 + b.x * 10 + b.y;
+}
+static int copies(int n) {
+    struct { struct P a, b; } l;
+    union { struct P p; int i[2]; } w;
+    volatile struct P v = {1, 2};
+    struct P a = gp, b = v, *q = &b, some, other;
+    if (n > 9) some.x = 1;
+    some.y = n;
+    other = some; // what is not set yet goes along
+    l.a = a; l.b = l.a; w.p = l.b; w.p = w.p; q->x = 7;
+    a = *q; l.a.y++; gp = l.a; b = gp; a = a;
+    return a.x + b.y * 10 + l.b.x * 100 + w.i[1] * 1000 + other.y + q->y;
+}
 int main(void) {
+    printf("%d %d\n", swaps((struct P){1, 2}, (struct P){3, 4}, 5), copies(4));
     C c = {0.5, 1.25};
     C r = pw(c, 5);
     printf("%d %d %.6f %.6f %d %d %d %d %d %d\n", f(2), f(9), r.re, r.im, bf(7), un(1.5f), nest(5), ptrs(4), loop(10), loop(3));

@@ -3,6 +3,7 @@
 #include "tests/unit/OPT5/program.h"
 
 #include "OPT5/cfg.h"
+#include "OPT5/seqtrees.h"
 #include "OPT5/symexplode.h"
 #include "OPT5/symwiden.h"
 #include "OPT5/treewalk.h"
@@ -292,6 +293,69 @@ TEST_F(records_apart, what_keeps_a_record_whole) {
             for (SYMTAB *t = f->scalars; t; t = t->next)
                 EXPECT_FALSE(t->type->is_const()) << "it is assigned";
         }
+    }
+}
+
+TEST_F(records_apart, copies_of_small_records_become_those_of_their_members) {
+    auto make = [&](const char *name, unsigned bits, std::initializer_list<TYPE *> members) {
+        TYPE *made = tp->mk_struct(name, bits, 32, false);
+        int at = 0;
+        for (TYPE *type : members) {
+            made->add_mdata(("m" + std::to_string(at)).c_str(), type, at);
+            at += int(type->size);
+        }
+        tp->type_frozen(made);
+        return made;
+    };
+    begin();
+    TYPE *pair = make("pair", 64, {i, sh, uc, c}), *gap = make("gap", 64, {i, sh}),
+         *many = make("many", 160, {i, i, i, i, i}),
+         *fixed = make("fixed", 64, {i, tp->mk_qual(i, QUAL_const)}),
+         *seen = make("seen", 64, {i, tp->mk_qual(i, QUAL_volatile)}),
+         *lists = make("lists", 64, {tp->mk_array(i, false, 2)});
+    TYPE *seen_pair = tp->mk_qual(pair, QUAL_volatile), *fixed_pair = tp->mk_qual(pair, QUAL_const);
+    auto two = [&](TYPE *type) { return mk_ASG(name(local("a", type)), name(local("b", type))); };
+    const struct {
+        const char *what;
+        NODE *copy;
+        int members; // 0: stays whole
+    } rows[] = {
+        {"locals", two(pair), 4},
+        {"local to global", mk_ASG(name(global("g", pair)), name(local("a", pair))), 4},
+        {"constant to local", mk_ASG(name(local("a", pair)), name(global("h", fixed_pair))), 4},
+        {"globals", mk_ASG(name(global("k", pair)), name(global("l", pair))), 0},
+        {"part of a record", mk_ASG(dot(name(local("r", record)), "in"), name(local("n", inner))), 2},
+        {"parameter", mk_ASG(name(local("p", pair)), name(symbol("p", pair, SC_PARM, 1))), 0},
+        {"pointer",
+         mk_ASG(name(local("a", pair)),
+                maketree(UMULT, name(local("q", tp->mk_ptr(pair))), nullptr, pair, nullptr)),
+         0},
+        {"bits between members", two(gap), 0},
+        {"many members", two(many), 0},
+        {"const member", two(fixed), 0},
+        {"volatile member", two(seen), 0},
+        {"array member", two(lists), 0},
+        {"volatile", two(seen_pair), 0},
+        {"const", two(fixed_pair), 0},
+        {"another type", mk_ASG(name(local("a", pair)), name(local("b", fixed))), 0},
+    };
+    for (const auto &row : rows) {
+        NODE *whole = copy_tree(row.copy), *n = convert_STASG_to_asgs(row.copy, 4);
+        int members = 0;
+        if (n->op == COMMAOP) {
+            machine by_members, at_once;
+            machine::place from = at_once.lvalue(whole->right), to = at_once.lvalue(whole->left);
+            for (unsigned k = 0; k < from.width / 8; k++)
+                for (machine *each : {&by_members, &at_once})
+                    each->bytes(from.symbol)[from.bit / 8 + k] = uint8_t(k + 1);
+            at_once.execute(whole);
+            for (NODE *rest = n; rest; rest = rest->op == COMMAOP ? rest->left : nullptr, members++)
+                by_members.execute(rest->op == COMMAOP ? rest->right : rest);
+            EXPECT_EQ(by_members.memory[to.symbol], at_once.memory[to.symbol]) << row.what;
+        }
+        EXPECT_EQ(members, row.members) << row.what;
+        erase_tree(whole);
+        erase_tree(n);
     }
 }
 
