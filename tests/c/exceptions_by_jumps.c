@@ -1,4 +1,4 @@
-// Errors by longjmp: nested handlers, cleanup lists, rethrow, a value that survives in volatile, jumps out of callbacks.
+// Errors by longjmp: nested handlers, stacks of handlers, cleanup lists, rethrow, a value that survives in volatile, jumps out of callbacks.
 #include <setjmp.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -39,7 +39,17 @@ static int guarded(int a, int b) {
     END
     return result;
 }
+// A stack of handlers that setjmp's own argument pushes: on the second return it is not pushed again.
+static jmp_buf stack[4];
+static int height;
+static jmp_buf *push(void) { return &stack[height++]; }
+static int on_the_stack(int n) {
+    if (setjmp(*push())) return 10 * n + height;
+    if (n < 3) n = on_the_stack(n + 1);
+    longjmp(stack[--height], 1);
+}
 int main(void) {
+    printf("%d ", on_the_stack(0));
     static const int cases[][2] = {{10, 5}, {10, 0}, {10, 1}, {-1, 4}, {-2, 3}};
     for (int i = 0; i < 5; i++) {
         TRY

@@ -104,6 +104,10 @@ static void sift(int *h, int n, int i) {
     }
 }
 
+// Functions that are first entered when the heap has begun, with more text than the heap's first page.
+#define T4(t) t t t t
+static const char *late(int n) { return T4(T4(T4("0123456789abcdefghijklmnopqrst"))) "." + n; }
+static const char *later(int n) { return T4(T4(T4("ABCDEFGHIJKLMNOPQRSTUVWXYZ!#+-"))) "," T4(T4(T4("(much more than before)"))) + n; }
 int main(void) {
     unsigned seed = 1, sum = 0;
 #define NEXT() (seed = seed * 1103515245u + 12345u, (int)(seed >> 16 & 0x3ff))
@@ -142,6 +146,10 @@ int main(void) {
     }
     printf("%d %d %d\n", clear, rows[4][2], rows[3][1]);
     for (int i = 0; i < 5; i++) free(rows[i]);
-    free(rows), free(zero), free(v), free(a), free(b), free(0);
+    int *first = calloc(2000, sizeof *first), dirty = 0;
+    unsigned long texts = strlen(late(1)) + strlen(later(2)) + strlen(late(3));
+    for (int i = 0; i < 2000; i++) dirty |= first[i];
+    printf("%lu %d %s\n", texts, dirty | sum - sum, late(1915));
+    free(first), free(rows), free(zero), free(v), free(a), free(b), free(0);
     return sum & 0x7f;
 }

@@ -602,9 +602,9 @@ XN *COMPILER::call(MNODE *t) {
         c->direct = it->second;
         count(CN_NODES, 2);
     } else c->target = value(callee);
-    if (c->direct &&
-        (c->direct->name == "setjmp" || c->direct->name == "_setjmp" || c->direct->name == "__sigsetjmp"))
-        saw_setjmp = true;
+    if (c->direct)
+        for (const char *twice : {"setjmp", "_setjmp", "sigsetjmp", "__sigsetjmp"})
+            if (c->direct->name == twice) saw_setjmp = c->is_setjmp = true;
     c->result = x->kind;
     c->result_type = t->type;
     std::vector<MNODE *> args;
@@ -652,6 +652,8 @@ XN *COMPILER::call(MNODE *t) {
     if (c->args.size() > MANY) cannot(t, "more than 64 arguments");
     x->fn = [](const XN *n, FRAME *f) {
         auto *call = static_cast<const XCALL *>(n->extra);
+        // The second return of setjmp: its arguments took effect before the first one.
+        if (call->is_setjmp && f->jumped_back) return f->jumped_back = false, f->jump_value;
         ARG args_v[MANY];
         uint32_t saved = program.stack_pointer, top = f ? f->alloca_top : 0;
         for (size_t i = 0; i < call->args.size(); i++) {

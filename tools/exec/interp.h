@@ -186,6 +186,7 @@ struct XCALL {
     SK result = SK_void;
     uint32_t wide_temp = 0; // bytes of wide arguments
     const TYPE *result_type = nullptr;
+    bool is_setjmp = false;
 };
 
 // What a library function is given.
@@ -230,6 +231,7 @@ struct PROGRAM {
     std::unordered_map<const MSYM *, XFUNC *> function_of;
     std::vector<uint32_t> constructors, destructors;
     uint32_t stack_pointer = STACK_TOP;
+    std::string name; // as messages give it
 };
 extern PROGRAM program;
 extern FRAME *current_frame;

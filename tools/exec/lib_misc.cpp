@@ -8,9 +8,16 @@ uint32_t library_file_object(const std::string &name);
 
 uint32_t library_object(const std::string &name, uint32_t bytes) {
     if (uint32_t a = library_file_object(name)) return a;
-    if (name == "environ" || name == "__environ" || name == "optarg" || name == "daylight" ||
-        name == "timezone" || name == "signgam" || name == "opterr" || name == "optind" || name == "optopt")
-        return mem.add_global(bytes ? bytes : 4, 4);
+    static const struct {
+        const char *name;
+        uint32_t value;
+    } rows[] = {{"environ", 0},  {"__environ", 0}, {"optarg", 0},   {"optind", 1}, {"opterr", 1},
+                {"optopt", '?'}, {"daylight", 0},  {"timezone", 0}, {"signgam", 0}};
+    for (auto &row : rows)
+        if (name == row.name) {
+            uint32_t a = mem.add_global(bytes ? bytes : 4, 4);
+            return put_u32(a, row.value), a;
+        }
     return 0;
 }
 

@@ -118,7 +118,6 @@ double parse_float(CALL_CONTEXT &c, bool single) {
     if (c.u32(1)) put_u32(c.u32(1), c.u32(0) + uint32_t(end - s.c_str()));
     return v;
 }
-uint64_t do_getenv(CALL_CONTEXT &) { return 0; }
 
 // The additive feedback generator of the target's C library (random_r type 3), so that seeds give its numbers.
 struct RANDOM {
@@ -150,10 +149,6 @@ struct RANDOM {
 // setjmp keeps the frame's identity in the buffer; longjmp unwinds to it and runs its step again with the value.
 uint64_t do_setjmp(CALL_CONTEXT &c) {
     FRAME *f = c.frame;
-    if (f->jumped_back) {
-        f->jumped_back = false;
-        return f->jump_value;
-    }
     uint32_t step = uint32_t(f->step - f->func->steps.data());
     put_u32(c.u32(0), uint32_t(f->id));
     put_u32(c.u32(0) + 4, uint32_t(f->id >> 32));
@@ -258,7 +253,6 @@ const LIBRARY_ROW library_stdlib[] = {
     {"random", FN(random_numbers.next())},
     {"srand", DO(random_numbers.seed(c.u32(0)); return 0;)},
     {"srandom", DO(random_numbers.seed(c.u32(0)); return 0;)},
-    {"getenv", do_getenv},
     {"exit", do_exit},
     {"_exit", DO(throw EXIT_PROGRAM{c.i32(0)};)},
     {"_Exit", DO(throw EXIT_PROGRAM{c.i32(0)};)},

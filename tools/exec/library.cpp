@@ -92,8 +92,9 @@ double VARARGS::f64() {
 XFUNC *library_function(const std::string &given) {
     static const std::unordered_map<std::string, uint64_t (*)(CALL_CONTEXT &)> table = [] {
         std::unordered_map<std::string, uint64_t (*)(CALL_CONTEXT &)> t;
-        for (const LIBRARY_ROW *rows : {library_stdio, library_string, library_stdlib, library_math,
-                                        library_misc, library_wchar, library_atomic, library_unix})
+        for (const LIBRARY_ROW *rows :
+             {library_stdio, library_string, library_stdlib, library_math, library_misc, library_wchar,
+              library_atomic, library_unix, library_program})
             for (const LIBRARY_ROW *r = rows; r->name; r++) t[r->name] = r->fn;
         return t;
     }();

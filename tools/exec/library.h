@@ -12,7 +12,7 @@ struct LIBRARY_ROW {
     uint64_t (*fn)(CALL_CONTEXT &);
 };
 extern const LIBRARY_ROW library_stdio[], library_string[], library_stdlib[], library_math[], library_misc[],
-    library_wchar[], library_atomic[], library_unix[]; // end with a null name
+    library_wchar[], library_atomic[], library_unix[], library_program[]; // end with a null name
 
 // Functions in the rows: a value, or statements.
 #define FN(...) [](CALL_CONTEXT &c) -> uint64_t { return (void)c, (__VA_ARGS__); }

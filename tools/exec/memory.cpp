@@ -67,23 +67,27 @@ void MEMORY::unpoison(uint32_t a, uint32_t n) {
 
 void MEMORY::poison(uint32_t a, uint32_t n, uint8_t why) { memset(shadow + (a >> 3), why, n >> 3); }
 
+// The strings of a function come when it is first entered, which may be after the heap has begun: what does not fit below
+// the heap's first block is carved from the heap's end.
 uint32_t MEMORY::add_global(uint32_t bytes, uint32_t align) {
     if (align < 8) align = 8;
-    uint32_t a = round_up(global_next, align);
-    uint64_t end = uint64_t(a) + round_up(bytes ? bytes : 1, 8) + 16;
+    uint64_t room = round_up(bytes ? bytes : 1, 8) + 16;
+    uint32_t *next = heap_next && round_up(global_next, align) + room > heap_base ? &heap_next : &global_next;
+    uint32_t a = round_up(*next, align);
+    uint64_t end = a + room;
     if (end > STACK_TOP - STACK_SIZE) {
         fputs("qlrun: the program's objects do not fit the address space\n", stderr);
         exit(125);
     }
-    poison(global_next & ~7u, uint32_t(end) - (global_next & ~7u), SHADOW_RED_GLOBAL);
+    poison(*next & ~7u, uint32_t(end) - (*next & ~7u), SHADOW_RED_GLOBAL);
     unpoison(a, bytes);
-    global_next = uint32_t(end);
+    *next = uint32_t(end);
     if (track_init) mark_written(a, bytes);
     return a;
 }
 
 uint32_t MEMORY::heap_alloc(uint32_t bytes, uint32_t align) {
-    if (!heap_next) heap_next = round_up(global_next + 4096, 4096);
+    if (!heap_next) heap_next = heap_base = round_up(global_next + 4096, 4096);
     if (bytes > 0xC0000000u) return 0;
     uint32_t room = round_up(bytes ? bytes : 1, 8) + 16;
     uint32_t a = 0;

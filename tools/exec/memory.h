@@ -75,6 +75,7 @@ struct MEMORY {
   private:
     bool ok_slow(uint32_t a, uint64_t n) const;
     uint32_t global_next = GLOBAL_BASE;
+    uint32_t heap_base = 0; // of the first block; 0 until there is one
     uint32_t heap_next = 0;
     struct BLOCK {
         uint32_t size, room; // bytes asked for; bytes taken, red zone included

@@ -719,6 +719,7 @@ int run_program(int argc, char **argv, char **) {
         fputs("qlrun: no function 'main'\n", stderr);
         return 124;
     }
+    program.name = argc ? strrchr(argv[0], '/') ? strrchr(argv[0], '/') + 1 : argv[0] : "";
     uint32_t vector = mem.add_global(uint32_t(argc + 1) * 4, 4);
     for (int i = 0; i < argc; i++) {
         uint32_t len = uint32_t(strlen(argv[i]) + 1);
