@@ -17,6 +17,7 @@ ROOT = os.path.dirname(os.path.dirname(HERE))
 LEVELS = ["o0", "o2"]
 ORACLE = ["rows_arith", "rows_bits", "rows_cond", "rows_rare", "rows_vals", "shapes_cond", "value_queries", "whole_trees"]
 RANDOM = 200
+ENOUGH = 10  # programs that show a fault
 PASSES = ("simpcfg", "stackshare", "symexplode", "csu_temp", "tailcall")
 
 
@@ -114,22 +115,28 @@ class Workshop:
 
 
 def failing_programs(shop, judge):
-    """(tests' programs, random programs) that fail, with their first finding."""
+    """(tests' programs, random programs) that fail, with their first finding; how many of each were run; the seconds to
+    the first finding. Short runs come first, and with a good handful of findings it ends: most of what a gross fault
+    does is to hang."""
+    started, first, done, found = time.monotonic(), None, [0, 0], [[], []]
 
     def one(item):
         path, base = item
         with tempfile.TemporaryDirectory(prefix="qlfaults") as place:
             result = stages.Result(path)
             for level in LEVELS:
-                if not result.findings:
+                if not result.findings and len(found[0]) + len(found[1]) < ENOUGH:
                     judge.optimized(path, place, level, base, result)
             return path, result.findings
 
-    tests, drawn = [], []
-    for path, findings in spread(one, shop.programs(judge), shop.args.jobs):
+    corpus = sorted(shop.programs(judge), key=lambda item: item[1]["outcome"].seconds)
+    for path, findings in spread(one, (item for item in corpus if len(found[0]) + len(found[1]) < ENOUGH), shop.args.jobs):
+        drawn = bool(re.fullmatch(r"r\d+\.c", os.path.basename(path)))
+        done[drawn] += 1
         if findings:
-            (drawn if re.fullmatch(r"r\d+\.c", os.path.basename(path)) else tests).append((path, findings[0]))
-    return tests, drawn
+            first = first or time.monotonic() - started
+            found[drawn].append((path, findings[0]))
+    return found, done, first
 
 
 def oracle(shop):
@@ -194,15 +201,14 @@ def judge_fault(shop, name, patch):
         return row
     os.environ["QL_QLOPT"] = os.path.join(shop.bin, "qlopt")
     judge = stages.Judge(shop.args.build, 5)
-    judge.patience = 20
+    judge.patience, judge.grace = 20, 2
     started = time.monotonic()
-    tests, drawn = failing_programs(shop, judge)
+    (tests, drawn), done, first = failing_programs(shop, judge)
     spent = time.monotonic() - started
-    if tests:
-        row["caught by"].append("%d C programs" % len(tests))
-    if drawn:
-        row["caught by"].append("%d of %d random programs" % (len(drawn), RANDOM))
-    row["seconds"] = round(spent, 1) if tests or drawn else None
+    for found, count, kind in ((tests, done[0], "C"), (drawn, done[1], "random")):
+        if found:
+            row["caught by"].append("%d of %d %s programs" % (len(found), count, kind))
+    row["seconds"] = round(first, 1) if first else None
     if shop.args.oracle and where == "simplifier":
         started = time.monotonic()
         found = oracle(shop)

@@ -286,7 +286,8 @@ class Program:
             e = self.read(scope, want if want and r.chance(60) else None)
             return e if not (integer and e.t in FLOATS) else self.constant(want or "s32")
         kind = r.weighted([(34, "arithmetic"), (12, "bits"), (9, "shift"), (7, "divide"), (10, "compare"), (5, "logical"),
-                           (6, "choice"), (7, "unary"), (8, "cast"), (6, "float"), (6, "call"), (5, "minmax"), (4, "idiom"), (4, "constants")])
+                           (6, "choice"), (7, "unary"), (8, "cast"), (6, "float"), (6, "call"), (5, "minmax"), (4, "idiom"),
+                           (5, "piece"), (4, "constants")])
         if kind == "float" and integer:
             kind = "arithmetic"
         return getattr(self, "e_" + kind)(scope, depth, want)
@@ -435,6 +436,21 @@ class Program:
         if e.lo <= a.lo and a.hi <= e.hi:
             e.lo, e.hi = a.lo, a.hi
         return e
+
+    def e_piece(self, scope, depth, want):
+        """A part of a value, cut out by a shift and a conversion: the shift leaves just the bits of the type, or some
+        more or less, and the two agree about the sign or not."""
+        r = self.rnd
+        a = self.integer(scope, depth - 1)
+        wide, narrow = r.pick(["s32", "u32", "s64", "u64"]), r.pick(list(INTEGERS))
+        width, kept = INTEGERS[wide][1], min(INTEGERS[narrow][1], INTEGERS[wide][1])
+        count = r.pick([width - kept, width - kept, width - kept, width - kept + 1, width - kept - 1, kept, kept - 1])
+        count = min(max(count, 0), width - 1)
+        text = "(%s)%s >> %d" % (c_type(wide), a.text, count)
+        if r.chance(25):
+            keep = r.pick([width - count, kept, kept - 1])
+            text = "(%s) & %s" % (text, literal((1 << min(keep, width - 1)) - 1, wide))
+        return E("((%s)(%s))" % (c_type(narrow), text), narrow)
 
     def floating(self, scope, depth, want=None):
         r = self.rnd

@@ -1,5 +1,6 @@
 #include "tests/oracle/lib/generate.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <map>
@@ -75,6 +76,13 @@ INT65 interesting_constant(TYPE *type, RANDOM &random) {
     if (chance(random, 15)) v += random() % 3 - 1;
     if (chance(random, 5)) v = ~0ull - v;
     return truncate_to_type(INT65((unsigned long long)v), type);
+}
+
+int interesting_count(int bits, RANDOM &random) {
+    if (chance(random, 60)) return int(pick(random, unsigned(bits)));
+    static const int widths[] = {1, 8, 16, 32};
+    int width = widths[pick(random, 4)];
+    return std::clamp(chance(random, 70) ? bits - width : width, 0, bits - 1);
 }
 
 const std::vector<uint64_t> &boundary_values(VK kind) {
@@ -315,7 +323,7 @@ NODE *GENERATOR::integer_tree(TYPE *type, int depth) {
     }
     if (what < 40) { // a shift
         NODE *a = tree(type, depth - 1), *n;
-        if (chance(random, 85)) n = t_icon(pick(random, unsigned(type->size)), w.i32);
+        if (chance(random, 85)) n = t_icon(interesting_count(int(type->size), random), w.i32);
         else n = mk_NAME(w.count);
         return t_binary(chance(random, 50) ? SLL : SRL, a, n);
     }

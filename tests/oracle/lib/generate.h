@@ -59,6 +59,8 @@ struct GENERATOR {
 // A constant of an integer type that sits where arithmetic turns over: small, a power of two, a mask, an end of
 // the type, or next to one of these.
 INT65 interesting_constant(TYPE *type, RANDOM &random);
+// A shift count below `bits`: anywhere, or one that leaves or cuts off just what a narrower type holds.
+int interesting_count(int bits, RANDOM &random);
 // A value of the kind for a variable, from the same places or anywhere.
 uint64_t interesting_value(VK kind, RANDOM &random);
 // All boundary values of a kind, for cross products.

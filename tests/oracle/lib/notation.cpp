@@ -120,7 +120,7 @@ struct READER {
             case 'm': v = (INT65(1) << int(1 + pick(random, unsigned(bits)))) - INT65(1); break;
             case 't': v = INT65(1) << int(pick(random, unsigned(bits))); break;
             case 'k':
-            case 'l': v = INT65(int(pick(random, unsigned(bits)))); break;
+            case 'l': v = INT65(interesting_count(bits, random)); break;
             default: v = interesting_constant(T, random);
             }
             known = constants.emplace(name, v).first;
