@@ -4,14 +4,14 @@
 struct P { int x; short lo, hi; unsigned char n; };
 struct Big { int a[10]; char name[12]; };
 struct In { struct P p; struct P *self; };
-static int use(int *p, int n) { int s = 0; for (int i = 0; i < n; i++) s = s * 3 + p[i]; return s; }
+static unsigned use(int *p, int n) { unsigned s = 0; for (int i = 0; i < n; i++) s = s * 3 + p[i]; return s; }
 static void fill(char *b, int n, char c) { memset(b, c, n); b[n - 1] = 0; }
 static struct P mk(int x) { struct P p; p.x = x; p.lo = x * 3; p.hi = -x; p.n = x + 250; return p; }
 static int sum(struct P p) { p.x += 1; return p.x + p.lo + p.hi + p.n; }
 static int twice(struct P p, int k) { struct P q = p; q.x = p.hi * k; return q.x + p.lo; }
 static void set(int *p, int v) { *p = v; }
 static int blocks(int n) {
-    int total = 0;
+    unsigned total = 0;
     for (int k = 0; k < n; k++) {
         {
             int a[20];

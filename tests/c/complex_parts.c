@@ -40,7 +40,7 @@ int main(void) {
             }
         printf("%g: %08x\n", e[i], hash);
     }
-    int n = 0;
+    unsigned n = 0;
     for (int i = -5; i < 6; i++)
         for (int j = -5; j < 6; j++)
             for (int k = -3; k < 4; k++)

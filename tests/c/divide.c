@@ -33,7 +33,7 @@ static void by_constants(int v) {
 }
 
 static long long floor_div(long long a, long long b) { return a / b - (a % b != 0 && (a < 0) != (b < 0)); }
-static long long floor_mod(long long a, long long b) { return a - floor_div(a, b) * b; }
+static long long floor_mod(long long a, long long b) { return a - (unsigned long long)floor_div(a, b) * b; }
 
 int main(void) {
     static const int v32[] = {0, 1, -1, 2, 7, -7, 8, -8, 9, 99, 100, -100, 12345, -54321, 65536, INT_MAX, INT_MIN,

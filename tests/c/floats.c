@@ -41,7 +41,7 @@ static float mean(const float *p, int n) {
 int main(void) {
     double nan_ = NAN, inf = INFINITY;
     volatile double zero = 0;
-    int sum = 0;
+    unsigned sum = 0;
     for (unsigned i = 0; i < sizeof values / sizeof *values; i++) {
         double d = values[i];
         float f = (float)d;

@@ -134,7 +134,7 @@ end:
 }
 
 int main(void) {
-    int sum = 0;
+    unsigned sum = 0;
     for (int i = 0; i < 3; i++) printf("%d ", into(i)), sum += into(i);
     for (int i = 1; i < 200; i += 37) printf("%d ", out_of_three(i)), sum += out_of_three(i);
     for (int i = 0; i < 5; i++) printf("%d ", backward(i)), sum += backward(i);

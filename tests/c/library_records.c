@@ -21,7 +21,7 @@ int main(void) {
     const int values[][2] = {{17, 5}, {-17, 5}, {17, -5}, {-2147483647 - 1, 3}, {0, 9}};
     for (unsigned i = 0; i < 5; i++) {
         div_t d = division(values[i][0], values[i][1]);
-        lldiv_t w = lldiv(values[i][0] * 10000000000ll, values[i][1] * 3ll);
+        lldiv_t w = lldiv(values[i][0] * 1000000000ll, values[i][1] * 3ll);
         printf("%d %d | %lld %lld | %d %d\n", d.quot, d.rem, w.quot, w.rem, halve(values[i][0]).quot, div(d.rem, 2).rem);
     }
     imaxdiv_t m = imaxdiv(INTMAX_C(-1234567890123), 1000);

@@ -20,7 +20,7 @@ static double power(double x, int n) {
     double h = power(x, n / 2);
     return n & 1 ? h * h * x : h * h;
 }
-static int moves;
+static unsigned moves;
 static void hanoi(int n, int from, int to, int by, int *pegs) {
     if (!n) return;
     hanoi(n - 1, from, by, to, pegs);

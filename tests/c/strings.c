@@ -55,7 +55,7 @@ int main(void) {
     d[0] = toupper(d[0]);
     printf("%s %s\n", d, stpcpy(c, "end") - 2);
     free(d);
-    int classes = 0;
+    unsigned classes = 0;
     for (int i = 0; i < 128; i++)
         classes = classes * 3 + !!isalpha(i) + 2 * !!isdigit(i) + 4 * !!isspace(i) + 8 * !!ispunct(i) + 16 * !!isxdigit(i) +
                   32 * !!iscntrl(i) + 64 * !!isprint(i) + tolower(i) + toupper(i) * 2 + 5 * !!isalnum(i) + 7 * !!isgraph(i);

@@ -108,7 +108,7 @@ static int machine(const signed char *code) {
         switch ((enum op)*pc++) {
         case PUSH: stack[sp++] = *pc++; continue;
         case ADD: sp--, stack[sp - 1] += stack[sp]; break;
-        case MUL: sp--, stack[sp - 1] *= stack[sp]; break;
+        case MUL: sp--, stack[sp - 1] = (int)((unsigned)stack[sp - 1] * stack[sp]); break;
         case DUP: stack[sp] = stack[sp - 1], sp++; break;
         case SWAP: t = stack[sp - 1], stack[sp - 1] = stack[sp - 2], stack[sp - 2] = t; break;
         case DEC: stack[sp - 1]--; break;
@@ -121,7 +121,7 @@ static int machine(const signed char *code) {
 }
 
 int main(void) {
-    int sum = 0;
+    unsigned sum = 0;
     for (int i = -1; i <= 8; i++) printf("%d ", dense(i)), sum += dense(i);
     static const int odd[] = {INT_MIN, -1001, -1000, -1, 0, 1, 76, 77, 1000000, INT_MAX};
     for (int i = 0; i < 10; i++) printf("%d ", sparse(odd[i]));

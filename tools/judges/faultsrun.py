@@ -18,6 +18,7 @@ LEVELS = ["o0", "o2"]
 ORACLE = ["rows_arith", "rows_bits", "rows_cond", "rows_rare", "rows_vals", "shapes_cond", "value_queries", "whole_trees"]
 RANDOM = 200
 ENOUGH = 10  # programs that show a fault
+SMALLEST = 4  # of them, as many are tried to be reduced
 PASSES = ("simpcfg", "stackshare", "symexplode", "csu_temp", "tailcall")
 
 
@@ -189,6 +190,28 @@ def bisected(text, where):
     return names or "nothing", where in names
 
 
+def reduced(shop, row, path, config, where, name):
+    """Bisects and reduces a program that fails; whether it came out smaller."""
+    small = os.path.join(shop.place, name + ".c")
+    if os.path.exists(small):
+        os.unlink(small)
+    started = time.monotonic()
+    log = call(shop, "reducerun.py", path, "--matrix", config, "--minutes", str(shop.args.reduce_minutes), "-o", small,
+               timeout=60 * shop.args.reduce_minutes + 300)
+    spent = time.monotonic() - started
+    text = call(shop, "bisectrun.py", path, "--matrix", config, timeout=300)
+    with open(small[:-2] + ".log", "w") as f:
+        f.write(text + log)
+    row["program"] = path
+    row["bisected to"], row["right"] = bisected(text, where)
+    if not os.path.exists(small):
+        return False
+    row["reduction seconds"] = round(spent, 1)
+    with open(small) as f:
+        row["lines"] = sum(1 for l in f if l.strip())
+    return True
+
+
 def judge_fault(shop, name, patch):
     with open(patch) as f:
         text = f.read()
@@ -215,30 +238,14 @@ def judge_fault(shop, name, patch):
         if found:
             row["caught by"].append("oracle " + found)
             row["seconds"] = row["seconds"] or round(spent + time.monotonic() - started, 1)
-    candidates = [(os.path.getsize(p), p, f.config) for p, f in tests + drawn]
-    if not candidates:
+    candidates = sorted((os.path.getsize(p), p, f.config) for p, f in tests + drawn)
+    if not any(reduced(shop, row, p, config, where, name) for _, p, config in candidates[:SMALLEST]):
+        # none, or none whose behaviour the compilers agree to be defined
         got = hunt(shop, name)
         if got:
             row["caught by"].append("fuzz")
             row["seconds"] = row["seconds"] or round(spent + got[2], 1)
-            candidates = [(0, got[0], got[1])]
-    if candidates:
-        _, path, config = min(candidates)
-        row["program"] = path
-        text = call(shop, "bisectrun.py", path, "--matrix", config, timeout=300)
-        row["bisected to"], row["right"] = bisected(text, where)
-        small = os.path.join(shop.place, name + ".c")
-        if os.path.exists(small):
-            os.unlink(small)
-        started = time.monotonic()
-        log = call(shop, "reducerun.py", path, "--matrix", config, "--minutes", str(shop.args.reduce_minutes), "-o", small,
-                   timeout=60 * shop.args.reduce_minutes + 300)
-        row["reduction seconds"] = round(time.monotonic() - started, 1)
-        with open(small[:-2] + ".log", "w") as f:
-            f.write(text + log)
-        if os.path.exists(small):
-            with open(small) as f:
-                row["lines"] = sum(1 for l in f if l.strip())
+            reduced(shop, row, got[0], got[1], where, name)
     return row
 
 

@@ -614,7 +614,7 @@ class Program:
         scope.charge(1)
         kind = r.weighted([(40, "store"), (14, "if"), (12 if depth > 0 else 0, "loop"), (6 if depth > 0 else 0, "switch"),
                            (6, "step"), (8, "called"), (5, "leave"), (4, "chain"), (4, "block"), (5, "record"),
-                           (3, "condition"), (3, "around"), (3, "value"), (2 if depth > 1 else 0, "nest"), (3, "device"),
+                           (3, "condition"), (3, "around"), (3, "value"), (2 if depth > 1 else 0, "nest"), (3, "device"), (2, "pun"),
                            (2 if depth > 0 else 0, "siblings"), (4 if depth > 0 else 0, "constant"), (1 if depth > 0 else 0, "duff")])
         return getattr(self, "s_" + kind)(scope, depth)
 
@@ -683,14 +683,27 @@ class Program:
         return ["%s = (%s, %s);" % (v.text, a.text, e.text if v.truncates else self.fitted(e, v.lo, v.hi, v.t))]
 
     def s_nest(self, scope, depth):
-        """Two or three loops around one store, over a grid or an array as one; affine in all counters."""
+        """Two loops around one store, over a grid or an array as one; affine in both counters."""
         r = self.rnd
-        if scope.alone or not self.grids or not self.affords(scope, 300):
+        flat = [a for a in self.arrays if a.writable and a.length >= 8 and (a.t in FLOATS or (a.lo, a.hi) == span(a.t))]
+        if scope.alone or not (self.grids or flat) or not self.affords(scope, 300):
             return self.s_loop(scope, depth - 1)
-        g, h = r.pick(self.grids), r.pick(self.grids)
-        rows, columns = min(g.rows, h.rows), min(g.columns, h.columns)
         i, j = self.fresh("i"), self.fresh("j")
         low = r.between(0, 1)
+        if flat and (not self.grids or r.chance(50)):
+            g, h = r.pick(flat), r.pick(flat)
+            length = min(g.length, h.length)
+            columns = r.between(2, length // 4)
+            rows = length // columns
+            place = g.element("%s * %d + %s" % (i, columns, j))
+            x = h.element("%s * %d + %s" % (i if not low or r.chance(50) else "(%s - 1)" % i, columns,
+                                            j if not low or r.chance(50) else "%s - 1" % j) if r.chance(70) else
+                          "%s + %s" % (i, j) if r.chance(50) else "%d - %s * %d - %s" % (rows * columns - 1, i, columns, j))
+        else:
+            g, h = r.pick(self.grids), r.pick(self.grids)
+            rows, columns = min(g.rows, h.rows), min(g.columns, h.columns)
+            place = Var("%s[%s][%s]" % (g.text, i, j), g.t)
+            x = Var("%s[%s - %d][%s - %d]" % (h.text, i, r.upto(low + 1), j, r.upto(low + 1)), h.t)
         inner = Scope(scope, rows * columns)
         inner.loop = "bc"
         for name, first, last in ((i, low, rows - 1), (j, low, columns - 1)):
@@ -702,9 +715,6 @@ class Program:
                  "for (%s = %d; %s < %d; %s++)" % (j, low, j, columns, j)]
         if r.chance(30):
             heads.reverse()
-        near = "%s[%s - %d][%s - %d]" % (h.text, i, r.upto(low + 1), j, r.upto(low + 1))
-        place = Var("%s[%s][%s]" % (g.text, i, j), g.t)
-        x = Var(near, h.t)
         lines = []
         if g.t in FLOATS:
             lines.append("%s %s %s;" % (place.text, r.pick(["=", "+="]), x.text))
@@ -815,6 +825,30 @@ class Program:
         if kind == 3 and struct[3]:
             return ["%s(&%s, %s);" % (struct[3], here, self.integer(scope, 1).text)]
         return [self.assign(scope, member(here + ".", r.pick(struct[1])), 2)]
+
+    def s_pun(self, scope, depth):
+        """The parts of a union: stored as one type, read as another, through a pointer as well."""
+        r = self.rnd
+        u, p = self.fresh("u"), self.fresh("p")
+        parts = [("w", "u32", 1), ("n", "s32", 1), ("h", "u16", 2), ("k", "s16", 2), ("b", "u8", 4), ("c", "s8", 4), ("d", "u64", 1)]
+        names = ["%s %s%s;" % (c_type(t), f, "[%d]" % n if n > 1 else "") for f, t, n in parts]
+        lines = ["union { %s } %s = {%s}, *%s = &%s;" % (" ".join(names), u, self.constant("u32").text, p, u), "%s.d = %s;" % (
+            u, self.integer(scope, 1).text)]
+        inner = Scope(scope)
+        for f, t, n in parts:
+            for base in (u + ".", p + "->"):
+                if n > 1:
+                    inner.arrays.append(Array(base + f, t, n))
+                else:
+                    inner.variables.append(Var(base + f, t))
+        own = Scope(alone=True)
+        own.variables, own.arrays = inner.variables[-6:], inner.arrays[-8:]
+        for _ in range(r.between(1, 3)):
+            lines.append(self.assign(r.pick([inner, scope]), self.target(own), 1))
+        lines += self.s_store(inner, depth)
+        places = [v for v in scope.variables if v.writable and v.t in ("u32", "u64")]
+        lines += ["%s ^= %s;" % (r.pick(places).text, r.pick(own.variables).text)] if places else []
+        return ["{"] + indent(lines) + ["}"]
 
     def s_device(self, scope, depth):
         """Volatile members: read, written, changed in place, tested, read for nothing."""
@@ -1237,7 +1271,7 @@ class Program:
 
     def function(self):
         r = self.rnd
-        kind = r.weighted([(10, "general"), (8, "loops"), (6, "pure"), (5, "pointers"), (5, "walk"), (3, "recursive"),
+        kind = r.weighted([(10, "general"), (8, "loops"), (6, "pure"), (5, "pointers"), (5, "walk"), (5, "recursive"),
                            (3, "variable"), (3, "kept"), (4, "machine"), (3, "copies"), (3, "indirect"), (3, "floats")])
         getattr(self, "f_" + kind)()
 
@@ -1381,24 +1415,43 @@ class Program:
         self.finish(name, "u32", parameters, scope, lines + ["return %s + (unsigned)%s;" % (s, extra)], self.linkage())
 
     def f_recursive(self):
+        """Statics over the rounds; parameters that change places when the function calls itself, at its end or before."""
         r = self.rnd
-        name, kept, n, a = self.fresh("f"), self.fresh("k"), self.fresh("n"), self.fresh("p")
+        name, kept, n = self.fresh("f"), self.fresh("k"), self.fresh("n")
         if r.chance(25):
-            return self.recursion_over_locals(name, n, a)
+            return self.recursion_over_locals(name, n, self.fresh("p"))
         scope = Scope(alone=r.chance(50))
-        scope.variables = [Var(a, "u32"), Var(kept, "u32"), Var(n, "s32", 0, 12, writable=False)]
-        lines = ["static unsigned %s = %d;" % (kept, r.upto(9)), "if (%s <= 0) return %s;" % (n, a)]
-        lines += self.locals(scope, r.between(1, 2)) + self.statements(scope, r.between(1, 3), 1)
-        again = "%s(%s - 1, %s)" % (name, n, self.integer(scope, 2).text)
-        shape = r.upto(3)
+        passed = [(r.pick(["u32", "u32", "s32", "u8", "s64"]), self.fresh("p")) for _ in range(r.between(1, 4))]
+        scope.variables = [Var(p, t) for t, p in passed] + [Var(kept, "u32"), Var(n, "s32", 0, 12, writable=False)]
+        lines = ["static unsigned %s = %d;" % (kept, r.upto(9)),
+                 "if (%s <= 0) return %s;" % (n, " * 5u + ".join("(unsigned)" + p for _, p in passed))]
+        shape = r.pick([0, 0, 0, 1, 2])
+        if shape == 0 and r.chance(70):
+            # nothing but parameters, so that the next round may take this one's place
+            lines += [self.assign(scope, self.target(scope), 1) for _ in range(r.between(0, 2))]
+        else:
+            lines += self.locals(scope, r.between(1, 2)) + self.statements(scope, r.between(1, 3), 1)
+        counter = r.upto(len(passed) + 1)
+        formals = ["%s %s" % (c_type(t), p) for t, p in passed]
+        formals.insert(counter, "int " + n)
+
+        def call():
+            values = [r.pick(passed)[1] if r.chance(50) else self.integer(scope, 2).text for _ in passed]
+            values.insert(counter, n + " - 1")
+            return "%s(%s)" % (name, ", ".join(values))
+
+        again = call()
         if shape == 0:
+            lines += ["if (%s) return %s;" % (self.expression(scope, 1).text, call())] if r.chance(30) else []
             lines.append("return %s;" % again)
         elif shape == 1:
             lines += ["%s += %s;" % (kept, again), "return %s ^ %s;" % (kept, self.integer(scope, 1).text)]
         else:
             lines.append("return %s * 3u + (unsigned)%s;" % (again, n))
-        self.bodies.append(["static unsigned %s(int %s, unsigned %s)" % (name, n, a), "{"] + indent(lines) + ["}"])
-        self.calls.append((name, "mix(%s(%d, %s));" % (name, r.between(1, 12), self.constant("u32").text)))
+        self.bodies.append(["static unsigned %s(%s)" % (name, ", ".join(formals)), "{"] + indent(lines) + ["}"])
+        first = [self.constant(t).text for t, _ in passed]
+        first.insert(counter, str(r.between(1, 12)))
+        self.calls.append((name, "mix(%s(%s));" % (name, ", ".join(first))))
 
     def recursion_over_locals(self, name, n, a):
         """Each round has the address of a variable of the round before."""

@@ -125,11 +125,12 @@ def asks_script(script):
 
 
 def find_failure(judge, path, configs, place):
-    """The first failure of a program in one of the configurations; (None, None) when there is none."""
-    base = None
+    """The first failure of a program in one of the configurations and what is found; (None, why not) when there is none."""
+    base, why = None, "does not fail in " + ",".join(configs)
     for config in configs:
         if path.endswith(".c"):
-            findings = judge.one(path, place, [config]).findings
+            result = judge.one(path, place, [config])
+            findings, why = result.findings, result.discarded or why
         else:
             base = base or judge.base_of_file(path, place)
             if not base:
@@ -139,7 +140,7 @@ def find_failure(judge, path, configs, place):
             findings = result.findings
         if findings:
             return Failure(judge, config, findings[0].kind, shape(findings[0].text)), findings[0]
-    return None, None
+    return None, why
 
 
 def simplest(judge, path, failure, place):
@@ -294,7 +295,7 @@ def found(args, judge, place):
         return reduce(args, judge, asks_script(os.path.abspath(args.script)), None, place, end)
     failure, finding = find_failure(judge, args.file, stages.matrix(args.matrix), place)
     if not failure:
-        print("%s: does not fail in %s" % (args.file, args.matrix))
+        print("%s: %s" % (args.file, finding))
         sys.exit(2)
     print("%s: %s" % (args.file, finding), flush=True)
     failure = simplest(judge, args.file, failure, place)

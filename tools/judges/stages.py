@@ -22,7 +22,7 @@ CROSS = ["arm-linux-gnueabihf-gcc", "-static", "-w", "-std=gnu11"]
 INCLUDES = ["-I/usr/include/csmith"]
 # Traps instead of messages: no run-time library, and the exit status tells. Shifts of negative numbers are defined by
 # every compiler in question, and real programs have them.
-UNDEFINED = ["-fsanitize=undefined", "-fsanitize-undefined-trap-on-error"]
+UNDEFINED = ["-fsanitize=undefined", "-fno-sanitize=shift-base", "-fsanitize-undefined-trap-on-error"]
 
 COMMON = ["--aliased_variables", "--fp_mode=strict", "--fp_reassoc=off", "--debug:validate"]
 PARTS = {
@@ -75,10 +75,11 @@ def options(name):
 
 
 class Outcome:
-    """What a command left: status (as a shell gives it; -999 after a timeout), output, messages, seconds."""
+    """What a command left: status (as a shell gives it; -999 after a timeout), output, messages, seconds; whether a
+    signal ended it, which its status alone does not tell."""
 
-    def __init__(self, status, out, err, seconds):
-        self.status, self.out, self.err, self.seconds = status, out, err, seconds
+    def __init__(self, status, out, err, seconds, signalled=False):
+        self.status, self.out, self.err, self.seconds, self.signalled = status, out, err, seconds, signalled
 
     def timed_out(self):
         return self.status == -999
@@ -111,7 +112,7 @@ def run(command, stdin=None, timeout=60, env=None, cwd=None):
             out, err = p.communicate()
             return Outcome(-999, out, err, time.monotonic() - start)
     status = p.returncode if p.returncode >= 0 else 128 - p.returncode
-    return Outcome(status, out, err, time.monotonic() - start)
+    return Outcome(status, out, err, time.monotonic() - start, p.returncode < 0)
 
 
 def header(path, key):
@@ -222,7 +223,7 @@ class Judge:
         if got.timed_out():
             return None, "runs too long"
         if self.undefined:
-            if got.status >= 128:
+            if got.signalled:
                 return None, "ends by a signal"
             for flags in (["-O0"], ["-O2", "-fno-builtin"]):
                 checked = self.compile(path, out, flags + UNDEFINED)
