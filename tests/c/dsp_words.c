@@ -28,6 +28,8 @@ int main(void) {
             SHOW(__ssat((int)a, 9)), SHOW(__usat((int)a, 12)), SHOW(__ssat16(a, 5)), SHOW(__usat16(b, 6));
             putchar('\n');
         }
+    SHOW(__qadd(0x7fffffff, 5)), SHOW(__ssat(300, 8)), SHOW(__usat(-5, 4)), SHOW(__smuad(0x10002, -3)), SHOW(__sxtb16(0x8180));
+    putchar('\n');
     int16_t x[16], y[16];
     for (int i = 0; i < 16; i++) x[i] = (int16_t)(i * 991 - 5000), y[i] = (int16_t)(7000 - i * 777);
     printf("%d\n", dot(x, y, 16));

@@ -20,25 +20,32 @@ def counts_of(text):
     return found
 
 
-def oracle_counts(build, jobs, progress):
-    """Counts of the programs of the rewrite oracle, but of the one for size. None when they are not built."""
-    programs = sorted(p for p in glob.glob(os.path.join(build, "tests/oracle/oracle_*"))
-                      if os.access(p, os.X_OK) and os.path.isfile(p) and not p.endswith("deep_trees"))
-    counts, failed = collections.Counter(), []
+def counts_of_tests(args, progress):
+    """Counts of the programs of the rewrite oracle, but of the one for size, and of the unit tests that build trees;
+    and how many failed. No counts when they are not built."""
+    oracle = [p for p in glob.glob(os.path.join(args.build, "tests/oracle/oracle_*")) if not p.endswith("deep_trees")]
+    units = []
+    for path in glob.glob(os.path.join(args.root, "tests/unit/OPT5/*.cpp")):
+        with open(path) as f:
+            if "OPT5/program.h" in f.read():
+                units.append(os.path.join(args.build, "test_" + os.path.basename(path)[:-4]))
+    programs = sorted(p for p in oracle + units if os.path.isfile(p) and os.access(p, os.X_OK))
+    counts, failed = (collections.Counter(), collections.Counter()), 0
 
     def one(program):
         with tempfile.NamedTemporaryFile(prefix="qlcover", suffix=".rules") as f:
-            run = subprocess.run([program, "--rule-stats=" + f.name], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-            return program, run.returncode, counts_of(f.read().decode(errors="replace"))
+            unit = program in units
+            run = subprocess.run([program] + ([] if unit else ["--rule-stats=" + f.name]), stdout=subprocess.DEVNULL,
+                                 stderr=subprocess.DEVNULL, env=dict(os.environ, QL_RULE_STATS=f.name) if unit else None)
+            return program, unit, run.returncode, counts_of(f.read().decode(errors="replace"))
 
-    for program, status, found in spread(one, iter(programs), jobs):
+    for program, unit, status, found in spread(one, iter(programs), args.jobs):
         progress.step(status)
         if status:
-            failed.append(program)
+            failed += 1
             progress.say("%s: status %d" % (program, status))
-        for rule, n in found.items():
-            counts[rule] += n
-    return (counts if programs else None), failed
+        counts[unit].update(found)
+    return counts if programs else None, failed
 
 
 def main():
@@ -48,7 +55,7 @@ def main():
     ap.add_argument("--matrix", default=DEFAULT, help="configurations (%s)" % DEFAULT)
     ap.add_argument("--minutes", type=float, help="random programs for so long, instead of 200")
     ap.add_argument("--seed", type=int, default=1, help="the first seed of the random programs")
-    ap.add_argument("--no-oracle", action="store_true", help="programs only")
+    ap.add_argument("--no-oracle", action="store_true", help="C programs only")
     ap.add_argument("--all", action="store_true", help="print the rules that fire, too")
     ap.add_argument("--json", metavar="FILE", help="write all counts there")
     ap.add_argument("--jobs", type=int, default=int(os.environ.get("QL_JOBS", os.cpu_count())))
@@ -96,21 +103,20 @@ def main():
         for rule, n in counts.items():
             totals[rule] += n
     programs, spent = progress.done, progress.start
-    oracle = None
+    tests = None
     if not args.no_oracle:
-        oracle, broken = oracle_counts(args.build, args.jobs, progress)
-        failed += len(broken)
+        tests, broken = counts_of_tests(args, progress)
+        failed += broken
     progress.clear()
     never = sorted(r for r, n in totals.items() if n == 0)
-    nowhere = [r for r in never if not (oracle or {}).get(r)]
-    print("never fired on programs%s:" % (", but in the oracle" if oracle is not None else ""))
-    for rule in never:
-        if oracle is None or rule not in nowhere:
-            print("%12s  %s" % (oracle[rule] if oracle is not None else "", rule))
-    if oracle is not None:
-        print("never fired anywhere:")
-        for rule in nowhere:
-            print("%12s  %s" % ("", rule))
+    oracle, units = tests or ({}, {})
+    nowhere = [r for r in never if not oracle.get(r) and not units.get(r)]
+    for title, some in (("never fired on programs, but in the oracle:", [r for r in never if oracle.get(r)]),
+                        ("only in unit tests:", [r for r in never if not oracle.get(r) and units.get(r)]),
+                        ("never fired anywhere:" if tests else "never fired on programs:", nowhere)):
+        print(title)
+        for rule in some:
+            print("%12s  %s" % (oracle.get(rule) or units.get(rule) or "", rule))
     if args.all:
         print("fired on programs:")
         for rule, n in sorted(totals.items(), key=lambda r: r[1]):
@@ -119,10 +125,10 @@ def main():
     if args.json:
         with open(args.json, "w") as f:
             json.dump({"configurations": configs, "programs": programs, "rules": dict(sorted(totals.items())),
-                       "oracle": dict(sorted(oracle.items())) if oracle is not None else None}, f, indent=1)
+                       "oracle": dict(sorted(oracle.items())), "unit tests": dict(sorted(units.items()))}, f, indent=1)
     print("%d programs in %d configurations, %s: %d of %d rules and transformations never fired on programs, %s; %d firings; %d programs failed" %
           (programs, len(configs), clock(time.monotonic() - spent), len(never), len(totals),
-           "%d never fired anywhere" % len(nowhere) if oracle is not None else "the oracle was not run",
+           "%d never fired anywhere" % len(nowhere) if tests else "the oracle was not run",
            sum(totals.values()), failed))
     sys.exit(1 if failed else 0)
 
