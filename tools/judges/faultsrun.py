@@ -196,8 +196,8 @@ def reduced(shop, row, path, config, where, name):
     if os.path.exists(small):
         os.unlink(small)
     started = time.monotonic()
-    log = call(shop, "reducerun.py", path, "--matrix", config, "--minutes", str(shop.args.reduce_minutes), "-o", small,
-               timeout=60 * shop.args.reduce_minutes + 300)
+    log = call(shop, "reducerun.py", path, "--matrix", config, "--minutes", str(shop.args.reduce_minutes),
+               "--lines", "20", "-o", small, timeout=60 * shop.args.reduce_minutes + 300)
     spent = time.monotonic() - started
     text = call(shop, "bisectrun.py", path, "--matrix", config, timeout=300)
     with open(small[:-2] + ".log", "w") as f:

@@ -226,7 +226,7 @@ def reduce(args, judge, interesting, failure, place, end):
     whole = without_headers(args.file) if is_c else text
     if whole != text and holds(whole):
         text = whole
-    shrinker = shrink.Shrinker(text, holds, say, end - time.monotonic())
+    shrinker = shrink.Shrinker(text, holds, say, end - time.monotonic(), args.lines)
     (shrinkc.shrink_c if is_c else shrink.shrink_text_form)(shrinker)
     text = shrinker.text
     say("%d candidates" % shrinker.asked)
@@ -261,6 +261,7 @@ def main():
     ap.add_argument("--script", help="decides instead: gets the file's name, status 0 keeps the candidate")
     ap.add_argument("-o", dest="out", metavar="FILE", help="the result (default: NAME.small.c or NAME.small.ift)")
     ap.add_argument("--minutes", type=float, default=10, help="at most that long")
+    ap.add_argument("--lines", type=int, default=0, metavar="N", help="so few lines are good enough")
     ap.add_argument("--no-cvise", action="store_true", help="leave cvise out, which takes over what is longer than %d lines" % SHORT)
     ap.add_argument("--qlopt-option", action="append", default=[], metavar="OPTION", help="one more option for qlopt")
     ap.add_argument("--jobs", type=int, default=int(os.environ.get("QL_JOBS", os.cpu_count())))

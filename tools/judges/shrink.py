@@ -7,16 +7,17 @@ import re, time
 
 
 class Shrinker:
-    """INTERESTING(text) tells; SAY(text) hears of progress; after SECONDS it stops with what it has."""
+    """INTERESTING(text) tells; SAY(text) hears of progress; after SECONDS, or when so few lines as are ENOUGH are left, it
+    stops with what it has."""
 
-    def __init__(self, text, interesting, say=lambda text: None, seconds=600):
-        self.text, self.interesting, self.say = text, interesting, say
+    def __init__(self, text, interesting, say=lambda text: None, seconds=600, enough=0):
+        self.text, self.interesting, self.say, self.enough = text, interesting, say, enough
         self.end = time.monotonic() + seconds
         self.asked = 0
         self.refused = set()
 
     def late(self):
-        return time.monotonic() > self.end
+        return time.monotonic() > self.end or 0 < self.text.count("\n") <= self.enough
 
     def try_text(self, text):
         if text == self.text or self.late() or hash(text) in self.refused:
