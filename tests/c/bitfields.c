@@ -36,7 +36,9 @@ struct cell {
     unsigned code : 21;
 };
 union view {
-    struct { unsigned mantissa : 23, exponent : 8, sign : 1; } parts;
+    struct {
+        unsigned mantissa : 23, exponent : 8, sign : 1;
+    } parts;
     float value;
     unsigned bits;
 };
@@ -49,13 +51,31 @@ static void dump(const char *name, const void *p, unsigned n) {
 }
 
 static struct mixed global = {1, 2, 17, 200, -4, -4000};
-static struct cell grid[3][2] = {{{RED, BLUE, 1, 99}, {GREEN, NONE, 0, 1 << 20}}, {{.code = 7}}, {{BLUE}, {.back = GREEN}}};
+static struct cell grid[3][2] = {
+    {{RED, BLUE, 1, 99}, {GREEN, NONE, 0, 1 << 20}}, {{.code = 7}}, {{BLUE}, {.back = GREEN}}};
 
 static int bump(struct mixed *m) {
     m->a++, m->b--, m->c += 20, m->d <<= 1, m->e++, m->f *= 3;
     return m->a + m->b + m->c + m->d + m->e + m->f;
 }
 static struct wide make(long long v) { return (struct wide){v, v >> 3, -v, (int)v}; }
+
+// Fields wider than int keep their width in arithmetic.
+static struct {
+    unsigned long long u33 : 33, u40 : 40;
+    long long s41 : 41, s34 : 34;
+} w = {0x1FFFFFFFF, 0x100000, -5, 77}, x = {3, 0xFFFFFFFFFF, 1LL << 38, -8};
+
+static void wide_fields(long long l, unsigned long long ul, int i) {
+#define L(v) (unsigned long long)(v)
+    printf("%llx %llx %llx\n", L(w.u33 + x.u33), L(w.u33 * x.u40), L(w.u33 - x.s41));
+    printf("%d %d %d %d\n", w.u33 + 1 > w.u33, -w.u33 > 5, w.s41 < x.u33, w.u33 * i < 0);
+    printf("%g %g %g\n", (double)(x.u33 - x.s41), (double)(w.s41 + x.u33), (double)(x.u33 + l));
+    printf("%llx %llx %llx\n", L(~w.u33), L(w.u40 << 30), L(w.u33 >> 3));
+    unsigned long long next = ++w.u33, set = (w.u40 = ul * 1000000000000) + 1;
+    printf("%llx %llx %llx %llx\n", next, set, L((i ? x.u33 : x.s41) - 4), L(x.u33 * l / 2));
+    printf("%llx %llx %llx\n", L(x.s34 % x.u33), L(x.s34 / l), L(x.u40 + ul));
+}
 
 int main(void) {
     int total = 0;
@@ -73,7 +93,8 @@ int main(void) {
     struct wide w = make(0x1fedcba987LL);
     printf("%llu %llu %lld %d\n", (unsigned long long)w.p, (unsigned long long)w.q, (long long)w.r, w.t);
     w.p += w.q, w.q ^= 0x55555555, w.r >>= 9, w.t = -w.t;
-    printf("%llu %llu %lld %d %d\n", (unsigned long long)w.p, (unsigned long long)w.q, (long long)w.r, w.t, (int)sizeof w);
+    printf("%llu %llu %lld %d %d\n", (unsigned long long)w.p, (unsigned long long)w.q, (long long)w.r, w.t,
+           (int)sizeof w);
     w.r = 1LL << 39;
     printf("%lld %d\n", (long long)w.r, w.r < 0);
     struct breaks k;
@@ -105,6 +126,7 @@ int main(void) {
     printf("%g %x\n", v.value, v.bits);
     int assigned = (global.e = 5), shown = (c.lo = 0x77);
     printf("%d %d %d\n", assigned, shown, global.b - 3 < 0);
+    wide_fields(-3, 5, -2);
     printf("%d\n", total);
     return total & 0xff;
 }

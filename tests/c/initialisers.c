@@ -25,6 +25,32 @@ static long long big = (1ll << 40) - 1 + (unsigned char)300 * sizeof(int);
 static unsigned char flags[4] = {1 << 7 | 1, ~0 & 0xff, 'A' + 1, (unsigned char)-2};
 static struct node { int v; struct node *next; } ring[3] = {{1, ring + 1}, {2, ring + 2}, {3, ring}};
 static int zeroed[1000], (*matrix)[5] = (int[][5]){{1, 2}, {[4] = 3}};
+// A later designator changes a part of what an earlier one gave.
+struct label {
+    char text[6];
+    int number;
+} labels[] = {{{"foo"}, 1}, [0].text[0] = 'b'},
+  short_label[] = {{{"foo"}, 1}, [0].text = {"a"}, [0].number = 2};
+struct part {
+    int first;
+    short pair[2];
+    unsigned low : 5, high : 7;
+};
+struct whole {
+    struct part a, b;
+    int last;
+} again = {.a = {1, {2, 3}, 4, 5}, .a.pair[1] = 0, .a.low = 0, .last = 3, .b.high = 2};
+
+static void designated_again(void) {
+    struct whole here = {.a = {1, {2, 3}, 4, 5}, .a.pair[1] = 0, .a.low = 0, .last = 3, .b.high = 2};
+    struct label there[2] = {{{"foo"}, 1}, [0].text[0] = 'b', [1] = {"xy"}, [1].text[1] = 'z'};
+    printf("%s %d %s %d %s %d %s\n", labels[0].text, labels[0].number, short_label[0].text,
+           short_label[0].number, there[0].text, there[0].number, there[1].text);
+    for (struct whole *p = &again; p; p = p == &again ? &here : 0)
+        printf("%d %d %d %d %d %d %d\n", p->a.first, p->a.pair[0], p->a.pair[1], p->a.low, p->a.high, p->last,
+               p->b.high);
+}
+
 int main(void) {
     for (int i = 0; i < 10; i++) printf("%d ", numbers[i]);
     for (int i = 0; i < 3; i++) {
@@ -44,5 +70,6 @@ int main(void) {
     for (struct node *n = ring; s < 50; n = n->next) s += n->v;
     printf("%d %d %s %d %d %d %d %d\n", local[0].in[0].s[0], local[1].in[1].s[0], local[1].in[1].name, (int)sizeof text, part[2], empty[7], s,
            zeroed[999] + matrix[1][4]);
+    designated_again();
     return 0;
 }

@@ -603,7 +603,7 @@ XN *COMPILER::call(MNODE *t) {
         count(CN_NODES, 2);
     } else c->target = value(callee);
     if (c->direct)
-        for (const char *twice : {"setjmp", "_setjmp", "sigsetjmp", "__sigsetjmp"})
+        for (const char *twice : {"setjmp", "_setjmp", "sigsetjmp", "__sigsetjmp", "__builtin_setjmp"})
             if (c->direct->name == twice) saw_setjmp = c->is_setjmp = true;
     c->result = x->kind;
     c->result_type = t->type;

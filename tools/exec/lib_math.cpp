@@ -13,7 +13,8 @@ namespace {
     {#f, FN(from_f64(std::f(c.f64(0), c.f64(1))))}, {#f "l", FN(from_f64(std::f(c.f64(0), c.f64(1))))}, \
     {#f "f", FN(from_f32(std::f(c.f32(0), c.f32(1))))}
 #define CPX(f) \
-    {"c" #f, FN(put_complex(c, std::f(get_complex(c, 0))))}, {"c" #f "f", FN(put_complex(c, std::f(get_complex(c, 0))))}
+    {"c" #f, FN(put_complex(c, std::f(get_complex(c, 0))))}, {"c" #f "f", FN(put_complex(c, std::f(get_complex(c, 0))))}, \
+    {"c" #f "l", FN(put_complex(c, std::f(get_complex(c, 0))))}
 // clang-format on
 
 uint64_t do_modf(CALL_CONTEXT &c) {
@@ -43,6 +44,28 @@ uint64_t do_remquo(CALL_CONTEXT &c) {
     double r = std::remquo(c.f64(0), c.f64(1), &q);
     put_u32(c.u32(2), uint32_t(q));
     return from_f64(r);
+}
+uint64_t do_remquof(CALL_CONTEXT &c) {
+    int q;
+    float r = std::remquo(c.f32(0), c.f32(1), &q);
+    put_u32(c.u32(2), uint32_t(q));
+    return from_f32(r);
+}
+uint64_t do_lgamma_r(CALL_CONTEXT &c) {
+    int sign;
+    double v = lgamma_r(c.f64(0), &sign);
+    put_u32(c.u32(1), uint32_t(sign));
+    return from_f64(v);
+}
+uint64_t do_sincos(CALL_CONTEXT &c) {
+    put_u64(c.u32(1), from_f64(std::sin(c.f64(0))));
+    put_u64(c.u32(2), from_f64(std::cos(c.f64(0))));
+    return 0;
+}
+uint64_t do_sincosf(CALL_CONTEXT &c) {
+    put_u32(c.u32(1), uint32_t(from_f32(std::sin(c.f32(0)))));
+    put_u32(c.u32(2), uint32_t(from_f32(std::cos(c.f32(0)))));
+    return 0;
 }
 uint64_t clamp_long(double v) {
     return uint64_t(int64_t(v != v              ? 0
@@ -139,6 +162,56 @@ const LIBRARY_ROW library_math[] = {
     {"llround", FN(uint64_t(std::llround(c.f64(0))))},
     {"llrint", FN(uint64_t(std::llrint(c.f64(0))))},
     {"nan", FN(from_f64(std::nan("")))},
+    {"nanl", FN(from_f64(std::nan("")))},
+    {"ldexpl", FN(from_f64(std::ldexp(c.f64(0), c.i32(1))))},
+    {"scalbnl", FN(from_f64(std::scalbn(c.f64(0), c.i32(1))))},
+    {"scalblnl", FN(from_f64(std::scalbn(c.f64(0), c.i32(1))))},
+    {"scalblnf", FN(from_f32(std::scalbn(c.f32(0), c.i32(1))))},
+    {"scalb", FN(from_f64(std::scalbn(c.f64(0), int(c.f64(1)))))},
+    {"significand", FN(from_f64(c.f64(0) == 0 || !std::isfinite(c.f64(0)) ? c.f64(0) : std::scalbn(c.f64(0), -std::ilogb(c.f64(0)))))},
+    {"fmal", FN(from_f64(std::fma(c.f64(0), c.f64(1), c.f64(2))))},
+    {"modfl", do_modf},
+    {"frexpl", do_frexp},
+    {"remquol", do_remquo},
+    {"remquof", do_remquof},
+    {"lrintl", FN(clamp_long(std::rint(c.f64(0))))},
+    {"llrintl", FN(uint64_t(std::llrint(c.f64(0))))},
+    {"llroundl", FN(uint64_t(std::llround(c.f64(0))))},
+    {"nexttoward", FN(from_f64(std::nextafter(c.f64(0), c.f64(1))))},
+    {"nexttowardl", FN(from_f64(std::nextafter(c.f64(0), c.f64(1))))},
+    {"nexttowardf", FN(from_f32(std::nexttoward(c.f32(0), static_cast<long double>(c.f64(1)))))},
+    {"lgamma_r", do_lgamma_r},
+    {"gamma", FN(from_f64(std::lgamma(c.f64(0))))},
+    {"sincos", do_sincos},
+    {"sincosl", do_sincos},
+    {"sincosf", do_sincosf},
+    {"j0", FN(from_f64(j0(c.f64(0))))},
+    {"j1", FN(from_f64(j1(c.f64(0))))},
+    {"jn", FN(from_f64(jn(c.i32(0), c.f64(1))))},
+    {"y0", FN(from_f64(y0(c.f64(0))))},
+    {"y1", FN(from_f64(y1(c.f64(0))))},
+    {"yn", FN(from_f64(yn(c.i32(0), c.f64(1))))},
+    {"exp10f", FN(from_f32(exp10f(c.f32(0))))},
+    {"exp10l", FN(from_f64(exp10(c.f64(0))))},
+    {"pow10", FN(from_f64(exp10(c.f64(0))))},
+    {"dremf", FN(from_f32(std::remainder(c.f32(0), c.f32(1))))},
+    {"isnanf", FN(sx(std::isnan(any(c))))},
+    {"isnanl", FN(sx(std::isnan(any(c))))},
+    {"isinff", FN(sx(std::isinf(any(c)) ? (any(c) < 0 ? -1 : 1) : 0))},
+    {"isinfl", FN(sx(std::isinf(any(c)) ? (any(c) < 0 ? -1 : 1) : 0))},
+    {"finitef", FN(sx(std::isfinite(any(c))))},
+    {"finitel", FN(sx(std::isfinite(any(c))))},
+    {"signbit", FN(sx(sign_bit(c)))},
+    {"signbitf", FN(sx(sign_bit(c)))},
+    {"signbitl", FN(sx(sign_bit(c)))},
+    {"__signbitl", FN(sx(sign_bit(c)))},
+    {"__fpclassifyl", FN(sx(std::fpclassify(any(c))))},
+    {"cabsl", FN(from_f64(std::abs(get_complex(c, 0))))},
+    {"cargl", FN(from_f64(std::arg(get_complex(c, 0))))},
+    {"creall", FN(from_f64(get_complex(c, 0).real()))},
+    {"cimagl", FN(from_f64(get_complex(c, 0).imag()))},
+    {"conjl", FN(put_complex(c, std::conj(get_complex(c, 0))))},
+    {"cpowl", FN(put_complex(c, std::pow(get_complex(c, 0), get_complex(c, 1))))},
     {"nanf", FN(from_f32(std::nanf("")))},
     {"isnan", FN(sx(std::isnan(any(c))))},
     {"__isnan", FN(sx(std::isnan(any(c))))},

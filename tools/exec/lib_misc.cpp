@@ -79,21 +79,63 @@ uint64_t do_clock_gettime(CALL_CONTEXT &c) {
     put_u32(c.u32(1) + 4, uint32_t(ts.tv_nsec));
     return 0;
 }
+uint64_t do_asctime(uint32_t time, uint32_t to) {
+    struct tm t = get_tm(time);
+    char text[64];
+    if (!asctime_r(&t, text)) return 0;
+    static uint32_t own = mem.add_global(64, 1);
+    put_string(to ? to : own, text, strlen(text) + 1);
+    return to ? to : own;
+}
+uint64_t do_ctime(CALL_CONTEXT &c, uint32_t to) {
+    return do_asctime(uint32_t(split_time(c, static_tm())), to);
+}
+uint64_t do_timespec_get(CALL_CONTEXT &c) {
+    put_u32(c.u32(0), uint32_t(time(nullptr)));
+    put_u32(c.u32(0) + 4, 0);
+    return c.u32(1);
+}
+uint64_t do_times(CALL_CONTEXT &c) {
+    uint32_t ticks = uint32_t(clock() / (CLOCKS_PER_SEC / 100));
+    if (c.u32(0))
+        for (uint32_t i = 0; i < 4; i++) put_u32(c.u32(0) + 4 * i, i ? 0 : ticks);
+    return ticks;
+}
+uint64_t do_rusage(CALL_CONTEXT &c) {
+    memset(guest_bytes(c.u32(1), 72, true), 0, 72);
+    put_u32(c.u32(1), uint32_t(clock() / CLOCKS_PER_SEC));
+    put_u32(c.u32(1) + 4, uint32_t(clock() % CLOCKS_PER_SEC));
+    return 0;
+}
+// A set of signals is 128 bytes; signal n is bit n - 1.
+uint64_t in_set(uint32_t set, int n, int put) {
+    if (n < 1 || n > 64) return set_errno(22), sx(-1);
+    uint32_t a = set + 4 * uint32_t((n - 1) / 32), bit = 1u << (n - 1) % 32, word = get_u32(a);
+    if (put < 0) return word & bit ? 1 : 0;
+    put_u32(a, put ? word | bit : word & ~bit);
+    return 0;
+}
 std::unordered_map<int, uint32_t> handlers;
 uint64_t do_signal(CALL_CONTEXT &c) {
     uint32_t old = handlers[c.i32(0)];
     handlers[c.i32(0)] = c.u32(1);
     return old;
 }
-uint64_t do_raise(CALL_CONTEXT &c) {
-    uint32_t h = handlers[c.i32(0)];
+uint64_t raise_signal(int n) {
+    uint32_t h = handlers[n];
     if (h == 1) return 0;
     if (h) {
-        call_guest(h, {uint64_t(c.u32(0))});
+        call_guest(h, {uint64_t(uint32_t(n))});
         return 0;
     }
+    if (n == 17 || n == 18 || n == 23 || n == 28)
+        return 0; // children, continued, urgent data, window: ignored
     fflush(nullptr);
-    throw EXIT_PROGRAM{128 + c.i32(0)};
+    throw EXIT_PROGRAM{128 + n};
+}
+uint64_t do_kill(CALL_CONTEXT &c) {
+    if (c.i32(0) > 1) return set_errno(3), sx(-1); // there is no other process
+    return c.i32(1) ? raise_signal(c.i32(1)) : 0;
 }
 uint64_t do_sigaction(CALL_CONTEXT &c) {
     uint32_t &handler = handlers[c.i32(0)];
@@ -135,7 +177,24 @@ const LIBRARY_ROW library_misc[] = {
     {"gettimeofday", do_gettimeofday},
     {"clock_gettime", do_clock_gettime},
     {"signal", do_signal},
-    {"raise", do_raise},
+    {"raise", FN(raise_signal(c.i32(0)))},
+    {"kill", do_kill},
+    {"sigemptyset", DO(memset(guest_bytes(c.u32(0), 128, true), 0, 128); return 0;)},
+    {"sigfillset", DO(memset(guest_bytes(c.u32(0), 128, true), 255, 128); return 0;)},
+    {"sigaddset", FN(in_set(c.u32(0), c.i32(1), 1))},
+    {"sigdelset", FN(in_set(c.u32(0), c.i32(1), 0))},
+    {"sigismember", FN(in_set(c.u32(0), c.i32(1), -1))},
+    {"asctime", FN(do_asctime(c.u32(0), 0))},
+    {"asctime_r", FN(do_asctime(c.u32(0), c.u32(1)))},
+    {"ctime", FN(do_ctime(c, 0))},
+    {"ctime_r", FN(do_ctime(c, c.u32(1)))},
+    {"timegm", do_mktime},
+    {"timespec_get", do_timespec_get},
+    {"times", do_times},
+    {"getrusage", do_rusage},
+    {"clock_getres", DO(if (c.u32(1)) put_u64(c.u32(1), uint64_t(run_options.big_endian ? 1 : 1ull << 32)); return 0;)},
+    {"nanosleep", nothing},
+    {"clock_nanosleep", nothing},
     {"setlocale", empty_text},
     {"localeconv", do_localeconv},
     {"sigaction", do_sigaction},
@@ -143,10 +202,6 @@ const LIBRARY_ROW library_misc[] = {
     {"sleep", FN(0)},
     {"usleep", FN(0)},
     // Nothing to do for the one thread that runs.
-    {"sigemptyset", nothing},
-    {"sigfillset", nothing},
-    {"sigaddset", nothing},
-    {"sigdelset", nothing},
     {"sigprocmask", nothing},
     {"alarm", nothing},
     {"pthread_mutex_init", nothing},

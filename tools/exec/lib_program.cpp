@@ -195,6 +195,7 @@ const LIBRARY_ROW library_program[] = {
     {"opendir",          do_opendir},
     {"readdir",          do_readdir<false>},
     {"readdir64",        do_readdir<true>},
+    {"rewinddir",        DO(rewinddir(directory(c)); return 0;)},
     {"closedir",         do_closedir},
     {nullptr, nullptr},
 };

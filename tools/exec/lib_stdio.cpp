@@ -369,21 +369,34 @@ uint64_t do_fgets(CALL_CONTEXT &c) {
     return c.u32(0);
 }
 
-uint64_t do_getline(CALL_CONTEXT &c) {
-    FILE *f = guest_file(c.u32(2));
+uint64_t do_gets(CALL_CONTEXT &c) {
+    std::string s;
+    int ch;
+    while ((ch = getchar()) != EOF && ch != '\n') s += char(ch);
+    if (s.empty() && ch == EOF) return 0;
+    put_string(c.u32(0), s.c_str(), s.size() + 1);
+    return c.u32(0);
+}
+uint64_t print_to_descriptor(int fd, const std::string &s) {
+    fflush(nullptr);
+    return sx(int(write(fd, s.data(), s.size())));
+}
+
+// getline and getdelim: the buffer grows.
+uint64_t read_record(uint32_t line, uint32_t bytes, int end, FILE *f) {
     std::string s;
     int ch;
     while ((ch = getc(f)) != EOF) {
         s += char(ch);
-        if (ch == '\n') break;
+        if (ch == end) break;
     }
     if (s.empty()) return sx(-1);
-    uint32_t a = get_u32(c.u32(0)), room = get_u32(c.u32(1));
+    uint32_t a = get_u32(line), room = get_u32(bytes);
     if (!a || room < s.size() + 1) {
         if (a) mem.heap_free(a);
         a = mem.heap_alloc(uint32_t(s.size()) + 1);
-        put_u32(c.u32(0), a);
-        put_u32(c.u32(1), uint32_t(s.size()) + 1);
+        put_u32(line, a);
+        put_u32(bytes, uint32_t(s.size()) + 1);
     }
     put_string(a, s.c_str(), s.size() + 1);
     return s.size();
@@ -487,7 +500,7 @@ const LIBRARY_ROW library_stdio[] = {
     {"_IO_getc", FN(sx(fgetc(guest_file(c.u32(0)))))},
     {"ungetc", FN(sx(ungetc(c.i32(0), guest_file(c.u32(1)))))},
     {"fgets", do_fgets},
-    {"getline", do_getline},
+    {"getline", FN(read_record(c.u32(0), c.u32(1), '\n', guest_file(c.u32(2))))},
     {"fopen", FN(enter_file(fopen(guest_string(c.u32(0)).c_str(), guest_string(c.u32(1)).c_str())))},
     {"fopen64", FN(enter_file(fopen(guest_string(c.u32(0)).c_str(), guest_string(c.u32(1)).c_str())))},
     {"tmpfile", FN(enter_file(tmpfile()))},
@@ -517,6 +530,36 @@ const LIBRARY_ROW library_stdio[] = {
     {"remove", FN(sx(remove(guest_string(c.u32(0)).c_str())))},
     {"rename", FN(sx(rename(guest_string(c.u32(0)).c_str(), guest_string(c.u32(1)).c_str())))},
     {"perror", do_perror},
+    {"fprintf_unlocked", FN(print_to(guest_file(c.u32(0)), format_guest(c.u32(1), varargs_of(c, 2))))},
+    {"printf_unlocked", FN(print_to(stdout, format_guest(c.u32(0), varargs_of(c, 1))))},
+    {"dprintf", FN(print_to_descriptor(c.i32(0), format_guest(c.u32(1), varargs_of(c, 2))))},
+    {"vdprintf", FN(print_to_descriptor(c.i32(0), format_guest(c.u32(1), varargs_in(c, 2))))},
+    {"__isoc99_vscanf", FN(scan_file(stdin, c.u32(0), varargs_in(c, 1)))},
+    {"__isoc99_vfscanf", FN(scan_file(guest_file(c.u32(0)), c.u32(1), varargs_in(c, 2)))},
+    {"puts_unlocked", FN(print_to(stdout, guest_string(c.u32(0)) + "\n"))},
+    {"fputc_unlocked", FN(sx(fputc(c.i32(0), guest_file(c.u32(1)))))},
+    {"fgetc_unlocked", FN(sx(fgetc(guest_file(c.u32(0)))))},
+    {"fread_unlocked", do_fread},
+    {"fgets_unlocked", do_fgets},
+    {"feof_unlocked", FN(sx(feof(guest_file(c.u32(0)))))},
+    {"ferror_unlocked", FN(sx(ferror(guest_file(c.u32(0)))))},
+    {"clearerr_unlocked", DO(clearerr(guest_file(c.u32(0))); return 0;)},
+    {"fflush_unlocked", FN(sx(fflush(c.u32(0) ? guest_file(c.u32(0)) : nullptr)))},
+    {"getdelim", FN(read_record(c.u32(0), c.u32(1), c.i32(2), guest_file(c.u32(3))))},
+    {"gets", do_gets},
+    {"fgetpos", DO(put_u64(c.u32(1), uint64_t(ftell(guest_file(c.u32(0))))); return 0;)},
+    {"fsetpos", FN(sx(fseek(guest_file(c.u32(0)), long(get_u64(c.u32(1))), SEEK_SET)))},
+    {"setlinebuf", FN(0)},
+    {"setbuffer", FN(0)},
+    // Checked forms: a flag stands before the format, a size before it where text goes to memory.
+    {"__printf_chk", FN(print_to(stdout, format_guest(c.u32(1), varargs_of(c, 2))))},
+    {"__fprintf_chk", FN(print_to(guest_file(c.u32(0)), format_guest(c.u32(2), varargs_of(c, 3))))},
+    {"__sprintf_chk", FN(print_into(c.u32(0), 0, false, format_guest(c.u32(3), varargs_of(c, 4))))},
+    {"__snprintf_chk", FN(print_into(c.u32(0), c.u32(1), true, format_guest(c.u32(4), varargs_of(c, 5))))},
+    {"__vprintf_chk", FN(print_to(stdout, format_guest(c.u32(1), varargs_in(c, 2))))},
+    {"__vfprintf_chk", FN(print_to(guest_file(c.u32(0)), format_guest(c.u32(2), varargs_in(c, 3))))},
+    {"__vsprintf_chk", FN(print_into(c.u32(0), 0, false, format_guest(c.u32(3), varargs_in(c, 4))))},
+    {"__vsnprintf_chk", FN(print_into(c.u32(0), c.u32(1), true, format_guest(c.u32(4), varargs_in(c, 5))))},
     {nullptr, nullptr},
 };
 // clang-format on

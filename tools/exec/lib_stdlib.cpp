@@ -7,7 +7,7 @@
 
 namespace {
 
-std::vector<uint32_t> exit_handlers;
+std::vector<uint32_t> exit_handlers, quick_exit_handlers;
 
 uint64_t do_calloc(CALL_CONTEXT &c) {
     uint64_t n = uint64_t(c.u32(0)) * c.u32(1);
@@ -26,8 +26,7 @@ uint64_t do_free(CALL_CONTEXT &c) {
         fault("free() of 0x%08x, which is no live heap block", c.u32(0));
     return 0;
 }
-uint64_t do_realloc(CALL_CONTEXT &c) {
-    uint32_t old = c.u32(0), n = c.u32(1);
+uint64_t resize(uint32_t old, uint32_t n) {
     if (!old) return do_malloc(n);
     uint32_t size = mem.heap_size(old);
     if (size == ~0u) fault("realloc() of 0x%08x, which is no live heap block", old);
@@ -39,6 +38,11 @@ uint64_t do_realloc(CALL_CONTEXT &c) {
     mem.heap_free(old);
     return a;
 }
+uint64_t do_realloc(CALL_CONTEXT &c) { return resize(c.u32(0), c.u32(1)); }
+uint64_t do_reallocarray(CALL_CONTEXT &c) {
+    uint64_t n = uint64_t(c.u32(1)) * c.u32(2);
+    return n >> 32 ? (set_errno(ENOMEM), 0) : resize(c.u32(0), uint32_t(n));
+}
 uint64_t do_memalign(CALL_CONTEXT &c) {
     uint32_t a = mem.heap_alloc(c.u32(2), c.u32(1));
     if (!a) return ENOMEM;
@@ -47,7 +51,7 @@ uint64_t do_memalign(CALL_CONTEXT &c) {
 }
 
 // Stable merge of guest elements with a guest comparison.
-uint64_t do_qsort(CALL_CONTEXT &c) {
+uint64_t do_qsort(CALL_CONTEXT &c) { // qsort_r has a fifth argument, for the comparison
     uint32_t base = c.u32(0), n = c.u32(1), size = c.u32(2), cmp = c.u32(3);
     if (n < 2 || !size) return 0;
     guest_bytes(base, uint64_t(n) * size, true);
@@ -60,7 +64,8 @@ uint64_t do_qsort(CALL_CONTEXT &c) {
                      i = lo, j = mid;
             for (uint64_t k = lo; k < hi; k++) {
                 bool left =
-                    i < mid && (j >= hi || int32_t(call_guest(cmp, {from + i * size, from + j * size})) <= 0);
+                    i < mid &&
+                    (j >= hi || int32_t(call_guest(cmp, {from + i * size, from + j * size, c.u32(4)})) <= 0);
                 uint64_t pick = left ? i++ : j++;
                 memcpy(mem.base + to + k * size, mem.base + from + pick * size, size);
             }
@@ -119,6 +124,27 @@ double parse_float(CALL_CONTEXT &c, bool single) {
     return v;
 }
 
+// The 48-bit generator of drand48 and its kin; the e, n and j forms keep it in three halves of the caller's.
+uint64_t state48 = 0x330E;
+uint64_t next48(uint32_t at) {
+    uint64_t x = state48;
+    if (at) x = get_u32(at) | uint64_t(load_scalar_checked(SK_u16, at + 4)) << 32;
+    x = (x * 0x5DEECE66Dull + 0xB) & 0xFFFFFFFFFFFFull;
+    if (!at) state48 = x;
+    else put_u32(at, uint32_t(x)), store_scalar_checked(SK_u16, at + 4, x >> 32);
+    return x;
+}
+double real48(uint32_t at) { return double(next48(at)) / double(uint64_t(1) << 48); }
+uint64_t do_rand_r(CALL_CONTEXT &c) {
+    uint32_t next = get_u32(c.u32(0)), result = 0;
+    for (uint32_t keep : {2048u, 1024u, 1024u}) {
+        next = next * 1103515245u + 12345u;
+        result = (result << (keep == 2048 ? 11 : 10)) ^ (next / 65536u % keep);
+    }
+    put_u32(c.u32(0), next);
+    return result;
+}
+
 // The additive feedback generator of the target's C library (random_r type 3), so that seeds give its numbers.
 struct RANDOM {
     int32_t r[34];
@@ -170,6 +196,14 @@ uint64_t do_exit(CALL_CONTEXT &c) {
     int status = c.i32(0);
     run_exit_handlers();
     throw EXIT_PROGRAM{status};
+}
+uint64_t do_quick_exit(CALL_CONTEXT &c) {
+    while (!quick_exit_handlers.empty()) {
+        uint32_t h = quick_exit_handlers.back();
+        quick_exit_handlers.pop_back();
+        call_guest(h, {});
+    }
+    throw EXIT_PROGRAM{c.i32(0)};
 }
 uint64_t do_assert_fail(CALL_CONTEXT &c) {
     fflush(stdout);
@@ -253,10 +287,27 @@ const LIBRARY_ROW library_stdlib[] = {
     {"random", FN(random_numbers.next())},
     {"srand", DO(random_numbers.seed(c.u32(0)); return 0;)},
     {"srandom", DO(random_numbers.seed(c.u32(0)); return 0;)},
+    {"qsort_r", do_qsort},
+    {"reallocarray", do_reallocarray},
+    {"valloc", FN(do_malloc(c.u32(0), 4096))},
+    {"malloc_usable_size", FN(c.u32(0) ? mem.heap_size(c.u32(0)) : 0)},
+    {"strtoq", do_strtoll},
+    {"strtouq", do_strtoull},
+    {"rand_r", do_rand_r},
+    {"srand48", DO(state48 = uint64_t(c.u32(0)) << 16 | 0x330E; return 0;)},
+    {"drand48", FN(from_f64(real48(0)))},
+    {"erand48", FN(from_f64(real48(c.u32(0))))},
+    {"lrand48", FN(next48(0) >> 17)},
+    {"nrand48", FN(next48(c.u32(0)) >> 17)},
+    {"mrand48", FN(sx(int32_t(next48(0) >> 16)))},
+    {"jrand48", FN(sx(int32_t(next48(c.u32(0)) >> 16)))},
+    {"system", DO(if (c.u32(0)) set_errno(ENOSYS); return c.u32(0) ? sx(-1) : 0;)}, // there is no shell
+    {"at_quick_exit", DO(quick_exit_handlers.push_back(c.u32(0)); return 0;)},
+    {"__clear_cache", FN(0)},
     {"exit", do_exit},
     {"_exit", DO(throw EXIT_PROGRAM{c.i32(0)};)},
     {"_Exit", DO(throw EXIT_PROGRAM{c.i32(0)};)},
-    {"quick_exit", DO(throw EXIT_PROGRAM{c.i32(0)};)},
+    {"quick_exit", do_quick_exit},
     {"abort", do_abort},
     {"atexit", DO(exit_handlers.push_back(c.u32(0)); return 0;)},
     {"__assert_fail", do_assert_fail},
@@ -266,6 +317,8 @@ const LIBRARY_ROW library_stdlib[] = {
     {"_setjmp", do_setjmp},
     {"__sigsetjmp", do_setjmp},
     {"sigsetjmp", do_setjmp},
+    {"__builtin_setjmp", do_setjmp},
+    {"__builtin_longjmp", do_longjmp},
     {"longjmp", do_longjmp},
     {"_longjmp", do_longjmp},
     {"siglongjmp", do_longjmp},

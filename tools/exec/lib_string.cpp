@@ -1,6 +1,8 @@
 // string.h and ctype.h.
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
+#include <csignal>
 
 #include "tools/exec/library.h"
 
@@ -105,12 +107,7 @@ uint64_t do_strtok_r(CALL_CONTEXT &c) {
 uint64_t do_strerror(CALL_CONTEXT &c) {
     static std::unordered_map<int, uint32_t> texts;
     uint32_t &a = texts[c.i32(0)];
-    if (!a) {
-        const char *t = strerror(c.i32(0));
-        a = mem.add_global(uint32_t(strlen(t)) + 1, 1);
-        memcpy(mem.base + a, t, strlen(t) + 1);
-    }
-    return a;
+    return a ? a : a = library_text(strerror(c.i32(0)));
 }
 uint64_t move_bytes(uint32_t to, uint32_t from, uint32_t n, FRAME *f) {
     if (n) memmove(guest_bytes(to, n, true), guest_bytes(from, n, false), n);
@@ -187,6 +184,39 @@ uint64_t do_strcasestr(CALL_CONTEXT &c) {
     }
 }
 
+uint64_t do_stpncpy(CALL_CONTEXT &c) {
+    uint32_t n = 0;
+    while (n < c.u32(2) && *guest_bytes(c.u32(1) + n, 1, false)) n++;
+    return do_strncpy(c) + n;
+}
+uint64_t do_strxfrm(CALL_CONTEXT &c) {
+    uint32_t n = guest_strlen(c.u32(1));
+    if (n < c.u32(2)) copy_string(c.u32(0), c.u32(1));
+    return n;
+}
+uint64_t do_xpg_strerror_r(CALL_CONTEXT &c) {
+    std::string s = guest_string(uint32_t(do_strerror(c)));
+    if (s.size() >= c.u32(2)) return ERANGE;
+    put_string(c.u32(1), s.c_str(), s.size() + 1);
+    return 0;
+}
+uint64_t do_memccpy(CALL_CONTEXT &c) {
+    for (uint32_t i = 0; i < c.u32(3); i++) {
+        char ch = *guest_bytes(c.u32(1) + i, 1, false);
+        *guest_bytes(c.u32(0) + i, 1, true) = ch;
+        if (ch == char(c.u32(2))) return c.u32(0) + i + 1;
+    }
+    return 0;
+}
+uint64_t do_memmem(CALL_CONTEXT &c) {
+    if (!c.u32(3)) return c.u32(0);
+    if (!c.u32(1)) return 0;
+    const char *base = guest_bytes(c.u32(0), c.u32(1), false);
+    auto *at =
+        static_cast<const char *>(memmem(base, c.u32(1), guest_bytes(c.u32(2), c.u32(3), false), c.u32(3)));
+    return at ? c.u32(0) + uint64_t(at - base) : 0;
+}
+
 } // namespace
 
 // clang-format off
@@ -230,6 +260,31 @@ const LIBRARY_ROW library_string[] = {
     {"memrchr", do_memrchr},
     {"strsep", do_strsep},
     {"strcasestr", do_strcasestr},
+    {"rawmemchr", FN(find_char(c.u32(0), c.i32(1), false))},
+    {"strxfrm", do_strxfrm},
+    {"stpncpy", do_stpncpy},
+    {"strerror_r", do_strerror},
+    {"__xpg_strerror_r", do_xpg_strerror_r},
+    {"strsignal", FN(library_text(strsignal(c.i32(0))))},
+    {"memccpy", do_memccpy},
+    {"memmem", do_memmem},
+    {"explicit_bzero", DO(if (c.u32(1)) memset(guest_bytes(c.u32(0), c.u32(1), true), 0, c.u32(1)); return 0;)},
+    {"ffsl", FN(uint64_t(__builtin_ffs(c.i32(0))))},
+    {"ffsll", FN(uint64_t(__builtin_ffsll(int64_t(c.u64(0)))))},
+    {"strverscmp", FN(sx(strverscmp(guest_string(c.u32(0)).c_str(), guest_string(c.u32(1)).c_str())))},
+    {"_tolower", FN(sx(c.i32(0) | 32))},
+    {"_toupper", FN(sx(c.i32(0) & ~32))},
+    {"__ctype_get_mb_cur_max", FN(1)},
+    // Checked forms: the size of the object stands last, and accesses are checked anyway.
+    {"__memcpy_chk", FN(move_bytes(c.u32(0), c.u32(1), c.u32(2), c.frame))},
+    {"__memmove_chk", FN(move_bytes(c.u32(0), c.u32(1), c.u32(2), c.frame))},
+    {"__mempcpy_chk", FN(move_bytes(c.u32(0), c.u32(1), c.u32(2), c.frame) + c.u32(2))},
+    {"__memset_chk", do_memset},
+    {"__strcpy_chk", DO(copy_string(c.u32(0), c.u32(1)); return c.u32(0);)},
+    {"__stpcpy_chk", FN(c.u32(0) + copy_string(c.u32(0), c.u32(1)))},
+    {"__strcat_chk", DO(copy_string(c.u32(0) + guest_strlen(c.u32(0)), c.u32(1)); return c.u32(0);)},
+    {"__strncpy_chk", do_strncpy},
+    {"__strncat_chk", do_strncat},
     {"strchrnul", DO(return c.u32(0) + std::min(guest_string(c.u32(0)).find(char(c.u32(1))), size_t(guest_strlen(c.u32(0))));)},
     {"isascii", FN(c.u32(0) < 128)},
     {"toascii", FN(c.u32(0) & 127)},

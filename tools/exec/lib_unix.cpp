@@ -1,4 +1,4 @@
-// unistd.h, fcntl.h, sys/stat.h: descriptors and names of files are the host's.
+// unistd.h, fcntl.h, sys/stat.h, sys/mman.h: descriptors and names of files are the host's.
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
@@ -35,6 +35,52 @@ uint64_t do_write(CALL_CONTEXT &c) {
 uint64_t do_read(CALL_CONTEXT &c) {
     return answer(read(c.i32(0), guest_bytes(c.u32(1), c.u32(2), true), c.u32(2)));
 }
+template <bool wide_offset> uint64_t do_pread(CALL_CONTEXT &c) {
+    off_t at = wide_offset ? off_t(c.u64(3)) : c.i32(3);
+    return answer(pread(c.i32(0), guest_bytes(c.u32(1), c.u32(2), true), c.u32(2), at));
+}
+template <bool wide_offset> uint64_t do_pwrite(CALL_CONTEXT &c) {
+    off_t at = wide_offset ? off_t(c.u64(3)) : c.i32(3);
+    return answer(pwrite(c.i32(0), guest_bytes(c.u32(1), c.u32(2), false), c.u32(2), at));
+}
+
+// Maps are copies: private, and a file's bytes are read once. Protection is not kept.
+uint64_t do_mmap(CALL_CONTEXT &c, int64_t offset) {
+    constexpr uint32_t fixed = 0x10, anonymous = 0x20;
+    uint32_t bytes = (c.u32(1) + 4095) & ~4095u, flags = c.u32(3), a = 0;
+    if (!bytes || bytes < c.u32(1)) return set_errno(EINVAL), 0xFFFFFFFF;
+    if (!(flags & fixed)) a = mem.heap_alloc(bytes, 4096);
+    else if (mem.map_at(c.u32(0), bytes)) a = c.u32(0);
+    if (!a) return set_errno(ENOMEM), 0xFFFFFFFF;
+    memset(mem.base + a, 0, bytes);
+    if (run_options.check_init) mem.mark_written(a, bytes);
+    if (!(flags & anonymous) && pread(c.i32(4), mem.base + a, c.u32(1), offset) < 0) {
+        set_errno(errno);
+        if (!(flags & fixed)) mem.heap_free(a);
+        return 0xFFFFFFFF;
+    }
+    return a;
+}
+uint64_t do_munmap(CALL_CONTEXT &c) {
+    uint32_t a = c.u32(0), bytes = (c.u32(1) + 4095) & ~4095u;
+    if ((a & 4095) || !bytes) return set_errno(EINVAL), answer(-1);
+    if (mem.heap_size(a) == bytes) mem.heap_free(a);
+    else mem.poison(a, bytes, SHADOW_FREED);
+    return 0;
+}
+
+uint64_t do_gethostname(CALL_CONTEXT &c) {
+    if (c.u32(1) < 6) return set_errno(ENAMETOOLONG), sx(-1);
+    put_string(c.u32(0), "qlrun", 6);
+    return 0;
+}
+uint64_t do_mkdtemp(CALL_CONTEXT &c) {
+    std::string s = name(c, 0);
+    if (!mkdtemp(s.data())) return set_errno(errno), 0;
+    put_string(c.u32(0), s.c_str(), s.size());
+    return c.u32(0);
+}
+
 uint64_t do_getcwd(CALL_CONTEXT &c) {
     char buf[4096];
     if (!getcwd(buf, sizeof buf)) return set_errno(errno), 0;
@@ -132,6 +178,24 @@ const LIBRARY_ROW library_unix[] = {
     {"umask",       FN(umask(c.u32(0)))},
     {"sysconf",     FN(c.i32(0) == 30 ? 4096 : uint64_t(-1))}, // the size of a page
     {"getpagesize", FN(4096)},
+    {"mmap",        FN(do_mmap(c, int64_t(c.u32(5))))},
+    {"mmap64",      FN(do_mmap(c, int64_t(c.u64(5))))},
+    {"munmap",      do_munmap},
+    {"mprotect",    FN(0)},
+    {"msync",       FN(0)},
+    {"madvise",     FN(0)},
+    {"pread",       do_pread<false>},
+    {"pread64",     do_pread<true>},
+    {"pwrite",      do_pwrite<false>},
+    {"pwrite64",    do_pwrite<true>},
+    {"fdatasync",   FN(answer(fdatasync(c.i32(0))))},
+    {"truncate",    FN(answer(truncate(name(c, 0).c_str(), c.i32(1))))},
+    {"link",        FN(answer(link(name(c, 0).c_str(), name(c, 1).c_str())))},
+    {"symlink",     FN(answer(symlink(name(c, 0).c_str(), name(c, 1).c_str())))},
+    {"fchmod",      FN(answer(fchmod(c.i32(0), c.u32(1))))},
+    {"gethostname", do_gethostname},
+    {"getppid",     FN(0)},
+    {"mkdtemp",     do_mkdtemp},
     {nullptr, nullptr},
 };
 // clang-format on

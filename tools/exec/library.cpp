@@ -22,6 +22,12 @@ std::string guest_string(uint32_t a) {
     return std::string(reinterpret_cast<char *>(mem.base + a), n);
 }
 
+uint32_t library_text(const std::string &s) {
+    uint32_t a = mem.add_global(uint32_t(s.size()) + 1, 1);
+    memcpy(mem.base + a, s.c_str(), s.size() + 1);
+    return a;
+}
+
 void put_string(uint32_t a, const char *text, size_t n) { memcpy(guest_bytes(a, n, true), text, n); }
 void put_u32(uint32_t a, uint32_t v) {
     check_access(a, 4, true);
@@ -94,7 +100,7 @@ XFUNC *library_function(const std::string &given) {
         std::unordered_map<std::string, uint64_t (*)(CALL_CONTEXT &)> t;
         for (const LIBRARY_ROW *rows :
              {library_stdio, library_string, library_stdlib, library_math, library_misc, library_wchar,
-              library_atomic, library_unix, library_program})
+              library_atomic, library_unix, library_program, library_fenv})
             for (const LIBRARY_ROW *r = rows; r->name; r++) t[r->name] = r->fn;
         return t;
     }();

@@ -12,7 +12,8 @@ struct LIBRARY_ROW {
     uint64_t (*fn)(CALL_CONTEXT &);
 };
 extern const LIBRARY_ROW library_stdio[], library_string[], library_stdlib[], library_math[], library_misc[],
-    library_wchar[], library_atomic[], library_unix[], library_program[]; // end with a null name
+    library_wchar[], library_atomic[], library_unix[], library_program[],
+    library_fenv[]; // end with a null name
 
 // Functions in the rows: a value, or statements.
 #define FN(...) [](CALL_CONTEXT &c) -> uint64_t { return (void)c, (__VA_ARGS__); }
@@ -23,6 +24,7 @@ inline uint64_t sx(int v) { return uint64_t(int64_t(v)); }
 char *guest_bytes(uint32_t a, uint64_t n, bool write); // host address; faults outside an object
 std::string guest_string(uint32_t a);                  // through its NUL
 uint32_t guest_strlen(uint32_t a);
+uint32_t library_text(const std::string &s);             // a new object with the text
 void put_string(uint32_t a, const char *text, size_t n); // n bytes, checked
 void put_u32(uint32_t a, uint32_t v);
 void put_u64(uint32_t a, uint64_t v);

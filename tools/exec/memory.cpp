@@ -102,7 +102,7 @@ uint32_t MEMORY::heap_alloc(uint32_t bytes, uint32_t align) {
     }
     if (!a) {
         a = round_up(heap_next, align < 8 ? 8 : align);
-        if (uint64_t(a) + room > STACK_TOP - STACK_SIZE - 4096) return 0;
+        if (uint64_t(a) + room > heap_end) return 0;
         poison(heap_next, a - heap_next, SHADOW_RED_HEAP);
         heap_next = a + room;
     }
@@ -112,6 +112,14 @@ uint32_t MEMORY::heap_alloc(uint32_t bytes, uint32_t align) {
     live_bytes += bytes;
     if (track_init) mark_unwritten(a, bytes);
     return a;
+}
+
+bool MEMORY::map_at(uint32_t a, uint32_t bytes) {
+    if (!heap_next) heap_next = heap_base = round_up(global_next + 4096, 4096);
+    if (a % 4096 || a < heap_next || uint64_t(a) + bytes > STACK_TOP - STACK_SIZE - 4096) return false;
+    unpoison(a, bytes);
+    if (a < heap_end) heap_end = a;
+    return true;
 }
 
 bool MEMORY::heap_free(uint32_t a) {

@@ -55,7 +55,9 @@ struct MEMORY {
     uint32_t add_global(uint32_t bytes, uint32_t align);     // bytes; zeroed
     uint32_t heap_alloc(uint32_t bytes, uint32_t align = 8); // 0 when exhausted
     bool heap_free(uint32_t a);                              // false: not the start of a live block
-    uint32_t heap_size(uint32_t a) const;                    // of a live block; ~0 when it is none
+    bool map_at(uint32_t a,
+                uint32_t bytes); // whole pages at a place above the heap, which ends there from now on
+    uint32_t heap_size(uint32_t a) const; // of a live block; ~0 when it is none
     uint64_t heap_live() const { return live_bytes; }
 
     // Uninitialised reads: a bit for each byte that was written, only with track_init.
@@ -76,7 +78,7 @@ struct MEMORY {
     bool ok_slow(uint32_t a, uint64_t n) const;
     uint32_t global_next = GLOBAL_BASE;
     uint32_t heap_base = 0; // of the first block; 0 until there is one
-    uint32_t heap_next = 0;
+    uint32_t heap_next = 0, heap_end = STACK_TOP - STACK_SIZE - 4096;
     struct BLOCK {
         uint32_t size, room; // bytes asked for; bytes taken, red zone included
         bool live;

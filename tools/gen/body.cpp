@@ -8,7 +8,7 @@ namespace {
 // Functions that return a second time: what is live across them has to stay in memory.
 bool returns_twice(const std::string &name) {
     return name == "setjmp" || name == "_setjmp" || name == "__sigsetjmp" || name == "sigsetjmp" ||
-           name == "vfork";
+           name == "__builtin_setjmp" || name == "vfork";
 }
 
 // The variable whose address a tree takes; null when it takes none of a variable.

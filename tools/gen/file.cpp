@@ -28,7 +28,7 @@ std::string thread_of(MSYM *s) { return s->find_pragma(PRAG_THREAD_LOCAL) ? "__t
 
 bool twice_returning(const std::string &name) {
     return name == "setjmp" || name == "_setjmp" || name == "__sigsetjmp" || name == "sigsetjmp" ||
-           name == "vfork";
+           name == "__builtin_setjmp" || name == "vfork";
 }
 
 std::string section_of(const std::string &title, const std::string &text) {

@@ -53,6 +53,12 @@ struct INIT_LEAF {
     MNODE *tree;
 };
 
+// The width in bits and the sign that an integer value has (lower_fields.cpp).
+struct EXACT_INT {
+    unsigned bits = 64;
+    bool is_signed = false;
+};
+
 struct ASM_OPERAND;
 
 class LOWER {
@@ -79,6 +85,7 @@ class LOWER {
     std::unordered_map<std::string, MSYM *> string_objects;
     std::set<const MSYM *>
         extended; // objects with an initialised flexible array, of a type that has room for it
+    std::unordered_map<const clang::Expr *, EXACT_INT> exact_ints; // of expressions of 64 bits
     unsigned anonymous_count = 0, asm_count = 0;
     std::map<std::string, unsigned> static_count;
 
@@ -204,7 +211,8 @@ class LOWER {
     void begin_scope(clang::SourceLocation where);
     void end_scope(clang::SourceLocation where);
     void initialise(MNODE *lvalue, const clang::Expr *init, clang::QualType); // a local object
-    void initialise_aggregate(MNODE *lvalue, const clang::InitListExpr *, clang::QualType, bool zeroed);
+    enum BEFORE_INIT { UNSET, ZEROED, HAS_VALUES };                           // what the object holds
+    void initialise_aggregate(MNODE *lvalue, const clang::InitListExpr *, clang::QualType, BEFORE_INIT);
     void initialise_string(MNODE *lvalue, const clang::StringLiteral *, clang::QualType);
     void fill_zero(MNODE *lvalue, uint64_t bytes);
     int label_of(const clang::LabelDecl *);
@@ -262,6 +270,12 @@ class LOWER {
     MNODE *increment(const clang::UnaryOperator *);
     MNODE *binary(const clang::BinaryOperator *);
     MNODE *comparison(const clang::BinaryOperator *);
+    // lower_fields.cpp
+    EXACT_INT exact_int(const clang::Expr *);
+    MNODE *exact_value(const clang::Expr *, EXACT_INT);
+    MNODE *cut_to(MNODE *, EXACT_INT);
+    MNODE *exact_binary(const clang::BinaryOperator *);
+    MNODE *exact_unary(const clang::UnaryOperator *, int op);
     MNODE *complex_binary(int op, TYPE *, MNODE *l, MNODE *r);
     MNODE *pointer_arithmetic(MNODE *pointer, const clang::Expr *index, clang::QualType pointee, bool minus);
     MNODE *assignment(const clang::BinaryOperator *);

@@ -118,6 +118,8 @@ MNODE *LOWER::builtin_call(const CallExpr *e, unsigned id) {
         n->text = "_never_executed";
         return n;
     }
+    case Builtin::BI__builtin_extract_return_addr:
+    case Builtin::BI__builtin_frob_return_addr: return arg(0);
     case Builtin::BI__builtin_assume_aligned: return convert(arg(0), unqualified(e->getType()));
     case Builtin::BI__builtin_alloca:
     case Builtin::BIalloca: {
@@ -193,12 +195,12 @@ MNODE *LOWER::builtin_call(const CallExpr *e, unsigned id) {
     if (name.rfind(prefix, 0) != 0) return nullptr;
     std::string plain = name.substr(sizeof prefix - 1);
     static const char *const kept[] = {
-        "clz",          "clzl",         "clzll",       "ctz",      "ctzl",           "ctzll",
-        "popcount",     "popcountl",    "popcountll",  "parity",   "parityl",        "parityll",
-        "ffs",          "ffsl",         "ffsll",       "bswap16",  "bswap32",        "bswap64",
-        "clrsb",        "clrsbl",       "clrsbll",     "isinf",    "isinf_sign",     "isfinite",
-        "isnormal",     "signbit",      "signbitf",    "signbitl", "return_address", "frame_address",
-        "add_overflow", "sub_overflow", "mul_overflow"};
+        "clz",      "clzl",      "clzll",        "ctz",          "ctzl",           "ctzll",
+        "popcount", "popcountl", "popcountll",   "parity",       "parityl",        "parityll",
+        "ffs",      "ffsl",      "ffsll",        "bswap16",      "bswap32",        "bswap64",
+        "clrsb",    "clrsbl",    "clrsbll",      "isinf",        "isinf_sign",     "isfinite",
+        "isnormal", "signbit",   "signbitf",     "signbitl",     "return_address", "frame_address",
+        "setjmp",   "longjmp",   "add_overflow", "sub_overflow", "mul_overflow"};
     bool is_kept = false;
     for (const char *k : kept) is_kept |= plain == k;
     if (plain.find("overflow") != std::string::npos)
@@ -207,6 +209,11 @@ MNODE *LOWER::builtin_call(const CallExpr *e, unsigned id) {
                                                                          : MULT);
     const FunctionDecl *fd = e->getDirectCallee();
     std::string target = is_kept ? name : plain;
+    bool of_library = builtins.isLibFunction(id) || plain.rfind("__", 0) == 0 || plain == "trap" ||
+                      ctx.Idents.get(plain).getBuiltinID();
+    if (!is_kept && !of_library) refuse(e->getBeginLoc(), "the built-in function " + name);
+    for (const NamedDecl *d : ctx.getTranslationUnitDecl()->lookup(&ctx.Idents.get(target)))
+        if (auto *label = d->getAttr<AsmLabelAttr>()) target = label->getLabel().str(); // renamed
     if (plain == "trap") target = "abort";
     bool checked = plain.size() > 4 && plain.rfind("__", 0) == 0 && plain.find("_chk") == plain.size() - 4;
     unsigned n = e->getNumArgs();

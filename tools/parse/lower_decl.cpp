@@ -43,9 +43,27 @@ static bool definition_is_local(const FunctionDecl *f, ASTContext &ctx) {
 
 // A name of the compiler that the front end does not know: the plain function where there is one.
 static std::string known_builtin(const std::string &name) {
-    static const char *const plain[] = {"exit",   "_exit",   "putchar", "puts",   "fputs",
-                                        "fputc",  "isinff",  "isinfl",  "isnanf", "isnanl",
-                                        "finite", "finitef", "finitel"};
+    static const char *const plain[] = {"exit",
+                                        "_exit",
+                                        "putchar",
+                                        "puts",
+                                        "fputs",
+                                        "fputc",
+                                        "fwrite",
+                                        "printf_unlocked",
+                                        "puts_unlocked",
+                                        "putchar_unlocked",
+                                        "fprintf_unlocked",
+                                        "fputs_unlocked",
+                                        "fwrite_unlocked",
+                                        "fputc_unlocked",
+                                        "isinff",
+                                        "isinfl",
+                                        "isnanf",
+                                        "isnanl",
+                                        "finite",
+                                        "finitef",
+                                        "finitel"};
     for (const char *p : plain)
         if (name == std::string("__builtin_") + p)
             return p[0] == 'i' || !strncmp(p, "finite", 6) ? std::string("__") + p : p;
@@ -123,6 +141,8 @@ void LOWER::function_attributes(MSYM *s, const FunctionDecl *f) {
     if (auto *a = f->getAttr<DestructorAttr>())
         add(PRAG_FUNC_IN_INIT_ARRAY, {"D", std::to_string(a->getPriority())}), s->policy = POLICY_ALWAYS;
     if (f->hasAttr<NakedAttr>()) refuse(f->getLocation(), "a naked function");
+    if (f->hasAttr<IFuncAttr>())
+        refuse(f->getLocation(), "a function chosen when the program starts (ifunc)");
 }
 
 // The definition, else a tentative one: an extern declaration after it, also within a function, does not undo it.
@@ -335,11 +355,23 @@ void LOWER::constant_bits(const FieldDecl *f, uint64_t record_offset, uint64_t v
         unsigned source = big ? width - 1 - i : i;
         unsigned in_byte = big ? 7 - unsigned(bit & 7) : unsigned(bit & 7);
         uint8_t &byte = bit_bytes[bit >> 3];
-        if (value >> source & 1) byte = uint8_t(byte | 1u << in_byte);
+        byte = uint8_t((byte & ~(1u << in_byte)) | unsigned(value >> source & 1) << in_byte);
     }
 }
 
 // Collects the scalars of an initialiser; what it does not mention stays out (zero).
+// Of the leaves [begin, end), those that a leaf behind them overlaps.
+static void drop_overridden(std::vector<INIT_LEAF> &leaves, size_t begin, size_t end) {
+    std::map<uint64_t, uint64_t> later; // offset -> end
+    for (size_t i = end; i < leaves.size(); i++) later[leaves[i].offset] = leaves[i].offset + leaves[i].size;
+    auto overridden = [&](const INIT_LEAF &l) {
+        auto behind = later.lower_bound(l.offset + l.size);
+        return behind != later.begin() && std::prev(behind)->second > l.offset;
+    };
+    auto first = leaves.begin();
+    leaves.erase(std::remove_if(first + long(begin), first + long(end), overridden), first + long(end));
+}
+
 void LOWER::constant_leaves(const Expr *e, QualType q, uint64_t offset, std::vector<INIT_LEAF> &leaves,
                             std::map<uint64_t, uint8_t> &bit_bytes) {
     e = e->IgnoreParens();
@@ -368,6 +400,14 @@ void LOWER::constant_leaves(const Expr *e, QualType q, uint64_t offset, std::vec
                                        : int64_t(c);
             leaves.push_back({offset + i * width, width, icon(v, t)});
         }
+        return;
+    }
+    if (auto *update = dyn_cast<DesignatedInitUpdateExpr>(e)) {
+        size_t begin = leaves.size();
+        constant_leaves(update->getBase(), q, offset, leaves, bit_bytes);
+        size_t end = leaves.size();
+        constant_leaves(update->getUpdater(), q, offset, leaves, bit_bytes);
+        drop_overridden(leaves, begin, end);
         return;
     }
     auto *list = dyn_cast<InitListExpr>(e);

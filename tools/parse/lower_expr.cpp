@@ -210,8 +210,14 @@ MNODE *LOWER::lower_cast(const CastExpr *c) {
         MNODE *v = is_record(sub->getType()) ? address_of(record_value(sub)) : rvalue(sub);
         return v;
     }
+    case CK_IntegralToFloating: {
+        EXACT_INT shape =
+            exact_int(sub); // a wide bit-field may count as signed where the front end says unsigned
+        bool same = shape.is_signed == sub->getType()->isSignedIntegerOrEnumerationType();
+        return convert(ctx.getTypeSize(sub->getType()) < 64 || same ? rvalue(sub) : exact_value(sub, shape),
+                       to);
+    }
     case CK_IntegralCast:
-    case CK_IntegralToFloating:
     case CK_FloatingToIntegral:
     case CK_FloatingCast:
     case CK_BooleanToSignedIntegral: return convert(rvalue(sub), to);

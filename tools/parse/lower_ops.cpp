@@ -51,8 +51,6 @@ const Expr *without_complex_cast(const Expr *e) {
     return made ? c->getSubExpr() : e;
 }
 
-bool is_bitfield(const Expr *e) { return e->getSourceBitField() != nullptr; }
-
 } // namespace
 
 // The size of what a pointer steps over, in bytes, as a tree of the type.
@@ -119,6 +117,7 @@ static const Expr *without_splat(const Expr *e) {
 
 MNODE *LOWER::binary(const BinaryOperator *b) {
     TYPE *t = b->getType()->isVoidType() ? void_t() : unqualified(b->getType());
+    if (MNODE *v = exact_binary(b)) return v;
     switch (b->getOpcode()) {
     case BO_Assign: return assignment(b);
     case BO_Comma: {
@@ -306,7 +305,6 @@ MNODE *LOWER::increment(const UnaryOperator *u) {
         return comma_op(first, comma_op(save, comma_op(step, m.name(kept))));
     }
     if (t->is_fltpt()) return m.node(inc ? PLUSASG : MINUSASG, t, lvalue(sub), float_constant(1, t));
-    (void)is_bitfield;
     return m.node(post ? (inc ? PLUSPLUS : MINMIN) : (inc ? PLUSASG : MINUSASG), t, lvalue(sub),
                   icon(1, plain));
 }
@@ -330,6 +328,7 @@ MNODE *LOWER::unary(const UnaryOperator *u) {
     case UO_Deref: return lvalue(u);
     case UO_Plus: return rvalue(sub);
     case UO_Minus: {
+        if (MNODE *cut = exact_unary(u, UMINUS)) return cut;
         MNODE *v = rvalue(sub);
         TYPE *t = unqualified(u->getType());
         if (v->op == ICON && !(t->is_unsigned()))
@@ -342,6 +341,7 @@ MNODE *LOWER::unary(const UnaryOperator *u) {
         return m.node(UMINUS, t, v);
     }
     case UO_Not: {
+        if (MNODE *cut = exact_unary(u, NOTB)) return cut;
         TYPE *t = unqualified(u->getType());
         MNODE *v = rvalue(sub);
         if (t->is_complex()) { // the conjugate

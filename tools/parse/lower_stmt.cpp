@@ -675,10 +675,14 @@ void LOWER::initialise(MNODE *lv, const Expr *init, QualType q) {
         if (auto *c = dyn_cast<CompoundLiteralExpr>(bare)) bare = c->getInitializer()->IgnoreParens();
         if (auto *c = dyn_cast<CastExpr>(bare)) bare = c->getSubExpr()->IgnoreParens();
     }
+    if (auto *update = dyn_cast<DesignatedInitUpdateExpr>(bare)) {
+        initialise(m.copy(lv), update->getBase(), q);
+        return initialise_aggregate(lv, update->getUpdater(), q, HAS_VALUES);
+    }
     auto *list = dyn_cast<InitListExpr>(bare);
     if (list && list->isTransparent()) return initialise(lv, list->getInit(0), q);
     if (list && q->isArrayType() && list->isStringLiteralInit()) return initialise(lv, list->getInit(0), q);
-    if (list && (q->isArrayType() || q->isRecordType())) return initialise_aggregate(lv, list, q, false);
+    if (list && (q->isArrayType() || q->isRecordType())) return initialise_aggregate(lv, list, q, UNSET);
     if (list && is_wide_vector(q)) return initialise_wide_vector(lv, list, q);
     if (list && q->isVectorType()) {
         MNODE *args = nullptr;
@@ -744,10 +748,10 @@ static uint64_t place_alignment(const MNODE *lv) {
     }
 }
 
-void LOWER::initialise_aggregate(MNODE *lv, const InitListExpr *list, QualType q, bool zeroed) {
-    if (!zeroed && !initialises_all(list, q, ctx)) {
+void LOWER::initialise_aggregate(MNODE *lv, const InitListExpr *list, QualType q, BEFORE_INIT before) {
+    if (before == UNSET && !initialises_all(list, q, ctx)) {
         fill_zero(m.copy(lv), size_of(q));
-        zeroed = true;
+        before = ZEROED;
     }
     auto part = [&](MNODE *target, const Expr *init, QualType type) {
         const Expr *bare = init->IgnoreParens();
@@ -755,8 +759,8 @@ void LOWER::initialise_aggregate(MNODE *lv, const InitListExpr *list, QualType q
         if (auto *inner = dyn_cast<InitListExpr>(bare); inner && !inner->isTransparent() &&
                                                         !inner->isStringLiteralInit() &&
                                                         (type->isArrayType() || type->isRecordType()))
-            return initialise_aggregate(target, inner, type, zeroed);
-        if (zeroed && !type->isRecordType() && !type->isArrayType()) {
+            return initialise_aggregate(target, inner, type, before);
+        if (before == ZEROED && !type->isRecordType() && !type->isArrayType()) {
             Expr::EvalResult value;
             if (bare->EvaluateAsRValue(value, ctx) && !value.HasSideEffects && value.Val.isInt() &&
                 value.Val.getInt() == 0)
