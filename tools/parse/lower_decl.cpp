@@ -70,13 +70,19 @@ static std::string known_builtin(const std::string &name) {
     return "";
 }
 
+// The body that counts: a definition may follow an inline one of GNU C89, which is only for inlining.
+static const FunctionDecl *body_of(const FunctionDecl *f) {
+    for (const FunctionDecl *d = f->getMostRecentDecl(); d; d = d->getPreviousDecl())
+        if (d->doesThisDeclarationHaveABody()) return d;
+    return nullptr;
+}
+
 MSYM *LOWER::function_symbol(const FunctionDecl *f) {
     const FunctionDecl *key = f->getCanonicalDecl();
     auto it = symbols.find(key);
     if (it != symbols.end()) return it->second;
     about = f->getLocation();
-    const FunctionDecl *def = nullptr;
-    f->hasBody(def);
+    const FunctionDecl *def = body_of(f);
     std::string name = global_name(f);
     if (name.rfind("__builtin_", 0) == 0 && !def && !f->getBuiltinID()) {
         name = known_builtin(name);
@@ -589,6 +595,7 @@ void LOWER::parameters(const FunctionDecl *f) {
 }
 
 void LOWER::function_definition(const FunctionDecl *f) {
+    if (body_of(f) != f) return;
     bool is_local = definition_is_local(f, ctx);
     if (!definition_is_emitted(f) && !is_local) return;
     bool is_static = f->getFormalLinkage() != ExternalLinkage || is_local;

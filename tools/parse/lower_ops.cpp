@@ -325,7 +325,7 @@ MNODE *LOWER::unary(const UnaryOperator *u) {
         TYPE *t = unqualified(u->getType());
         return a->type == t ? a : m.node(PCONV, t, a);
     }
-    case UO_Deref: return lvalue(u);
+    case UO_Deref: return u->getType()->isVoidType() ? rvalue(sub) : lvalue(u);
     case UO_Plus: return rvalue(sub);
     case UO_Minus: {
         if (MNODE *cut = exact_unary(u, UMINUS)) return cut;
