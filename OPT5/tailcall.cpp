@@ -56,8 +56,8 @@ bool returns_twice(const NODE *call) {
     const NODE *callee = call->left;
     if (!callee || callee->op != UAND || callee->left->op != NAME) return false;
     const char *name = skip_name_prefix(callee->left->u.sym->name);
-    for (const char *twice : {"setjmp", "_setjmp", "sigsetjmp", "_sigsetjmp", "__sigsetjmp",
-                              "__builtin_setjmp", "vfork"})
+    for (const char *twice :
+         {"setjmp", "_setjmp", "sigsetjmp", "_sigsetjmp", "__sigsetjmp", "__builtin_setjmp", "vfork"})
         if (!strcmp(name, twice)) return true;
     return false;
 }

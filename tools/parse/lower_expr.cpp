@@ -199,6 +199,13 @@ MNODE *LOWER::lower_cast(const CastExpr *c) {
     }
     case CK_BitCast:
     case CK_AddressSpaceConversion: {
+        auto lane = [&](QualType q) {
+            auto *vector = q->getAs<VectorType>();
+            return ctx.getTypeSize(vector ? vector->getElementType() : q);
+        };
+        if ((to->is_vector() || sub->getType()->isVectorType()) && ctx.getTargetInfo().isBigEndian() &&
+            lane(sub->getType()) != lane(c->getType()))
+            refuse(c->getBeginLoc(), "a vector read with lanes of another size on a big-endian target");
         MNODE *v = rvalue(sub);
         if (v->type == to) return v;
         if (to->is_vector()) return m.node(VRCONV, to, v);

@@ -465,6 +465,9 @@ MNODE *NEON_LOWER::lower() {
 }
 
 MNODE *LOWER::neon_call(const CallExpr *e, const std::string &name) {
+    // The header turns lanes around there, and back; the built-ins of the file know one order only.
+    if (ctx.getTargetInfo().isBigEndian())
+        refuse(e->getBeginLoc(), "an intrinsic of the SIMD unit on a big-endian target (" + name + ")");
     NEON_LOWER n{*this, e, name.substr(strlen("__builtin_neon_"))};
     MNODE *v = n.lower();
     if (!v) refuse(e->getBeginLoc(), "the built-in function " + name);
