@@ -134,9 +134,21 @@ void wide_unary(const XN *n, FRAME *f, WIDE *out) {
     *out = r;
 }
 
+// A vector behind a pointer has the alignment of its type; a member of a packed record has not. n->imm: the bits of the
+// address that must be zero.
+void check_alignment(const XN *n, uint32_t a) {
+    if (a & uint32_t(n->imm))
+        fault("unaligned access to a vector at 0x%08x, where %u bytes of alignment hold", a,
+              uint32_t(n->imm) + 1);
+}
+int64_t alignment_bits(const MNODE *place) {
+    return place->op == UMULT && place->type->is_vector() ? int64_t(place->type->align / 8) - 1 : 0;
+}
+
 void wide_load(const XN *n, FRAME *f, WIDE *out) {
     auto *info = static_cast<const WIDE_INFO *>(n->extra);
     uint32_t a = uint32_t(n->a->fn(n->a, f));
+    check_alignment(n, a);
     if (!mem.ok_range(a, info->to.bytes)) check_access(a, info->to.bytes, false);
     if (run_options.check_init) check_access(a, info->to.bytes, false);
     load_wide(a, info->to.bytes, info->to.lane_bytes, out);
@@ -146,6 +158,7 @@ void wide_store(const XN *n, FRAME *f, WIDE *out) {
     auto *info = static_cast<const WIDE_INFO *>(n->extra);
     uint32_t a = uint32_t(n->a->fn(n->a, f));
     n->b->wide(n->b, f, out);
+    check_alignment(n, a);
     if (!mem.ok_range(a, info->to.bytes)) check_access(a, info->to.bytes, true);
     store_wide(a, info->to.bytes, info->to.lane_bytes, out);
 }
@@ -253,6 +266,7 @@ XN *compile_wide(COMPILER &c, MNODE *t) {
     case STDOT:
     case STREF:
         x->a = c.address(t);
+        x->imm = alignment_bits(t);
         x->wide = wide_load;
         c.count(CN_LOADS), c.count(CN_BYTES, info->to.bytes);
         return x;
@@ -261,6 +275,7 @@ XN *compile_wide(COMPILER &c, MNODE *t) {
     case STASG:
         x->a = c.address(t->left);
         x->b = c.wide_value(t->right);
+        x->imm = alignment_bits(t->left);
         x->wide = wide_store;
         c.count(CN_STORES), c.count(CN_BYTES, info->to.bytes);
         return x;
