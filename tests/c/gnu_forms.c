@@ -81,6 +81,16 @@ static int expected(int a, unsigned char c, long long w, float x, int *p) {
     return r;
 }
 
+// Inline definitions of GNU C89: one that is always inlined needs no other, one may be replaced.
+extern inline __attribute__((always_inline, gnu_inline)) int inlined(int x) { return x + 1; }
+extern inline __attribute__((gnu_inline)) int replaced(int x) { return x + 1; }
+int replaced(int x) { return x + 1; }
+
+static int inline_definitions(void *p, int n) {
+    *(void *)p, n ? *(void *)p : *(void *)p;
+    return inlined(n) * replaced(n);
+}
+
 int main(void) {
     printf("%d %d %d\n", expected(4, 1, 5, 2, &(int){3}), expected(7, 0, 6, 0, 0), expected(0, 9, 0, 0.5f, 0));
     printf("%d %d %d %d %d %d\n", run((unsigned char[]){0, 1, 2, 0, 0, 1, 3}, 4), two(1), two(0), h(0), k(0), h((int[]){7}));
@@ -93,5 +103,6 @@ int main(void) {
     if (__builtin_expect(z == 1, 1)) z += 10;
     _Complex double s = steps();
     printf("%d %g %g\n", z, __real__ s, __imag__ s);
+    printf("%d\n", inline_definitions(&z, 4));
     return 0;
 }

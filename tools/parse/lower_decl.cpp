@@ -36,9 +36,10 @@ static bool definition_is_emitted(const FunctionDecl *f) {
 }
 
 // Whether an inline definition is used here as a function of this file alone, which C99 allows. Those of gnu89 may differ
-// from the function that they stand for.
+// from the function that they stand for, and are only used where they must be.
 static bool definition_is_local(const FunctionDecl *f, ASTContext &ctx) {
-    return !definition_is_emitted(f) && !f->hasAttr<GNUInlineAttr>() && !ctx.getLangOpts().GNUInline;
+    bool gnu89 = f->hasAttr<GNUInlineAttr>() || ctx.getLangOpts().GNUInline;
+    return !definition_is_emitted(f) && (!gnu89 || f->hasAttr<AlwaysInlineAttr>());
 }
 
 // A name of the compiler that the front end does not know: the plain function where there is one.

@@ -218,6 +218,14 @@ bool takes_value(const char *a) {
     return false;
 }
 
+// Options of the front end that ask for code which is not made here.
+bool changes_code(const std::string &a) {
+    for (const char *o :
+         {"-finstrument-functions", "-ftrapv", "-fsanitize=", "-fopenmp", "-fprofile-", "-pg", "-fblocks"})
+        if (a.rfind(o, 0) == 0) return true;
+    return false;
+}
+
 OPTIONS parse_options(int argc, char **argv) {
     OPTIONS o;
     for (int i = 1; i < argc; i++) {
@@ -230,7 +238,10 @@ OPTIONS parse_options(int argc, char **argv) {
         else if (a == "--endian=little") o.big_endian = false;
         else if (a == "--float=soft") o.soft_float = true;
         else if (a == "--float=hard") o.soft_float = false;
-        else if (a.rfind("--qlopt=", 0) == 0) o.optimizer.push_back(a.substr(8));
+        else if (changes_code(a)) {
+            fprintf(stderr, "qlparse: the option %s is not supported\n", argv[i]);
+            exit(2);
+        } else if (a.rfind("--qlopt=", 0) == 0) o.optimizer.push_back(a.substr(8));
         else if (takes_value(argv[i]) && i + 1 < argc) {
             o.compiler.push_back(a);
             o.compiler.push_back(argv[++i]);

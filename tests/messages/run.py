@@ -1,0 +1,77 @@
+#!/usr/bin/env python3
+"""What qlparse refuses and the faults that qlrun finds: the message, its place, the status, and no file left.
+
+run.py --build DIR
+"""
+import argparse, os, re, subprocess, sys, tempfile
+
+HEAP = "#include <stdlib.h>\n"
+NEON = "#include <arm_neon.h>\n"
+VECTOR = "typedef int v4si __attribute__((vector_size(16))); typedef short v8hi __attribute__((vector_size(16)));\n"
+
+# source, options, message
+REFUSED = [
+    ("int f(void) {\n  asm goto(\"b %l0\" : : : : out); out: return 1; }", [], r"2:3: .*assembly that jumps"),
+    ("int f(int a) { int g(int b) { return a + b; } return g(1); }", [], r"1:29: error: function definition is not allowed"),
+    ("void f(int n) { struct { int a[n]; } s; }", [], r"1:30: error: fields must have a constant size"),
+    ("__attribute__((naked)) void f(void) { asm(\"bx lr\"); }", [], r"1:29: .*naked"),
+    ("static void *pick(void) { return 0; }\nint f(void) __attribute__((ifunc(\"pick\")));\nint g(void) { return f(); }", [],
+     r"2:5: .*chosen when the program starts"),
+    ("void *f(void *p) { return __builtin_apply((void (*)())f, p, 8); }", [], r"1:27: .*__builtin_apply"),
+    ("int f(void *p) { return __builtin_dynamic_object_size(p, 0); }", [], r"1:25: .*__builtin_dynamic_object_size"),
+    (NEON + "int32x2_t f(int32x2_t a) { return vadd_s32(a, vpadd_s32(a, a)); }", ["--endian=big"],
+     r"\d+:\d+: .*SIMD unit on a big-endian target"),
+    (VECTOR + "v8hi f(v4si a) { return (v8hi)a; }", ["--endian=big"], r"2:25: .*lanes of another size"),
+    ("__fp16 f(__fp16 *p) { return *p * 2; }", [], r"1:\d+: .*(__fp16|half)"),
+    ("int x = ;", [], r"1:9: error: expected expression"),
+    ("extern int n; int x = n;", [], r"1:23: error: initializer element is not a compile-time constant"),
+]
+
+# source, options, words of the fault
+FAULTS = [
+    (HEAP + "int main(int c, char **v) { int *p = malloc(8); return p[c + 1]; }", [], r"read of 4 bytes .*outside a heap block"),
+    (HEAP + "int main(void) { char *p = malloc(5); p[5] = 1; }", [], r"write of 1 bytes .*past the end of an object"),
+    (HEAP + "int main(void) { int *p = malloc(8); free(p); return *p; }", [], r"freed heap block\n.*main\(\), t\.c:2:47"),
+    (HEAP + "int main(void) { int *p = malloc(8); free(p); free(p); }", [], r"no live heap block"),
+    ("int a[4]; int main(int c, char **v) { return a[c + 3]; }", [], r"outside a global object"),
+    ("int main(int c, char **v) { int a[4] = {0}; return a[c + 3]; }", [], r"outside a local variable"),
+    ("int main(int c, char **v) { int *p = c > 5 ? &c : 0; return *p; }", [], r"through a null pointer"),
+    ("int main(int c, char **v) { int x; if (c > 5) x = 3; return x; }", ["--check-init"], r"4 uninitialised bytes"),
+    ("int f(int a, int b) { return a % b; } int main(int c, char **v) { return f(c, c - 1); }", [],
+     r"division by zero\n.*f\(\), t\.c:1:\d+\n.*called from main"),
+    ("int g(int); int main(void) { return g(1); }", [], r"the function 'g', which is not defined"),
+    ("extern int g; int main(void) { return g; }", [], r"the symbol 'g' is not defined"),
+    (VECTOR + "char b[64]; int main(int c, char **v) { v4si x = *(v4si *)(b + c); return x[0]; }", [], r"unaligned access to a vector"),
+    (VECTOR + "char b[64]; int main(int c, char **v) { v4si x = {c}; *(v4si *)(b + 4 * c) = x; }", [], r"unaligned access"),
+    ("int main(void) { asm volatile(\"mov r0, r0, lsl #1\"); }", [], r"assembly"),
+    ("int main(int c, char **v) { _nassert(c > 3); }", ["--check-records"], r"assertion of the file does not hold"),
+]
+
+ap = argparse.ArgumentParser()
+ap.add_argument("--build", required=True)
+build = os.path.abspath(ap.parse_args().build)
+failures = []
+with tempfile.TemporaryDirectory() as folder:
+    def go(*command):
+        p = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, text=True, cwd=folder, timeout=60)
+        return p.returncode, p.stderr
+
+    def parse(source, options):
+        with open(os.path.join(folder, "t.c"), "w") as f:
+            f.write(source + "\n")
+        return go(os.path.join(build, "tools/parse/qlparse"), "-w", "t.c", "-o", "t.if", *options)
+
+    for source, options, message in REFUSED:
+        status, told = parse(source, options)
+        if status != 1 or not re.search(message, told) or os.path.exists(os.path.join(folder, "t.if")):
+            failures.append((source, status, told))
+    for source, options, message in FAULTS:
+        status, told = parse(source, [])
+        if not status:
+            status, told = go(os.path.join(build, "tools/exec/qlrun"), *options, "t.if")
+        if status != 120 or not re.search(message, told):
+            failures.append((source, status, told))
+for source, status, told in failures:
+    print("%s\n  status %d: %s" % (source, status, told.strip()[:300]))
+print("%d rows, %d wrong" % (len(REFUSED) + len(FAULTS), len(failures)))
+sys.exit(bool(failures))
