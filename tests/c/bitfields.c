@@ -66,15 +66,15 @@ static struct {
     long long s41 : 41, s34 : 34;
 } w = {0x1FFFFFFFF, 0x100000, -5, 77}, x = {3, 0xFFFFFFFFFF, 1LL << 38, -8};
 
+typedef unsigned long long wide;
 static void wide_fields(long long l, unsigned long long ul, int i) {
-#define L(v) (unsigned long long)(v)
-    printf("%llx %llx %llx\n", L(w.u33 + x.u33), L(w.u33 * x.u40), L(w.u33 - x.s41));
+    printf("%llx %llx %llx\n", (wide)(w.u33 + x.u33), (wide)(w.u33 * x.u40), (wide)(w.u33 - x.s41));
     printf("%d %d %d %d\n", w.u33 + 1 > w.u33, -w.u33 > 5, w.s41 < x.u33, w.u33 * i < 0);
     printf("%g %g %g\n", (double)(x.u33 - x.s41), (double)(w.s41 + x.u33), (double)(x.u33 + l));
-    printf("%llx %llx %llx\n", L(~w.u33), L(w.u40 << 30), L(w.u33 >> 3));
+    printf("%llx %llx %llx\n", (wide)(~w.u33), (wide)(w.u40 << 30), (wide)(w.u33 >> 3));
     unsigned long long next = ++w.u33, set = (w.u40 = ul * 1000000000000) + 1;
-    printf("%llx %llx %llx %llx\n", next, set, L((i ? x.u33 : x.s41) - 4), L(x.u33 * l / 2));
-    printf("%llx %llx %llx\n", L(x.s34 % x.u33), L(x.s34 / l), L(x.u40 + ul));
+    printf("%llx %llx %llx %llx\n", next, set, (wide)((i ? x.u33 : x.s41) - 4), (wide)(x.u33 * l / 2));
+    printf("%llx %llx %llx\n", (wide)(x.s34 % x.u33), (wide)(x.s34 / l), (wide)(x.u40 + ul));
 }
 
 int main(void) {

@@ -91,6 +91,23 @@ static int inline_definitions(void *p, int n) {
     return inlined(n) * replaced(n);
 }
 
+struct places {
+    char c;
+    int a[4];
+    struct {
+        char c;
+        short x[3];
+    } in[2];
+    double m[2][3];
+};
+
+static void variable_places(int k) {
+    char *p = __builtin_alloca_with_align(40, 512);
+    printf("%d %d ", (int)__builtin_offsetof(struct places, a[k]), (int)((__SIZE_TYPE__)p % 64));
+    printf("%d %d ", (int)__builtin_offsetof(struct places, in[k - 1].x[k]), (int)__builtin_offsetof(struct places, m[k / 2][k]));
+    printf("%g %g\n", __builtin_powi(2.0, k), (double)__builtin_powif(3.0f, -k));
+}
+
 int main(void) {
     printf("%d %d %d\n", expected(4, 1, 5, 2, &(int){3}), expected(7, 0, 6, 0, 0), expected(0, 9, 0, 0.5f, 0));
     printf("%d %d %d %d %d %d\n", run((unsigned char[]){0, 1, 2, 0, 0, 1, 3}, 4), two(1), two(0), h(0), k(0), h((int[]){7}));
@@ -104,5 +121,6 @@ int main(void) {
     _Complex double s = steps();
     printf("%d %g %g\n", z, __real__ s, __imag__ s);
     printf("%d\n", inline_definitions(&z, 4));
+    variable_places(z - 9);
     return 0;
 }

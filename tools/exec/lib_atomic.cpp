@@ -86,6 +86,7 @@ const LIBRARY_ROW library_atomic[] = {
     {"__atomic_test_and_set", test_and_set},
     {"__atomic_clear",        clear},
     {"__sync_synchronize",    nothing},
+    {"__atomic_is_lock_free", FN(c.u32(0) <= 8 && !(c.u32(0) & (c.u32(0) - 1)))},
     {nullptr, nullptr},
 };
 // clang-format on

@@ -45,6 +45,16 @@ uint64_t do_remquo(CALL_CONTEXT &c) {
     put_u32(c.u32(2), uint32_t(q));
     return from_f64(r);
 }
+// By squaring, as the compiler's run-time function does it.
+template <class T> T power(T x, int n) {
+    uint32_t left = n < 0 ? 0u - uint32_t(n) : uint32_t(n);
+    T y = left & 1 ? x : 1;
+    while (left >>= 1) {
+        x *= x;
+        if (left & 1) y *= x;
+    }
+    return n < 0 ? 1 / y : y;
+}
 uint64_t do_remquof(CALL_CONTEXT &c) {
     int q;
     float r = std::remquo(c.f32(0), c.f32(1), &q);
@@ -146,6 +156,9 @@ const LIBRARY_ROW library_math[] = {
     {"ldexpf", FN(from_f32(std::ldexp(c.f32(0), c.i32(1))))},
     {"scalbn", FN(from_f64(std::scalbn(c.f64(0), c.i32(1))))},
     {"scalbnf", FN(from_f32(std::scalbn(c.f32(0), c.i32(1))))},
+    {"__builtin_powi", FN(from_f64(power(c.f64(0), c.i32(1))))},
+    {"__builtin_powil", FN(from_f64(power(c.f64(0), c.i32(1))))},
+    {"__builtin_powif", FN(from_f32(power(c.f32(0), c.i32(1))))},
     {"fma", FN(from_f64(std::fma(c.f64(0), c.f64(1), c.f64(2))))},
     {"fmaf", FN(from_f32(std::fma(c.f32(0), c.f32(1), c.f32(2))))},
     {"modf", do_modf},

@@ -283,6 +283,7 @@ class LOWER {
     MNODE *conditional(const clang::AbstractConditionalOperator *);
     MNODE *statement_expression(const clang::StmtExpr *, bool want_value);
     MNODE *compound_literal(const clang::CompoundLiteralExpr *);
+    MNODE *variable_offset(const clang::OffsetOfExpr *, TYPE *);
     MNODE *string_literal(const clang::StringLiteral *);
     MNODE *address_of(MNODE *lvalue);
     MNODE *decay(MNODE *array_lvalue, clang::QualType pointer);

@@ -126,6 +126,15 @@ MNODE *LOWER::builtin_call(const CallExpr *e, unsigned id) {
         MSYM *f = library_function("__builtin_alloca", ctx.VoidPtrTy, {ctx.UnsignedIntTy});
         return call_of(f, arg(0), vp);
     }
+    case Builtin::BI__builtin_alloca_with_align: { // in bits; eight bytes are aligned anyway
+        int64_t align = e->getArg(1)->EvaluateKnownConstInt(ctx).getSExtValue() / 8;
+        MSYM *f = library_function("__builtin_alloca", ctx.VoidPtrTy, {ctx.UnsignedIntTy});
+        if (align <= 8) return call_of(f, arg(0), vp);
+        MNODE *room =
+            call_of(f, m.node(PLUS, uint_t(), convert(arg(0), uint_t()), icon(align, uint_t())), vp);
+        MNODE *end = m.node(PLUS, uint_t(), m.node(SCONV, uint_t(), room), icon(align - 1, uint_t()));
+        return m.node(PCONV, vp, m.node(ANDB, uint_t(), end, icon(int64_t(uint32_t(-align)), uint_t())));
+    }
     case Builtin::BI__builtin_isgreater:
     case Builtin::BI__builtin_isgreaterequal:
     case Builtin::BI__builtin_isless:
@@ -195,12 +204,13 @@ MNODE *LOWER::builtin_call(const CallExpr *e, unsigned id) {
     if (name.rfind(prefix, 0) != 0) return nullptr;
     std::string plain = name.substr(sizeof prefix - 1);
     static const char *const kept[] = {
-        "clz",      "clzl",      "clzll",        "ctz",          "ctzl",           "ctzll",
-        "popcount", "popcountl", "popcountll",   "parity",       "parityl",        "parityll",
-        "ffs",      "ffsl",      "ffsll",        "bswap16",      "bswap32",        "bswap64",
-        "clrsb",    "clrsbl",    "clrsbll",      "isinf",        "isinf_sign",     "isfinite",
-        "isnormal", "signbit",   "signbitf",     "signbitl",     "return_address", "frame_address",
-        "setjmp",   "longjmp",   "add_overflow", "sub_overflow", "mul_overflow"};
+        "clz",           "clzl",         "clzll",        "ctz",         "ctzl",           "ctzll",
+        "popcount",      "popcountl",    "popcountll",   "parity",      "parityl",        "parityll",
+        "ffs",           "ffsl",         "ffsll",        "bswap16",     "bswap32",        "bswap64",
+        "clrsb",         "clrsbl",       "clrsbll",      "isinf",       "isinf_sign",     "isfinite",
+        "isnormal",      "signbit",      "signbitf",     "signbitl",    "return_address", "frame_address",
+        "setjmp",        "longjmp",      "powi",         "powif",       "powil",          "stack_save",
+        "stack_restore", "add_overflow", "sub_overflow", "mul_overflow"};
     bool is_kept = false;
     for (const char *k : kept) is_kept |= plain == k;
     if (plain.find("overflow") != std::string::npos)

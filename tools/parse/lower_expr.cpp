@@ -502,6 +502,27 @@ MNODE *LOWER::statement_expression(const StmtExpr *e, bool want_value) {
     return kept ? m.name(kept) : nullptr;
 }
 
+// offsetof with a subscript that is no constant.
+MNODE *LOWER::variable_offset(const OffsetOfExpr *e, TYPE *t) {
+    MNODE *sum = nullptr;
+    uint64_t fixed = 0;
+    QualType at = e->getTypeSourceInfo()->getType();
+    for (unsigned i = 0; i < e->getNumComponents(); i++) {
+        const OffsetOfNode &part = e->getComponent(i);
+        if (part.getKind() == OffsetOfNode::Field) {
+            fixed +=
+                uint64_t(ctx.toCharUnitsFromBits(int64_t(ctx.getFieldOffset(part.getField()))).getQuantity());
+            at = part.getField()->getType();
+            continue;
+        }
+        at = ctx.getAsArrayType(at)->getElementType();
+        MNODE *index = convert(rvalue(e->getIndexExpr(part.getArrayExprIndex())), t);
+        MNODE *bytes = m.node(MULT, t, index, icon(int64_t(size_of(at)), t));
+        sum = sum ? m.node(PLUS, t, sum, bytes) : bytes;
+    }
+    return m.node(PLUS, t, sum, icon(int64_t(fixed), t));
+}
+
 // --- values ---
 
 MNODE *LOWER::rvalue(const Expr *e) {
@@ -563,8 +584,9 @@ MNODE *LOWER::rvalue(const Expr *e) {
     }
     case Stmt::OffsetOfExprClass: {
         Expr::EvalResult v;
-        if (!e->EvaluateAsInt(v, ctx)) refuse(e->getBeginLoc(), "a variable offsetof");
-        return icon(int64_t(v.Val.getInt().getZExtValue()), type_of(e->getType()));
+        TYPE *t = type_of(e->getType());
+        if (e->EvaluateAsInt(v, ctx)) return icon(int64_t(v.Val.getInt().getZExtValue()), t);
+        return variable_offset(cast<OffsetOfExpr>(e), t);
     }
     case Stmt::GenericSelectionExprClass: return rvalue(cast<GenericSelectionExpr>(e)->getResultExpr());
     case Stmt::ChooseExprClass: return rvalue(cast<ChooseExpr>(e)->getChosenSubExpr());

@@ -50,6 +50,8 @@ TYPE *LOWER::type_of(QualType q) {
     if ((ty->isConstantArrayType() || ty->isRecordType()) && !ty->isIncompleteType() &&
         ctx.getTypeSize(ty) > UINT32_MAX)
         refuse(SourceLocation(), "a type of 512 megabytes or more");
+    if (ty->isRecordType() && !ty->isIncompleteType() && ctx.getTypeSize(ty) > INT32_MAX)
+        refuse(SourceLocation(), "a record of 256 megabytes or more");
     if (bits) {
         t = p->mk_qual(type_of(QualType(ty, 0)), bits);
     } else if (auto *b = dyn_cast<BuiltinType>(ty)) {
