@@ -274,7 +274,8 @@ void order_blocks() {
 }
 
 void erase_unreached_blocks() {
-    std::vector<BBLK *> unreached;
+    static std::vector<BBLK *> unreached;
+    unreached.clear();
     for (BBLK *bb = currfuninfo->uo_list; bb; bb = bb->uolink)
         if (bb->dfn == 0) unreached.push_back(bb);
     for (BBLK *bb : unreached) {
@@ -418,11 +419,12 @@ int label_number(const NODE *n) { return n->label ? n->label->number : int(n->u.
 
 LABEL_FAULT find_label_fault(const LIST *statements) {
     static flat_set defined;
+    static std::vector<const LIST *> definitions;
     defined.clear();
+    definitions.clear();
     // The list has the last statement first; of several faults the first in the program counts, and a double
     // definition before what comes behind it.
     LABEL_FAULT twice, missing;
-    std::vector<const LIST *> definitions;
     for (const LIST *s = statements; s; s = s->next)
         if (s->tree->op == LABELDEF) definitions.push_back(s);
     for (size_t k = definitions.size(); k-- > 0;) {

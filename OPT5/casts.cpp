@@ -14,6 +14,8 @@
 
 namespace {
 
+const register_option casts_disabled("disable:casts");
+
 bool is_int(const TYPE *type) { return type->is_integral() || type->is_enum(); }
 // What conversions are made between here: numbers of one part.
 bool is_number(const TYPE *type) { return type && (is_int(type) || type->is_fltpt()); }
@@ -98,6 +100,6 @@ NODE *cast_node(NODE *n) {
 } // namespace
 
 NODE *insert_mandatory_casts(NODE *tree) {
-    if (pass_disable("casts")) return tree;
+    if (casts_disabled) return tree;
     return rewrite_tree(tree, cast_node);
 }

@@ -1,7 +1,6 @@
 #include "OPT5/eht.h"
 
 #include <algorithm>
-#include <unordered_map>
 
 #include "OPT5/bbutils.h"
 #include "OPT5/casts.h"
@@ -16,6 +15,7 @@
 #include "ifile/if_file.h"
 #include "support/dbgout.h"
 #include "support/fatal.h"
+#include "support/flatmap.h"
 
 namespace {
 
@@ -68,21 +68,22 @@ std::string check_kinds(const EHT_ENTRY *eht, unsigned size) {
 
 // Replaces ids, sorted to positions, in `next` and in the calls.
 std::string renumber(EHT_ENTRY *eht, unsigned size, LIST *statements) {
-    std::unordered_map<unsigned, unsigned> position{{0, 0}};
+    static flat_map<unsigned> position;
+    position.clear();
+    position.insert(0u, 0);
     for (unsigned i = 1; i < size; i++)
-        if (!position.emplace(eht[i].id, i).second)
-            return "two entries have the id " + std::to_string(eht[i].id);
+        if (!position.insert(eht[i].id, i)) return "two entries have the id " + std::to_string(eht[i].id);
     for (unsigned i = 1; i < size; i++) {
-        auto next = position.find(eht[i].next);
-        if (next == position.end()) return at_entry(eht[i].id, "is followed by one that does not exist");
+        const unsigned *next = position.find(eht[i].next);
+        if (!next) return at_entry(eht[i].id, "is followed by one that does not exist");
         eht[i].id = i;
-        eht[i].next = next->second;
+        eht[i].next = *next;
     }
     unsigned missing = 0;
     auto renumber_call = [&](NODE *call) {
-        auto entry = position.find(call->i_eht_id);
-        if (entry == position.end()) missing = call->i_eht_id;
-        else call->i_eht_id = entry->second;
+        const unsigned *entry = position.find(call->i_eht_id);
+        if (!entry) missing = call->i_eht_id;
+        else call->i_eht_id = *entry;
     };
     for (LIST *s = statements; s; s = s->next) for_each_eht_call(s->tree, renumber_call);
     for_each_eht_call_of_cleanups(eht, size, renumber_call);
@@ -240,19 +241,21 @@ void prune_eht() {
 // --- labels and writing ---
 
 void update_eht_labels(const std::vector<NODE *> &chains, bool negate) {
-    std::unordered_map<int64_t, LBL *> label_of_value;
+    static flat_map<LBL *> label_of_value;
+    label_of_value.clear();
     for (NODE *chain : chains) {
         for (; chain; chain = chain->op == COMMA ? chain->left : nullptr) {
             NODE *c = chain->op == COMMA ? chain->right : chain;
-            if (c->op == CASE) label_of_value.emplace(c->left->u.lval.to_int64(), c->right->label);
+            if (c->op == CASE) label_of_value.insert(c->left->u.lval.low_i32(), c->right->label);
         }
     }
     for (unsigned i = 1; i < currfuninfo->eht_size; i++) {
         for (EHT_CATCH &c : currfuninfo->eht[i].catches) {
-            auto found = label_of_value.find(c.label);
-            if (found == label_of_value.end()) continue;
-            QL_ASSERT(found->second && found->second->refcount > 0);
-            c.label = negate ? -found->second->number : found->second->number;
+            LBL *const *found = label_of_value.find(c.label);
+            if (!found) continue;
+            const LBL *label = *found;
+            QL_ASSERT(label && label->refcount > 0);
+            c.label = negate ? -label->number : label->number;
         }
     }
 }

@@ -55,7 +55,7 @@ void erase_all() {
 
     f->symbols = f->temporaries = f->scalars = f->nonscalars = nullptr;
     f->const_pointer_parm = nullptr;
-    f->parameters_by_name.clear();
+    f->parameters.clear();
     forget_interned_symbols(f);
     for (SYMTAB *s : f->owned_symbols) erase_symbol(s);
     std::vector<SYMTAB *>().swap(f->owned_symbols);

@@ -7,8 +7,11 @@
 // declaration and the symbol read later end in one record.
 #pragma once
 
+#include <algorithm>
+#include <cstring>
 #include <map>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -56,6 +59,36 @@ struct FUNREF {
     FUNINFO *callee = nullptr;
     int count = 0;
     FUNREF *next = nullptr;
+};
+
+// The symbols of level 1, to be found by name: sorted by a hash of it when first asked, since they are all there then.
+class PARAMETER_INDEX {
+  public:
+    void add(SYMTAB *s) {
+        rows_.push_back({std::hash<std::string_view>()(s->name), s});
+        sorted_ = false;
+    }
+    void clear() { std::vector<ROW>().swap(rows_); }
+    // Whether one of that name passes the test.
+    template <class F> bool any_named(const char *name, F test) {
+        if (rows_.empty()) return false;
+        if (!sorted_) std::sort(rows_.begin(), rows_.end());
+        sorted_ = true;
+        size_t hash = std::hash<std::string_view>()(name);
+        for (auto row = std::lower_bound(rows_.begin(), rows_.end(), ROW{hash, nullptr});
+             row != rows_.end() && row->hash == hash; ++row)
+            if (!strcmp(row->symbol->name, name) && test(row->symbol)) return true;
+        return false;
+    }
+
+  private:
+    struct ROW {
+        size_t hash;
+        SYMTAB *symbol;
+        bool operator<(const ROW &other) const { return hash < other.hash; }
+    };
+    std::vector<ROW> rows_;
+    bool sorted_ = false;
 };
 
 struct FUNINFO {
@@ -107,8 +140,8 @@ struct FUNINFO {
     SYMTAB *scalars = nullptr;           // after sym_split
     SYMTAB *nonscalars = nullptr;        // after sym_split; parameters are here
     std::vector<SYMTAB *> owned_symbols; // every local symbol, in a chain or not; freed by erase_all
-    std::unordered_multimap<std::string, SYMTAB *> parameters_by_name; // those of level 1
-    WIDENED *widened = nullptr, *shortened = nullptr;                  // what is known of their values; owned
+    PARAMETER_INDEX parameters;
+    WIDENED *widened = nullptr, *shortened = nullptr; // what is known of their values; owned
     std::unordered_map<const SYMTAB *, WIDENED *> widened_index, shortened_index;
     LS *scopes = nullptr;                 // root of the lexical scope tree; owned
     long temp_counter = 0;                // last temporary number given

@@ -2,7 +2,6 @@
 
 #include <cstdarg>
 #include <cstring>
-#include <unordered_set>
 
 #include "OPT5/bbutils.h"
 #include "OPT5/beta.h"
@@ -35,6 +34,7 @@
 #include "OPT5/write.h"
 #include "ifile/if_file.h"
 #include "support/fatal.h"
+#include "support/flatmap.h"
 #include "support/register_option.h"
 #include "typepkg/type_merge.h"
 
@@ -60,6 +60,9 @@ void refuse_input(const char *format, ...) {
 
 namespace {
 
+const register_option simp_disabled("disable:simp");
+const register_option validate_switch("debug:validate");
+
 // An open block: its symbols are those of the function's chain from `first` to `enclosing`, which is excluded.
 struct BLOCK_RECORD {
     const PSN *psn = nullptr;
@@ -79,6 +82,17 @@ struct READING {
     bool calls_name_eht = false;
     bool names_builtins = false;             // since the last statement there was an ICALL or UICALL
     std::vector<const LIST *> with_builtins; // statements that hold one, in their order
+
+    // For the next function; the vectors keep their memory.
+    void start() {
+        phase = ARGUMENTS;
+        blocks.clear();
+        deeper_locals.clear();
+        dropped_label_psn = nullptr;
+        dropped_label = 0;
+        calls_name_eht = names_builtins = false;
+        with_builtins.clear();
+    }
 };
 READING reading;
 
@@ -170,12 +184,13 @@ void check_labels() {
 
 void check_catch_labels() {
     if (!currfuninfo->eht) return;
-    std::unordered_set<int> defined;
+    static flat_set defined;
+    defined.clear();
     for (LIST *s = currfuninfo->statements; s; s = s->next)
         if (s->tree->op == LABELDEF) defined.insert(s->tree->label->number);
     for (unsigned i = 1; i < currfuninfo->eht_size; i++)
         for (const EHT_CATCH &c : currfuninfo->eht[i].catches)
-            if (!defined.count(c.label))
+            if (!defined.has(c.label))
                 refuse_input("label %d of exception table entry %u is never defined", c.label, i);
 }
 
@@ -241,7 +256,7 @@ void build_function() {
     buildcfg();
     simpcfg(false, false);
     fast_CP(4, 1);
-    if (pass_debug("validate")) validate_function("reading");
+    if (validate_switch) validate_function("reading");
 }
 
 // --- the client ---
@@ -249,7 +264,9 @@ void build_function() {
 struct OPT_CLIENT final : IF_CLIENT {
     BASE_NODE *new_node(int op, TYPE *type) override {
         reading.names_builtins |= op == ICALL || op == UICALL;
-        return ::new_node(op, type);
+        NODE *n = ::new_node(op, type);
+        n->scope = curr_scope;
+        return n;
     }
 
     bool cl_magic(int, const char *) override { return true; }
@@ -286,6 +303,7 @@ struct OPT_CLIENT final : IF_CLIENT {
             NODE *n = static_cast<NODE *>(tree);
             std::string wrong = check_statement_tree(n, TREE_INITIALISER);
             if (!wrong.empty()) refuse_input("initialiser of '%s': %s", s->name, wrong.c_str());
+            if (curr_scope) LS_assign_scope_to_tree(nullptr, n); // it outlives the function that it stands in
             s->init->trees.push_back(n);
         }
         note_known_value(s);
@@ -309,7 +327,6 @@ struct OPT_CLIENT final : IF_CLIENT {
         std::string wrong = check_statement_tree(n, TREE_STATEMENT, &reading.calls_name_eht);
         if (!wrong.empty()) refuse_input("%s", wrong.c_str());
         n = expr_cleanup(n);
-        LS_initialize_scopes_and_ptrs_from_tree(n);
         push_statement(n, psn);
         if (reading.names_builtins) reading.with_builtins.push_back(currfuninfo->statements);
         reading.names_builtins = false;
@@ -331,8 +348,7 @@ struct OPT_CLIENT final : IF_CLIENT {
 
         f->statements = nullptr;
         f->symbols = f->temporaries = f->scalars = f->nonscalars = nullptr;
-        reading = READING();
-        reading.phase = ARGUMENTS;
+        reading.start();
         open_block(psn);
         lex = 1;
         symbol_sequence = arg_offset = unique_call_index = 0;
@@ -442,9 +458,7 @@ struct OPT_CLIENT final : IF_CLIENT {
             NODE *tree = static_cast<NODE *>(entries[i].cleanup);
             std::string wrong = check_statement_tree(tree, TREE_CLEANUP);
             if (!wrong.empty()) refuse_input("exception table entry %u: %s", entries[i].id, wrong.c_str());
-            tree = expr_cleanup(tree);
-            LS_initialize_scopes_and_ptrs_from_tree(tree);
-            entries[i].cleanup = tree;
+            entries[i].cleanup = expr_cleanup(tree);
         }
         std::string wrong = enter_eht(entries, n, currfuninfo->statements);
         if (!wrong.empty()) refuse_input("exception table: %s", wrong.c_str());
@@ -468,7 +482,7 @@ struct OPT_CLIENT final : IF_CLIENT {
         lower_deeper_locals();
         const SYMTAB *newest = currfuninfo->symbols;
         currfuninfo->local_index = newest ? unsigned(newest->index) + 1 : 1;
-        bool simplifies = !pass_disable("simp");
+        bool simplifies = !simp_disabled;
         for (LIST *s = currfuninfo->statements; s; s = s->next) {
             if (currfuninfo->has_cregister_names) make_intrinsics_ordered(s->tree);
             if (!reading.with_builtins.empty() && reading.with_builtins.back() == s) {

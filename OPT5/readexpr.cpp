@@ -12,6 +12,7 @@
 #include "OPT5/mdbase.h"
 #include "OPT5/optab.h"
 #include "OPT5/read.h"
+#include "OPT5/restrict.h"
 #include "OPT5/scopes.h"
 #include "OPT5/symtab.h"
 #include "OPT5/tree.h"
@@ -298,10 +299,9 @@ struct RULE_TABLE {
     }
 };
 
-const OP_RULE *rule_of(int op) {
-    static const RULE_TABLE table;
-    return op >= 0 && op < N_OPCODES ? table.of[op] : nullptr;
-}
+const RULE_TABLE rule_table;
+
+const OP_RULE *rule_of(int op) { return op >= 0 && op < N_OPCODES ? rule_table.of[op] : nullptr; }
 
 bool type_is_num(const TYPE *t) { return t->is_scalar() || t->is_vector(); }
 
@@ -357,6 +357,7 @@ bool want_is_lvalue(WANT w) { return want_rows[w].accepts & P_LVALUE; }
 
 // The expectation of an operand of `n`, which stands where `want` is expected.
 WANT operand_want(uint8_t rule, const NODE *n, WANT want) {
+    if (rule < N_WANTS) return WANT(rule);
     switch (rule) {
     case W_SAME: return want;
     case W_LAST: return want == W_CASES ? W_CASE : W_ARG;
@@ -446,10 +447,9 @@ bool is_bitfield_reference(const NODE *n) {
            n->right->member->is_bitfld();
 }
 
-// What the rows cannot say.
-bool check_special(const NODE *n, WANT want, std::string &wrong) {
-    switch (n->op) {
-    case NAME: return check_name(n, want, wrong);
+bool has_special_rules(int op) {
+    switch (op) {
+    case NAME:
     case LABEL:
     case FIELD:
     case SWITCH:
@@ -463,9 +463,14 @@ bool check_special(const NODE *n, WANT want, std::string &wrong) {
     case ICALL:
     case UICALL:
     case MCALL:
-    case UMCALL: break;
-    default: return true;
+    case UMCALL: return true;
+    default: return false;
     }
+}
+
+// What the rows cannot say.
+bool check_special(const NODE *n, WANT want, std::string &wrong) {
+    if (n->op == NAME) return check_name(n, want, wrong);
     const NODE *left = skip_marks(n->left);
     switch (n->op) {
     case SWITCH: return check_cases(n, wrong);
@@ -515,14 +520,30 @@ struct CHECK_ITEM {
     WANT want;
 };
 
-// The node alone; its operands and what is expected of them go to `todo`.
-bool check_node(CHECK_ITEM item, TREE_USE use, walk_stack<CHECK_ITEM> &todo, std::string &wrong) {
+struct TREE_CHECK {
+    const TREE_USE use;
+    walk_stack<CHECK_ITEM> todo; // right operands, while the left ones are looked at
+    std::string wrong;
+    // neighbours mostly have one type
+    const TYPE *known_type = nullptr;
+    unsigned known_rules = rules_of_type(nullptr);
+
+    explicit TREE_CHECK(TREE_USE use) : use(use) {}
+    unsigned rules_of(const TYPE *type) {
+        if (type == known_type) return known_rules;
+        known_type = type;
+        return known_rules = rules_of_type(type);
+    }
+    bool node(CHECK_ITEM item, const OP_RULE *&rule);
+};
+
+// The node alone, by its row, which is given.
+bool TREE_CHECK::node(CHECK_ITEM item, const OP_RULE *&rule) {
     const NODE *n = item.node;
-    if (item.want == W_ARGS && n->op != COMMA) item.want = W_ARG;
     const WANT_ROW &want = want_rows[item.want];
-    const OP_RULE *rule = rule_of(n->op);
+    rule = rule_of(n->op);
     bool is_mark = n->op == EPVAL || n->op == DDNODE; // its operand is what counts
-    unsigned rules = rules_of_type(n->type);
+    unsigned rules = rules_of(n->type);
     if (!rule || !(rule->places & want.accepts) || !(is_mark || (rules >> want.type & 1))) {
         wrong = (item.parent ? std::string(op_name(item.parent->op)) + ": " : std::string()) + "expected " +
                 want.text + ", found " + describe(n);
@@ -537,30 +558,34 @@ bool check_node(CHECK_ITEM item, TREE_USE use, walk_stack<CHECK_ITEM> &todo, std
         wrong = std::string(op_name(n->op)) + " in an initialiser";
         return false;
     }
-    if (!check_special(n, item.want, wrong)) return false;
+    if (has_special_rules(n->op) && !check_special(n, item.want, wrong)) return false;
     if ((rule->left != W_NONE) != (n->left != nullptr) || (rule->right != W_NONE) != (n->right != nullptr)) {
         wrong = std::string(op_name(n->op)) + ": wrong number of operands";
         return false;
     }
-    // the left one is looked at first
-    if (n->right) todo.push({n->right, n, operand_want(rule->right, n, item.want)});
-    if (n->left) todo.push({n->left, n, operand_want(rule->left, n, item.want)});
     return true;
 }
 
 } // namespace
 
 std::string check_statement_tree(const NODE *tree, TREE_USE use, bool *calls_name_eht) {
-    std::string wrong;
-    walk_stack<CHECK_ITEM> todo;
-    todo.push({tree, nullptr, use == TREE_STATEMENT ? W_ROOT : use == TREE_CLEANUP ? W_EFFECT : W_INIT});
-    while (!todo.empty()) {
-        CHECK_ITEM item = todo.pop();
-        if (!check_node(item, use, todo, wrong)) break;
+    TREE_CHECK check(use);
+    CHECK_ITEM item = {tree, nullptr,
+                       use == TREE_STATEMENT ? W_ROOT
+                       : use == TREE_CLEANUP ? W_EFFECT
+                                             : W_INIT};
+    for (;;) {
         const NODE *n = item.node;
+        const OP_RULE *rule;
+        if (item.want == W_ARGS && n->op != COMMA) item.want = W_ARG;
+        if (!check.node(item, rule)) break;
         if ((n->op == CALL || n->op == UCALL) && n->i_eht_id && calls_name_eht) *calls_name_eht = true;
+        if (n->right) check.todo.push({n->right, n, operand_want(rule->right, n, item.want)});
+        if (n->left) item = {n->left, n, operand_want(rule->left, n, item.want)};
+        else if (check.todo.empty()) break;
+        else item = check.todo.pop();
     }
-    return wrong;
+    return std::move(check.wrong);
 }
 
 // --- from file form to internal form ---
@@ -646,18 +671,25 @@ NODE *clean_UAND(NODE *n) {
     return n;
 }
 
+NODE *constant(int value, TYPE *type, LS *scope) {
+    NODE *n = mk_ICON(INT65(value), type);
+    n->scope = scope;
+    return n;
+}
+
 // A loop's end, ENDLOOP(n, L), jumps back while the counter has not run out:
 // CBRANCH(LT(n -= 1, 0), L)
 NODE *clean_ENDLOOP(NODE *n) {
     TYPE *type = n->left->type;
-    NODE *step = maketree(MINUSASG, n->left, mk_ICON(INT65(1), type), type, n->scope);
-    n->left = maketree(LT, step, mk_ICON(INT65(0), type), tp->int_type(), n->scope);
+    NODE *step = maketree(MINUSASG, n->left, constant(1, type, n->scope), type, n->scope);
+    n->left = maketree(LT, step, constant(0, type, n->scope), tp->int_type(), n->scope);
     n->op = CBRANCH;
     return n;
 }
 
 NODE *clean_LOOP(NODE *n) {
     NODE *label = mk_LABELDEF(mklabel(int(n->right->u.lval.to_int64()), nullptr, nullptr));
+    label->scope = n->scope;
     erase_tree(n);
     return label;
 }
@@ -669,8 +701,9 @@ NODE *clean_SCONV(NODE *n) {
 
 NODE *clean_NASSERT(NODE *n) {
     if (tree_has_side_effects(n->left)) {
+        LS *scope = n->scope;
         erase_tree(n);
-        return mk_ICON(INT65(0), tp->int_type());
+        return constant(0, tp->int_type(), scope);
     }
     currfuninfo->assertion_word = 1;
     return n;
@@ -742,6 +775,7 @@ NODE *clean_MCALL(NODE *n) {
     for_each_argument(&n->left, [&](NODE **arg) { has_reference |= (*arg)->op == ARGREF; });
     if (has_reference) return n;
     NODE *state = copy_tree(mcall_implicit_state_tree);
+    LS_assign_scope_to_tree(n->scope, state);
     n->left = arg_list_append(n->left, maketree(ARGREF, state, nullptr, state->type, n->scope));
     n->op = MCALL;
     return n;
@@ -782,7 +816,11 @@ TYPE *integer_for_enum(TYPE *t) {
 }
 
 NODE *expr_cleanup(NODE *tree) {
-    return rewrite_tree(tree, [](NODE *n) { return clean_node(n); });
+    return rewrite_tree(tree, [](NODE *n) {
+        n = clean_node(n);
+        if (n->op == NAME || n->op == STDOT) find_or_make_PTR_entry(n); // no other node has one
+        return n;
+    });
 }
 
 NODE *copy_initialiser_value(const NODE *tree) {

@@ -9,7 +9,8 @@
 // agree with each other: mixed arithmetic is legal, the simplifier makes the casts explicit.
 //
 // expr_cleanup rewrites bottom up: enum types give way to their integers, file-only opcodes go, arguments get their
-// ACONVs, built-ins without a descriptor become true calls and the others get the implicit state as an argument.
+// ACONVs, built-ins without a descriptor become true calls and the others get the implicit state as an argument. What it
+// makes has the scope of what it stands for; pointers that are named get their restrict entries.
 //
 // Both walk with a stack of their own: a tree may be as deep as memory allows.
 #pragma once

@@ -12,13 +12,11 @@
 namespace {
 
 // Whether the symbol is a parameter, or the local that the argument prolog copies one of its name to.
-bool is_or_holds_parameter(const FUNINFO *f, const SYMTAB *s) {
+bool is_or_holds_parameter(FUNINFO *f, const SYMTAB *s) {
     if (s->level == 1) return true;
     if (s->level == 0) return false;
-    auto [first, last] = f->parameters_by_name.equal_range(s->name);
-    for (auto p = first; p != last; ++p)
-        if (compatible_types(p->second->type, s->type)) return true;
-    return false;
+    return f->parameters.any_named(
+        s->name, [s](const SYMTAB *parameter) { return compatible_types(parameter->type, s->type); });
 }
 
 void link_entry(FUNINFO *f, PTR *entry) {
@@ -27,7 +25,8 @@ void link_entry(FUNINFO *f, PTR *entry) {
     entry->next = after->next;
     after->next = entry;
     if (f->ptr_tail == after) f->ptr_tail = entry;
-    f->ptr_map[{entry->symbol, entry->member}] = entry;
+    if (entry->symbol->level != 0 && !entry->member) entry->symbol->restrict_entry = entry;
+    else f->ptr_map[{entry->symbol, entry->member}] = entry;
     if (entry->is(PTR_is_a_root)) f->has_restrict = true;
 }
 
@@ -48,6 +47,7 @@ PTR *make_bottom_PTR_entry() {
 
 PTR *find_PTR_entry(NODE *, SYMTAB *s, fkMDATA *member) {
     QL_ASSERT(currfuninfo != nullptr);
+    if (s->level != 0 && !member) return s->restrict_entry; // a local is named in its function only
     auto entry = currfuninfo->ptr_map.find({s, member});
     return entry == currfuninfo->ptr_map.end() ? nullptr : entry->second;
 }
@@ -111,6 +111,7 @@ void initialize_PTRs_from_tree(NODE *tree) {
 }
 
 void erase_PTR_entries(FUNINFO *f) {
+    for (SYMTAB *s : f->owned_symbols) s->restrict_entry = nullptr;
     while (PTR *entry = f->ptr_chain) {
         f->ptr_chain = entry->next;
         delete entry;

@@ -13,6 +13,7 @@
 #pragma once
 
 #include "OPT5/fwd.h"
+#include "support/pool.h"
 #include "support/psn.h"
 
 #include <cstdint>
@@ -28,7 +29,7 @@ enum PTR_FLAG : uint8_t {
     PTR_is_bottom = 0x80,
 };
 
-struct PTR {
+struct PTR : pooled<PTR> {
     PTR *next = nullptr;
     PTR *parent = this; // of the group; itself at the group's root
     SYMTAB *symbol = nullptr;

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <exception>
 #include <new>
-#include <unordered_map>
 
 #include "OPT5/bif.h"
 #include "OPT5/casts.h"
@@ -48,6 +47,7 @@
 #include "support/dbgout.h"
 #include "support/demangle.h"
 #include "support/fatal.h"
+#include "support/flatmap.h"
 #include "support/register_option.h"
 
 namespace {
@@ -60,11 +60,11 @@ const register_option draw_switch("debug:draw_cfg");
 
 // How far each function has come in `schedule`: the active passes and, last, "output function".
 std::vector<pass *> schedule;
-std::unordered_map<const SYMTAB *, size_t> steps_table;
+flat_map<uint32_t> steps_table;
 
 pass *next_pass(const SYMTAB *function) {
-    auto step = steps_table.find(function);
-    return step != steps_table.end() && step->second < schedule.size() ? schedule[step->second] : nullptr;
+    const uint32_t *step = steps_table.find(function);
+    return step && *step < schedule.size() ? schedule[*step] : nullptr;
 }
 
 // While a function has its turn, its debug text may go to a file of its own.

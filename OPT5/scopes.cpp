@@ -14,15 +14,14 @@
 LS *curr_scope = nullptr;
 
 LS::~LS() {
-    std::vector<LS *> todo;
+    walk_stack<LS *> todo;
     auto take_children = [&todo](LS *scope) {
-        for (LS *c = scope->child; c; c = c->sibling) todo.push_back(c);
+        for (LS *c = scope->child; c; c = c->sibling) todo.push(c);
         scope->child = nullptr;
     };
     take_children(this);
     while (!todo.empty()) {
-        LS *scope = todo.back();
-        todo.pop_back();
+        LS *scope = todo.pop();
         take_children(scope);
         delete scope;
     }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <unordered_set>
 #include <vector>
 
 #include "OPT5/bbutils.h"
@@ -43,11 +42,12 @@ bool never_returns(NODE *call) {
 std::vector<int> catch_labels(unsigned id) {
     const FUNINFO *f = currfuninfo;
     std::vector<int> labels;
-    std::unordered_set<int> seen;
+    static flat_set seen;
+    seen.clear();
     for (; id > 1 && id < f->eht_size && f->eht[id].kind != EHK_THROW_TERMINATE; id = f->eht[id].next) {
         if (f->eht[id].kind != EHK_CATCH) continue;
         for (const EHT_CATCH &c : f->eht[id].catches)
-            if (seen.insert(c.label).second) labels.push_back(c.label);
+            if (seen.insert(c.label)) labels.push_back(c.label);
     }
     return labels;
 }
@@ -495,7 +495,8 @@ bool tree_is_EH_SWITCH(const NODE *n) {
 void seq_trees() {
     FUNINFO *f = currfuninfo;
     if (!f->statements) return;
-    std::vector<LIST *> statements;
+    static std::vector<LIST *> statements; // its memory serves all functions
+    statements.clear();
     for (LIST *s = f->statements; s; s = s->next) statements.push_back(s);
     std::reverse(statements.begin(), statements.end());
     f->statements = nullptr;

@@ -19,6 +19,8 @@ SIMPCFG_COUNTS simpcfg_counts;
 
 namespace {
 
+const register_option simp_disabled("disable:simp");
+
 // Graphs settle in a few rounds; each round may uncover work for the next, one test at a time. The caps keep a
 // graph that was made for it from taking the square of its size.
 constexpr int MAX_ROUNDS = 20;
@@ -382,7 +384,7 @@ void simpcfg(bool with_loops, bool early) {
     dprintf("\n\n\t\t\t---------- ENTERING 'simpcfg' ----------\n");
     if (!with_loops)
         for (BBLK *bb = function->bb_list; bb; bb = bb->dflink) QL_ASSERT(!bb->loop);
-    simplifies = !pass_disable("simp");
+    simplifies = !simp_disabled;
     simple_tests.clear();
     int round = 0;
     while (round < MAX_ROUNDS && one_round()) round++;

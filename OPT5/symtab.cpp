@@ -25,22 +25,49 @@ unsigned symbol_sequence = 0;
 
 namespace {
 
-// Globals by name; of one name the newest stands last.
-using NAME_INDEX = std::unordered_map<std::string, std::vector<SYMTAB *>>;
+// Globals by name, which stays where it is. Most names have one.
+struct SAME_NAME {
+    SYMTAB *newest = nullptr;
+    std::vector<SYMTAB *> older; // the oldest first
+};
+using NAME_INDEX = std::unordered_map<std::string_view, SAME_NAME>;
 NAME_INDEX &globals_by_name = *new NAME_INDEX; // lives until the process ends
 
-void index_global(SYMTAB *s) { globals_by_name[s->name].push_back(s); }
+void index_global(SYMTAB *s) {
+    SAME_NAME &same = globals_by_name[s->name];
+    if (same.newest) same.older.push_back(same.newest);
+    same.newest = s;
+}
 
 // False when the symbol was never indexed.
 bool unindex_global(SYMTAB *s) {
     auto entry = globals_by_name.find(s->name);
     if (entry == globals_by_name.end()) return false;
-    std::vector<SYMTAB *> &same = entry->second;
-    auto place = std::find(same.begin(), same.end(), s);
-    if (place == same.end()) return false;
-    same.erase(place);
-    if (same.empty()) globals_by_name.erase(entry);
+    SAME_NAME &same = entry->second;
+    if (same.newest == s) {
+        if (same.older.empty()) {
+            globals_by_name.erase(entry);
+        } else {
+            same.newest = same.older.back();
+            same.older.pop_back();
+        }
+        return true;
+    }
+    auto place = std::find(same.older.begin(), same.older.end(), s);
+    if (place == same.older.end()) return false;
+    same.older.erase(place);
     return true;
+}
+
+// The newest of that name that passes; null when none does.
+template <class F> SYMTAB *newest_global(const char *name, F test) {
+    auto entry = globals_by_name.find(name);
+    if (entry == globals_by_name.end()) return nullptr;
+    if (test(entry->second.newest)) return entry->second.newest;
+    const std::vector<SYMTAB *> &older = entry->second.older;
+    for (size_t i = older.size(); i--;)
+        if (test(older[i])) return older[i];
+    return nullptr;
 }
 
 // The type that trees see: normal form, and for an enum its underlying type under the same qualifiers.
@@ -183,7 +210,7 @@ void sym_def(SYMTAB *s) {
     }
     QL_ASSERT(currfuninfo != nullptr);
     own_symbol(currfuninfo, s);
-    if (s->level == 1) currfuninfo->parameters_by_name.emplace(s->name, s);
+    if (s->level == 1) currfuninfo->parameters.add(s);
     if (s->sclass == SC_NOT_STACK) return;
     s->next = currfuninfo->symbols;
     currfuninfo->symbols = s;
@@ -191,7 +218,11 @@ void sym_def(SYMTAB *s) {
     if (s->level > 1) s->level = 2;
 }
 
-void own_symbol(FUNINFO *f, SYMTAB *s) { f->owned_symbols.push_back(s); }
+void own_symbol(FUNINFO *f, SYMTAB *s) {
+    constexpr size_t USUAL = 16; // symbols of a small function, for which the list is made once
+    if (f->owned_symbols.empty()) f->owned_symbols.reserve(USUAL);
+    f->owned_symbols.push_back(s);
+}
 
 namespace {
 
@@ -278,26 +309,18 @@ void sym_split(FUNINFO *f) {
 
 SYMTAB *get_sym_def_for_decl(SYMTAB *s) {
     if (!s || s->level != 0 || s->sclass != SC_EXTREF) return s;
-    auto entry = globals_by_name.find(s->name);
-    if (entry == globals_by_name.end()) return s;
-    for (size_t i = entry->second.size(); i--;) {
-        SYMTAB *other = entry->second[i];
-        if (other->sclass == SC_EXTDEF && compatible_types(other->type, s->type)) return other;
-    }
-    return s;
+    SYMTAB *definition = newest_global(s->name, [s](const SYMTAB *other) {
+        return other->sclass == SC_EXTDEF && compatible_types(other->type, s->type);
+    });
+    return definition ? definition : s;
 }
 
 SYMTAB *find_global_symbol(const char *name) {
-    auto entry = globals_by_name.find(name);
-    return entry == globals_by_name.end() ? nullptr : entry->second.back();
+    return newest_global(name, [](const SYMTAB *) { return true; });
 }
 
 SYMTAB *find_global_function(const char *name) {
-    auto entry = globals_by_name.find(name);
-    if (entry == globals_by_name.end()) return nullptr;
-    for (size_t i = entry->second.size(); i--;)
-        if (entry->second[i]->is_function()) return entry->second[i];
-    return nullptr;
+    return newest_global(name, [](const SYMTAB *s) { return s->is_function(); });
 }
 
 void rename_symbol(SYMTAB *s, const char *name) {

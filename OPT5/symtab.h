@@ -85,6 +85,7 @@ struct SYMTAB final : I_SYMTAB, pooled<SYMTAB> {
     near_ptr<NODE> known_init; // known initial value, or null; owned
     uint32_t location = 0;
     uint32_t option_set = 0;
+    near_ptr<PTR> restrict_entry;     // of a local pointer: find_PTR_entry's answer
     near_ptr<SYMTAB_RARE> rare_words; // owned; reading never makes the record, setting does
 
     SYMTAB_RARE &rare() {

@@ -64,6 +64,8 @@ NODE *wrtree(NODE *tree) {
 
 namespace {
 
+const register_option simp_disabled("disable:simp");
+
 bool is_advice(const PRAGMA *p) { return p->number >= PRAG_SRC_LOOP && p->number <= PRAG_INLINE_ADVICE; }
 
 // The statement as text, for who reads the assembly.
@@ -204,7 +206,7 @@ void BLOCK_WRITER::lower_ENDLOOP(LIST *s) {
 // The opposite of a condition that a branch tests. A program that is to stay as its file has it is not simplified.
 NODE *inverted_condition(NODE *n) {
     if (n->op == EXCLAIM) return take_left(n);
-    if (!pass_disable("simp")) n = simp_for_control(simp_node(mk_EXCLAIM(n), nullptr), nullptr);
+    if (!simp_disabled) n = simp_for_control(simp_node(mk_EXCLAIM(n), nullptr), nullptr);
     else if (tree_is_trivially_invertible(n)) n->op = boolean_inv[n->op];
     else return mk_EXCLAIM(n);
     // x == 0  ->  !x
@@ -322,6 +324,10 @@ void dump_written_block(const BBLK *bb) {
 }
 
 void BLOCK_WRITER::write() {
+    blocks.clear();
+    handler_chains.clear();
+    dropped.clear();
+    loop = nullptr;
     drop_endless_tails();
     for (BBLK *bb = currfuninfo->bb_list; bb; bb = bb->dflink)
         if (bb->statements) blocks.push_back(bb);
@@ -344,7 +350,8 @@ void BLOCK_WRITER::write() {
 void wrbblocks() {
     initialize_CFG_profiling_annotation(true, true);
     if (print_debug && write_opt_info) prbbinfix(fdebug);
-    BLOCK_WRITER().write();
+    static BLOCK_WRITER writer; // its vectors serve all functions
+    writer.write();
 }
 
 // --- symbols ---
@@ -354,7 +361,8 @@ void revert_symbol_type(SYMTAB *s) {
     TYPE *declared = s->otype;
     TYPE *plain = declared->is_enum() ? declared->underlying_type()->normalized() : declared->normalized();
     TYPE *present = s->type;
-    if (compatible_types(tp->remove_known_qual(present, 255), tp->remove_known_qual(plain, 255))) {
+    if (present == plain ||
+        compatible_types(tp->remove_known_qual(present, 255), tp->remove_known_qual(plain, 255))) {
         unsigned lost = declared->qual_kind() & ~present->qual_kind(),
                  gained = present->qual_kind() & ~declared->qual_kind();
         if (lost) declared = tp->remove_known_qual(declared, lost);
@@ -389,11 +397,13 @@ void write_local_chain(SYMTAB *chain) {
 
 void write_symbols() {
     if (currfuninfo->symbols) sym_split(currfuninfo);
-    std::vector<SYMTAB *> parameters;
+    static std::vector<SYMTAB *> parameters;
+    parameters.clear();
     for (SYMTAB *s = currfuninfo->nonscalars; s; s = s->next)
         if (s->level == 1 && s->flags & SF_LOCAL) parameters.push_back(s);
-    std::stable_sort(parameters.begin(), parameters.end(),
-                     [](const SYMTAB *a, const SYMTAB *b) { return a->sequence < b->sequence; });
+    auto comes_first = [](const SYMTAB *a, const SYMTAB *b) { return a->sequence < b->sequence; };
+    if (!std::is_sorted(parameters.begin(), parameters.end(), comes_first))
+        std::stable_sort(parameters.begin(), parameters.end(), comes_first);
     for (SYMTAB *s : parameters) write_local_symbol(s);
     wrstcr(I_EA, currfuninfo->args_psn);
 

@@ -264,16 +264,20 @@ BASE_NODE *IF_EXPR_READER::read(bool header) {
         FRAME done = read_node();
         if (root) f.root_op_ = done.op;
         else if (done.op == ENDINIT) f.bad_file("ENDINIT within a tree");
-        // Hang what is complete on what waits for it.
-        while (done.have == done.arity) {
-            if (done.arity) finish(done);
-            if (stack.empty()) return done.node;
-            FRAME parent = stack.pop();
-            if (parent.have++) parent.node->set_base_right(done.node);
-            else parent.node->set_base_left(done.node);
-            done = parent;
+        if (done.arity) {
+            stack.push(done);
+            continue;
         }
-        stack.push(done);
+        // Hang what is complete on what waits for it.
+        for (BASE_NODE *complete = done.node;;) {
+            if (stack.empty()) return complete;
+            FRAME &parent = stack.top();
+            if (parent.have++) parent.node->set_base_right(complete);
+            else parent.node->set_base_left(complete);
+            if (parent.have < parent.arity) break;
+            complete = parent.node;
+            finish(stack.pop());
+        }
     }
 }
 

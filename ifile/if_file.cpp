@@ -35,16 +35,15 @@ bool I_FILE::load_image() {
     }
     clearerr(file_);
     // One byte for the NUL, one that shows that the end was reached.
-    image_.resize(size_t(size) + 2);
-    size_t used = 0;
-    while (size_t got = fread(image_.data() + used, 1, image_.size() - 1 - used, file_)) {
-        used += got;
-        if (used > LARGEST_FILE) return false;
-        if (used + 1 == image_.size()) image_.resize(used + used / 2 + READ_CHUNK);
+    image_.need(size_t(size) + 2);
+    while (size_t got = fread(image_.pos, 1, size_t(image_.end - image_.pos) - 1, file_)) {
+        image_.pos += got;
+        if (image_.size() > LARGEST_FILE) return false;
+        if (image_.pos + 1 == image_.end) image_.need(READ_CHUNK);
     }
     if (ferror(file_)) return false;
-    image_[used] = 0;
-    image_size_ = uint32_t(used);
+    *image_.pos = 0;
+    image_size_ = uint32_t(image_.size());
     return true;
 }
 

@@ -31,9 +31,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <deque>
+#include <memory>
 #include <string>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "ifile/if_faces.h"
@@ -149,6 +149,8 @@ struct IF_BUFFER {
     ~IF_BUFFER();
     size_t size() const { return size_t(pos - start); }
     void clear() { pos = start; }
+    const char *data() const { return start; }
+    char operator[](size_t at) const { return start[at]; }
     void need(size_t n) {
         if (size_t(end - pos) < n) grow(n);
     }
@@ -369,6 +371,7 @@ class I_FILE {
     TYPE *look_up_type(uint32_t id);
     // if_prim.cpp
     [[noreturn]] void bad_field(unsigned bytes) const; // the payload ends before a field of so many bytes
+    const PSN *keep_position(const PSN &);             // a copy, with the life of this object
     uint32_t read_long_uint();
     int32_t read_long_sint();
     [[noreturn]] void bad_file_v(uint32_t offset, const char *format, va_list args) const;
@@ -397,21 +400,26 @@ class I_FILE {
     uint32_t extra_word_ = 0;
     int level_ = 0; // lexical level: 0 outside functions, 1 arguments, 2 locals, above in blocks
     std::vector<OPTION_SET> options_;
-    flat_map<TYPE_INFO> types_;          // file's type id -> type
-    std::vector<TYPE *> known_types_;    // the same by small ids, as far as they were asked for
-    std::vector<uint32_t> open_types_;   // ids whose lists have not all ended
-    std::deque<std::string> file_names_; // id 1 is the first; a deque, so that c_str stays put
+    flat_map<TYPE_INFO> types_;                 // file's type id -> type
+    std::vector<TYPE *> known_types_;           // the same by small ids, as far as they were asked for
+    std::vector<uint32_t> open_types_;          // ids whose lists have not all ended
+    std::deque<std::string> file_names_;        // id 1 is the first; a deque, so that c_str stays put
+    std::vector<const char *> file_name_texts_; // the same
     std::unordered_map<std::string, unsigned> file_ids_; // writing only
     unsigned last_file_id_ = 0;                          // the name entered last
     flat_map<unsigned> psn_file_ids_;                    // the same by the pointers of positions
+    const char *last_psn_file_ = nullptr;                // the one looked up last, and its id
+    unsigned last_psn_file_id_ = 0;
     std::vector<I_SYMTAB *> globals_;
     std::vector<I_SYMTAB *> locals_;
     std::vector<int> local_levels_; // the level at which each of locals_ was entered
-    std::deque<PSN> positions_;     // PSNs given to the client; equal neighbours share one
+    // PSNs given to the client, in chunks that stay where they are; equal neighbours share one
+    std::vector<std::unique_ptr<PSN[]>> position_chunks_;
+    PSN *next_position_ = nullptr, *positions_end_ = nullptr; // of the last chunk
     std::string display_name_ = "intermediate file";
 
     // reading: the whole file in memory
-    std::vector<char> image_; // one NUL behind the last byte
+    IF_BUFFER image_; // one NUL behind the last byte
     uint32_t image_size_ = 0;
     uint32_t position_ = 0;
     uint32_t record_end_ = 0;    // payload end of the current record; outside a record it is position_
@@ -423,7 +431,7 @@ class I_FILE {
     bool types_in_stream_ = false;         // a type record of the main stream came last
     bool function_has_eht_ = false;        // of the current function
     uint32_t next_vector_ = 0;             // the same: vector ids count up
-    std::unordered_set<uint32_t> loops_;   // the same: loop numbers
+    flat_set loops_;                       // the same: loop numbers
     flat_map<uint32_t> bodies_;            // function's index -> offset of its I_BF
     flat_map<uint32_t> initialisers_;      // symbol's index -> offset of its initialiser
     int root_op_ = 0;                      // file opcode of the tree read last

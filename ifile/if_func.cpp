@@ -4,7 +4,7 @@
 #include <climits>
 #include <cstdio>
 #include <memory>
-#include <unordered_set>
+#include "support/flatmap.h"
 
 #include "support/fatal.h"
 
@@ -135,7 +135,7 @@ void I_FILE::enter_function(PHASE phase) {
     block_locals_ended_.clear();
     function_has_eht_ = false;
     next_vector_ = 0;
-    if (!loops_.empty()) loops_ = {}; // clearing would walk the buckets of the largest function so far
+    loops_.clear();
 }
 
 void I_FILE::leave_function() {
@@ -243,9 +243,9 @@ void I_FILE::if_read_loop() {
     uint32_t min = i_read_uint(), max = i_read_uint(), factor = i_read_uint();
     unsigned flags = i_read_u16();
     i_end_record();
-    if (parent != number && !loops_.count(parent))
+    if (parent != number && !loops_.has(parent))
         bad_file("loop %u lies in loop %u, which is not there", number, parent);
-    if (!loops_.insert(number).second) bad_file("loop %u twice", number);
+    if (!loops_.insert(number)) bad_file("loop %u twice", number);
     client_->cl_loop_def(number, parent, min, max, factor, flags);
 }
 
@@ -254,7 +254,7 @@ void I_FILE::if_read_inloop() {
     int level = i_read_sint(), index = i_read_sint();
     unsigned flags = i_read_u8();
     i_end_record();
-    if (!loops_.count(number)) bad_file("blocks of loop %u, which is not there", number);
+    if (!loops_.has(number)) bad_file("blocks of loop %u, which is not there", number);
     if (level < 0 && (level != -1 || index != -1 || flags))
         bad_file("control variable %d of level %d", index, level);
     client_->cl_loop_header(number, find_symbol(uint32_t(level), uint32_t(index)), flags);
@@ -392,15 +392,15 @@ void I_FILE::if_read_eht() {
     function_has_eht_ = true;
     if (!n || n > (image_size_ - position_) / LEAST_EHT_ENTRY) bad_file("exception table of %u entries", n);
     std::unique_ptr<EHT_ENTRY[]> entries(new EHT_ENTRY[n]);
-    std::unordered_set<unsigned> ids;
+    static flat_set ids; // of one table at a time; not cleared by who throws
+    ids.clear();
     for (uint32_t i = 0; i < n; i++) {
         if_read_eht_entry(entries[i]);
-        if (!ids.insert(entries[i].id).second)
-            bad_file_at(at, "exception table entry %u twice", entries[i].id);
+        if (!ids.insert(entries[i].id)) bad_file_at(at, "exception table entry %u twice", entries[i].id);
     }
     // 0 is the end of a chain.
     for (uint32_t i = 0; i < n; i++)
-        if (entries[i].next && !ids.count(entries[i].next))
+        if (entries[i].next && !ids.has(entries[i].next))
             bad_file_at(at, "exception table entry %u is followed by %u, which is not there", entries[i].id,
                         entries[i].next);
     if (!client_->cl_func_eht(entries.get(), n)) entries.release(); // the client's now

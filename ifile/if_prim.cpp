@@ -62,7 +62,7 @@ void I_FILE::write_fault(const char *format, ...) {
 unsigned I_FILE::i_read_u16() {
     if (i_payload_left() < 2) bad_field(2);
     position_ += 2;
-    return little_endian(&image_[position_ - 2], 2);
+    return little_endian(image_.data() + position_ - 2, 2);
 }
 
 int I_FILE::i_read_s16() { return int16_t(i_read_u16()); }
@@ -70,7 +70,7 @@ int I_FILE::i_read_s16() { return int16_t(i_read_u16()); }
 uint32_t I_FILE::i_read_u32() {
     if (i_payload_left() < 4) bad_field(4);
     position_ += 4;
-    return little_endian(&image_[position_ - 4], 4);
+    return little_endian(image_.data() + position_ - 4, 4);
 }
 
 int32_t I_FILE::i_read_s32() { return int32_t(i_read_u32()); }
@@ -110,7 +110,7 @@ uint32_t I_FILE::i_read_count(unsigned least) {
 const char *I_FILE::i_read_string(unsigned n) {
     if (n) {
         if (i_payload_left() < n) bad_field(n);
-        counted_string_.assign(&image_[position_], n);
+        counted_string_.assign(image_.data() + position_, n);
         position_ += n;
         return counted_string_.c_str();
     }
@@ -134,11 +134,24 @@ const PSN *I_FILE::i_read_psn() {
     p.file = i_get_file_name(id);
     p.line = i_read_uint();
     p.column = i_read_uint();
-    if (!positions_.empty()) {
-        const PSN &last = positions_.back();
+    if (!position_chunks_.empty()) {
+        const PSN &last = next_position_[-1];
         if (last.file == p.file && last.line == p.line && last.column == p.column) return &last;
     }
-    return &positions_.emplace_back(p);
+    return keep_position(p);
+}
+
+const PSN *I_FILE::keep_position(const PSN &p) {
+    constexpr size_t FIRST = 64,
+                     LAST = 4096; // positions in a chunk: each has twice as many as the one before
+    if (next_position_ == positions_end_) {
+        size_t size = std::min(FIRST << std::min<size_t>(position_chunks_.size(), 16), LAST);
+        position_chunks_.push_back(std::make_unique<PSN[]>(size));
+        next_position_ = position_chunks_.back().get();
+        positions_end_ = next_position_ + size;
+    }
+    *next_position_ = p;
+    return next_position_++;
 }
 
 void I_FILE::i_read_skip(unsigned n) {
@@ -193,9 +206,13 @@ void I_FILE::i_write_string(const char *text, unsigned n) {
 void I_FILE::i_write_psn(const PSN *psn) {
     if (!psn) return i_write_uint(0);
     // Names of positions stay where they are, so that each is looked at once.
-    unsigned &id = psn_file_ids_[psn->file];
-    if (!id) id = i_enter_file_name(psn->file ? psn->file : NO_FILE);
-    i_write_uint(id);
+    if (psn->file != last_psn_file_ || !last_psn_file_id_) {
+        unsigned &id = psn_file_ids_[psn->file];
+        if (!id) id = i_enter_file_name(psn->file ? psn->file : NO_FILE);
+        last_psn_file_ = psn->file;
+        last_psn_file_id_ = id;
+    }
+    i_write_uint(last_psn_file_id_);
     i_write_uint(psn->line);
     i_write_uint(psn->column);
 }

@@ -22,7 +22,7 @@ void apply_policy(I_SYMTAB *symbol, int pragma) {
 
 unsigned I_FILE::i_enter_file_name(const char *name) {
     if (!writable_) {
-        file_names_.emplace_back(name);
+        file_name_texts_.push_back(file_names_.emplace_back(name).c_str());
         return unsigned(file_names_.size());
     }
     // Neighbouring positions mostly name the same file.
@@ -33,7 +33,8 @@ unsigned I_FILE::i_enter_file_name(const char *name) {
 }
 
 const char *I_FILE::i_get_file_name(unsigned id) const {
-    return id && id <= file_names_.size() ? file_names_[id - 1].c_str() : nullptr;
+    if (writable_) return id && id <= file_names_.size() ? file_names_[id - 1].c_str() : nullptr;
+    return id && id <= file_name_texts_.size() ? file_name_texts_[id - 1] : nullptr;
 }
 
 unsigned I_FILE::i_get_file_id(const char *name) const {

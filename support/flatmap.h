@@ -23,6 +23,7 @@ template <class V> class flat_map {
   public:
     static uint64_t key_of(const void *p) { return uint64_t(reinterpret_cast<uintptr_t>(p)); }
     static uint64_t key_of(int number) { return uint64_t(uint32_t(number)); }
+    static uint64_t key_of(unsigned number) { return number; }
 
     size_t size() const { return size_; }
     bool empty() const { return size_ == 0; }

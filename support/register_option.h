@@ -2,17 +2,18 @@
 //
 // A switch is a text key with an integer value: "disable:cps", "enable:lir", "debug:unroll". Nothing has a
 // value until the command line gives it one, and a key without a value reads as 0; so every switch is off by
-// default and a test of it costs one binary search. Code asks by name where it needs the answer:
+// default. Code asks by name where it needs the answer:
 //
 //     if (pass_disable("cps")) return;
 //     int limit = pass_debug("max_unroll_size");
 //
 // A register_option object is a switch with a name known before the command line is read. It serves code that
-// wants to set a switch itself and documents the key; reading works for keys that nobody registered, and
-// setting an unknown key is no error, so an option of an older or newer release never stops a run.
+// wants to set a switch itself, or asks for each statement or pass: it knows the place of its value. Reading works for
+// keys that nobody registered, and setting an unknown key is no error, so an option of an older or newer release never
+// stops a run.
 //
-// The store is one flat array sorted by key. Keys are compared as bytes, cut at DEBUG_KEY_SIZE - 1 characters
-// on both sides, and live for the whole run. A query allocates nothing.
+// The store is one flat array of entries sorted by key: a query by name is a binary search, and allocates nothing. Keys
+// are compared as bytes, cut at DEBUG_KEY_SIZE - 1 characters on both sides, and live for the whole run.
 #ifndef SUPPORT_REGISTER_OPTION_H
 #define SUPPORT_REGISTER_OPTION_H
 
@@ -40,7 +41,7 @@ class register_option {
     explicit register_option(const char *key);
 
     // The present value, 0 when unset.
-    operator int() const;
+    operator int() const { return *value_; }
     explicit operator bool() const { return static_cast<int>(*this) != 0; }
 
     // Sets the value, for this and every other reader of the key.
@@ -53,6 +54,7 @@ class register_option {
 
   private:
     const char *key_;
+    int *value_; // in the store
 };
 
 #endif
