@@ -47,10 +47,19 @@ void dump_flow_graph() {
 
 constexpr int VALIDATE_AT_ONCE = 2; // --debug:validate=2
 
-void validate_after(const pass *done, double seconds) {
-    if (validate_switch >= VALIDATE_AT_ONCE) seconds = HUGE_VAL;
+// Wall clock, which is cheap to ask; still, passes on small functions take no longer. So it is asked once for each
+// pass: a pass begins where the one before, or its check, has ended.
+std::chrono::steady_clock::time_point last_end;
+
+void validate_after(const pass *done) {
+    auto now = std::chrono::steady_clock::now();
+    double seconds = validate_switch >= VALIDATE_AT_ONCE
+                         ? HUGE_VAL
+                         : std::chrono::duration<double>(now - last_end).count();
+    last_end = now;
     if (done->is_barrier()) validate_after_barrier(done->name.c_str(), seconds);
-    else if (currfuninfo) validate_after_pass(done->name.c_str(), seconds);
+    else if (!currfuninfo || !validate_after_pass(done->name.c_str(), seconds)) return;
+    last_end = std::chrono::steady_clock::now();
 }
 
 } // namespace
@@ -100,18 +109,13 @@ void pass::run() {
     double outer_nested = nested_seconds, start = timed ? now() : 0;
     nested_seconds = 0;
     bool acts = action_ && pass_gate_holds(gate_) && within_limit(), validated = acts && validate_switch;
-    std::chrono::steady_clock::time_point begun; // of the wall clock, which is cheap to ask
-    if (validated) begun = std::chrono::steady_clock::now();
     if (acts) action_();
-    double wall_seconds = 0;
-    if (validated)
-        wall_seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count();
     double elapsed = timed ? now() - start : 0;
     seconds += elapsed - nested_seconds;
     nested_seconds = outer_nested + elapsed;
     ++runs;
 
-    if (validated) validate_after(this, wall_seconds);
+    if (validated) validate_after(this);
     dprintf("(%.1f sec for pass.)\n", elapsed);
     dprintf("\n\n\n\t\t\t---------- EXITING step %u '%s' ----------\n", serial_number, name.c_str());
     dump_flow_graph();

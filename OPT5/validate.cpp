@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <unordered_map>
 #include <vector>
 
 #include "OPT5/bbutils.h"
@@ -507,15 +506,16 @@ class FINGERPRINT {
     // 0: something is so broken, or goes on for so long, that the check has to tell.
     uint64_t of(const FUNINFO *f, const std::vector<const NODE *> &nodes) {
         // Every step uses some up; more steps than there can be records mean a ring.
-        budget_ = nodes_in_use() + 100 * f->blocks.size() + 1000000;
+        size_t most_steps = budget_ = nodes_in_use() + 100 * f->blocks.size() + 1000000;
         add(f->bb_count, f->blocks_are_numbered, f->eht_size, f->blocks.size());
         for (const BBLK *bb = f->bb_list; bb && step(); bb = bb->dflink) block(bb);
         for (const BBLK *bb = f->uo_list; bb && step(); bb = bb->uolink) add(bb, bb->uoprev, 1, 0);
         for (const BBLK *bb : f->blocks) add(bb, 7, 0, 0);
-        for (const SYMTAB *chain : {f->symbols, f->temporaries, f->scalars, f->nonscalars}) {
-            add(chain, 2, 0, 0);
-            for (const SYMTAB *s = chain; s && step(); s = s->next) symbol(s);
-        }
+        // A check makes no difference between the chains, so a symbol may move from one to another.
+        uint64_t symbols = 0;
+        for (const SYMTAB *chain : {f->symbols, f->temporaries, f->scalars, f->nonscalars})
+            for (const SYMTAB *s = chain; s && step(); s = s->next) symbols += of_symbol(s);
+        add(symbols, 2, 0, 0);
         scopes(f->scopes);
         if (const Dominator *d = f->dominator) {
             add(d, d->stale, d->bb_count, d->block.size());
@@ -526,12 +526,16 @@ class FINGERPRINT {
             if (is_erased(n)) return 0;
             trees += of_node(n);
         }
+        records_ = most_steps - budget_ + nodes.size();
         return broken_ || !budget_ ? 0 : (sum_ ^ trees) | 1;
     }
 
+    // What has been looked at, when nothing was broken.
+    size_t records() const { return records_; }
+
   private:
     uint64_t sum_ = 0;
-    size_t budget_ = 0;
+    size_t budget_ = 0, records_ = 0;
     bool broken_ = false;
 
     static uint64_t word(const void *p) { return uint64_t(reinterpret_cast<uintptr_t>(p)); }
@@ -550,11 +554,13 @@ class FINGERPRINT {
         return op == ILLOP;
     }
 
+    template <class A, class B, class C, class D> static uint64_t mixed(A a, B b, C c, D d) {
+        return (word(a) + 0x9E3779B97F4A7C15u) * (2 * word(b) + 0xC2B2AE3D27D4EB4Fu) ^
+               (word(c) + 0x165667B19E3779F9u) * (2 * word(d) + 0xD6E8FEB86659FD93u);
+    }
     // The products do not wait for each other; the sum keeps the order.
     template <class A, class B, class C, class D> void add(A a, B b, C c, D d) {
-        uint64_t mixed = (word(a) + 0x9E3779B97F4A7C15u) * (2 * word(b) + 0xC2B2AE3D27D4EB4Fu) ^
-                         (word(c) + 0x165667B19E3779F9u) * (2 * word(d) + 0xD6E8FEB86659FD93u);
-        sum_ = (sum_ << 23 | sum_ >> 41) * 5 + mixed;
+        sum_ = (sum_ << 23 | sum_ >> 41) * 5 + mixed(a, b, c, d);
     }
 
     // Sums of these are to keep apart which node has what, so the node's place is in each product; a factor of each is
@@ -583,9 +589,11 @@ class FINGERPRINT {
         }
     }
 
-    void symbol(const SYMTAB *s) {
-        add(s, s->type, s->otype, s->scope);
-        add(s->name, s->size, uint64_t(s->level), s->sclass);
+    // To be summed, like those of nodes: the symbol's place is in each product.
+    static uint64_t of_symbol(const SYMTAB *s) {
+        uint64_t at = word(s);
+        return mixed(at, s->type, 3 * at, s->otype) + mixed(5 * at, s->scope, 7 * at, s->name) +
+               mixed(9 * at, s->size, 11 * at, uint64_t(s->level) << 8 | s->sclass);
     }
 
     void scopes(const LS *root) {
@@ -602,17 +610,32 @@ class FINGERPRINT {
 // What a function looked like when it passed its last check, and who has worked on it since.
 struct PASSED {
     std::vector<const NODE *> nodes;
-    uint64_t fingerprint = 0; // 0: none
-    std::vector<const char *> since;
-    size_t barriers = 0; // those of `quick_barriers` that were there then
+    uint64_t fingerprint = 0;        // 0: none
+    size_t records = 0;              // that it was made of
+    std::vector<const char *> since; // names of passes
+    size_t barriers = 0;             // those of `quick_barriers` that were there then
 };
-std::unordered_map<const FUNINFO *, PASSED> passed;
-size_t passed_nodes; // of all of them
+flat_map<PASSED *> passed; // by FUNINFO; null when its body has gone
+size_t passed_records;     // of all of them
 std::vector<const char *> quick_barriers;
+
+// The entry of the current function; null when there is none.
+PASSED *find_passed() {
+    PASSED **entry = passed.find(currfuninfo);
+    return entry ? *entry : nullptr;
+}
+PASSED &find_or_make_passed() {
+    PASSED *&entry = passed[currfuninfo];
+    if (!entry) entry = new PASSED;
+    return *entry;
+}
 
 // A look at a function is put off while the passes take less time than this many looks.
 constexpr double LOOKS_WORTH_A_LOOK = 4;
-double seconds_per_node = 3e-9; // of a look; measured as they are made
+double seconds_per_record = 4e-9;       // of a look; measured as they are made
+constexpr size_t RECORDS_AT_LEAST = 30; // what a look takes beside that of its records, as so many more
+
+double seconds_of_look(size_t records) { return double(records + RECORDS_AT_LEAST) * seconds_per_record; }
 
 using CLOCK = std::chrono::steady_clock;
 
@@ -621,18 +644,19 @@ double seconds_since(CLOCK::time_point start) {
 }
 
 void forget_check(FUNINFO *f) {
-    auto last = passed.find(f);
-    if (last == passed.end()) return;
-    passed_nodes -= last->second.nodes.size();
-    passed.erase(last);
+    PASSED **last = passed.find(f);
+    if (!last || !*last) return;
+    passed_records -= (*last)->records;
+    delete *last;
+    *last = nullptr;
 }
 
 bool is_as_it_was(const PASSED &last) {
-    constexpr size_t LEAST_TO_MEASURE = 1000; // nodes; below, the clock itself counts
+    constexpr size_t LEAST_TO_MEASURE = 1000; // records; below, the clock itself counts
+    if (last.records < LEAST_TO_MEASURE) return FINGERPRINT().of(currfuninfo, last.nodes) == last.fingerprint;
     CLOCK::time_point start = CLOCK::now();
     bool same = FINGERPRINT().of(currfuninfo, last.nodes) == last.fingerprint;
-    if (last.nodes.size() >= LEAST_TO_MEASURE)
-        seconds_per_node += (seconds_since(start) / double(last.nodes.size()) - seconds_per_node) / 8;
+    seconds_per_record += (seconds_since(start) / double(last.records) - seconds_per_record) / 8;
     return same;
 }
 
@@ -653,16 +677,19 @@ std::string names_since(const PASSED &last, const char *after) {
 
 std::string find_new_fault() {
     register_body_eraser(forget_check);
-    PASSED &last = passed[currfuninfo];
+    PASSED &last = find_or_make_passed();
     if (!last.fingerprint || !is_as_it_was(last)) {
+        static std::vector<const NODE *> nodes; // so that each list gets the size that it needs
         last.fingerprint = 0;
-        passed_nodes -= last.nodes.size();
-        last.nodes.clear();
-        CHECK check(&last.nodes);
+        nodes.clear();
+        CHECK check(&nodes);
         if (check.graph()) check.contents();
-        passed_nodes += last.nodes.size();
         if (!check.fault().empty()) return check.fault();
-        last.fingerprint = FINGERPRINT().of(currfuninfo, last.nodes);
+        last.nodes = nodes;
+        FINGERPRINT look;
+        last.fingerprint = look.of(currfuninfo, last.nodes);
+        passed_records += look.records() - last.records;
+        last.records = look.records();
     }
     last.since.clear();
     last.barriers = quick_barriers.size();
@@ -671,20 +698,22 @@ std::string find_new_fault() {
 
 bool validate_function(const char *after) {
     std::string fault = find_new_fault();
-    if (!fault.empty()) report_fault(fault, names_since(passed[currfuninfo], after).c_str());
+    if (!fault.empty()) report_fault(fault, names_since(find_or_make_passed(), after).c_str());
     return true;
 }
 
-void validate_after_pass(const char *pass, double seconds) {
-    if (!currfuninfo->bb_list) return;
-    auto last = passed.find(currfuninfo);
-    double look = last == passed.end() ? 0 : double(last->second.nodes.size()) * seconds_per_node;
-    if (seconds < LOOKS_WORTH_A_LOOK * look) last->second.since.push_back(intern_name(pass));
-    else validate_function(pass);
+bool validate_after_pass(const char *pass, double seconds) {
+    if (!currfuninfo->bb_list) return false;
+    PASSED *last = find_passed();
+    if (last && seconds < LOOKS_WORTH_A_LOOK * seconds_of_look(last->records)) {
+        last->since.push_back(pass);
+        return false;
+    }
+    return validate_function(pass);
 }
 
 void validate_after_barrier(const char *pass, double seconds) {
-    if (seconds < LOOKS_WORTH_A_LOOK * double(passed_nodes) * seconds_per_node) {
+    if (seconds < LOOKS_WORTH_A_LOOK * seconds_of_look(passed_records)) {
         quick_barriers.push_back(intern_name(pass));
         return;
     }
@@ -695,10 +724,9 @@ void validate_after_barrier(const char *pass, double seconds) {
 }
 
 void validate_deferred() {
-    auto last = passed.find(currfuninfo);
-    if (last == passed.end() || !currfuninfo->bb_list) return;
-    if (!last->second.since.empty() || last->second.barriers < quick_barriers.size())
-        validate_function(nullptr);
+    const PASSED *last = find_passed();
+    if (!last || !currfuninfo->bb_list) return;
+    if (!last->since.empty() || last->barriers < quick_barriers.size()) validate_function(nullptr);
 }
 
 void validate_cfg() {

@@ -42,8 +42,8 @@ std::string find_new_fault();
 bool validate_function(const char *after);
 
 // The same after a pass on the current function, or after a barrier for all of them, that took `seconds`: put off when a
-// look would take a considerable part of that.
-void validate_after_pass(const char *pass, double seconds);
+// look would take a considerable part of that. The name of the pass must stay as long as the function's body.
+bool validate_after_pass(const char *pass, double seconds); // whether it was done
 void validate_after_barrier(const char *pass, double seconds);
 // What was put off for the current function, before it goes.
 void validate_deferred();
