@@ -101,5 +101,5 @@ NODE *cast_node(NODE *n) {
 
 NODE *insert_mandatory_casts(NODE *tree) {
     if (casts_disabled) return tree;
-    return rewrite_tree(tree, cast_node);
+    return rewrite_tree(tree, [](NODE *n) { return cast_node(n); });
 }

@@ -79,6 +79,8 @@ BBLK::~BBLK() { delete words_; }
 // --- blocks ---
 
 BBLK *mkbblock(LIST *statements, BBLK *next_in_creation, FUNINFO *owner) {
+    constexpr size_t USUAL = 8; // blocks of a small function
+    if (owner->blocks.empty()) owner->blocks.reserve(USUAL);
     BBLK *bb = new BBLK(owner);
     bb->statements = statements;
     bb->uolink = next_in_creation;

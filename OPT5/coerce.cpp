@@ -128,6 +128,7 @@ bool coerces_arms(const NODE *n) {
 NODE *coerce_to_type(TYPE *type, NODE *tree) {
     if (type->is_enum()) type = normalized_underlying_type(type);
     if (type->is_vector() || tree->type->is_vector()) return coerce_vector(type, tree);
+    if (tree->op != COLON && !coerces_arms(tree)) return coerce_scalar(type, tree);
     NODE *root = tree;
     std::vector<NODE **> todo = {&root}; // a chain of conditionals may be long
     while (!todo.empty()) {

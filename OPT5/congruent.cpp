@@ -1,7 +1,7 @@
 #include "OPT5/congruent.h"
 
 #include <cstring>
-#include <deque>
+#include <forward_list>
 
 #include "OPT5/cfg.h"
 #include "OPT5/symtab.h"
@@ -191,7 +191,7 @@ class comparison {
         } else if (near_used_ < NEAR) {
             g = &near_[near_used_++];
         } else {
-            g = &far_.emplace_back();
+            g = &far_.emplace_front();
         }
         *g = {a, b, next, 0};
         return g;
@@ -246,7 +246,7 @@ class comparison {
     unsigned steps_ = 0, wasted_ = 0;
     int near_used_ = 0;
     GOAL near_[NEAR];
-    std::deque<GOAL> far_;
+    std::forward_list<GOAL> far_; // takes no memory until it is needed
     GOAL *free_ = nullptr;
     walk_stack<CHOICE, 16> choices_;
 };

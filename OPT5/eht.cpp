@@ -99,7 +99,8 @@ std::string enter_eht(const EHT_ENTRY *entries, unsigned n, LIST *statements) {
     std::copy(entries, entries + n, eht + 1);
     currfuninfo->eht = eht;
     currfuninfo->eht_size = size;
-    std::stable_sort(eht + 1, eht + size, [](const EHT_ENTRY &a, const EHT_ENTRY &b) { return a.id < b.id; });
+    auto comes_first = [](const EHT_ENTRY &a, const EHT_ENTRY &b) { return a.id < b.id; };
+    if (!std::is_sorted(eht + 1, eht + size, comes_first)) std::stable_sort(eht + 1, eht + size, comes_first);
 
     std::string wrong = renumber(eht, size, statements);
     if (wrong.empty()) wrong = check_kinds(eht, size);

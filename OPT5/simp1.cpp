@@ -307,6 +307,21 @@ NODE *dispatch(NODE *n, struct LOOP *loop) {
 
 } // namespace
 
+// Most nodes are leaves of these kinds, for which there is nothing else to do; true when it is done.
+static bool simp_leaf(NODE *n) {
+    switch (n->op) {
+    case NAME:
+    case ICON:
+    case LABEL:
+    case FIELD: break;
+    default: return false;
+    }
+    if (n->type) n->type = n->type->normalized();
+    if (n->type && n->type->is_vector()) return false;
+    if (n->op == NAME) fix_type_info(n);
+    return true;
+}
+
 NODE *simp_node(NODE *n, struct LOOP *loop) {
     if (n->type) n->type = n->type->normalized();
     if (!keeps_its_commas(n))
@@ -384,8 +399,8 @@ NODE *simp_tree(NODE *tree, struct LOOP *loop) {
         // chains that lean right are turned here, where it costs one step for each of their nodes
         while (n->op == COMMAOP ? turn_comma(n) : lean_left(n)) *slot = n;
         item.operands_done = true;
-        if (n->right) todo.push({&n->right, false});
-        if (n->left) todo.push({&n->left, false});
+        if (n->right && !simp_leaf(n->right)) todo.push({&n->right, false});
+        if (n->left && !simp_leaf(n->left)) todo.push({&n->left, false});
     }
     return root;
 }

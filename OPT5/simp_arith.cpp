@@ -158,10 +158,11 @@ bool spine_is_short(const NODE *chain, const NODE *n) {
 // x + (a - b) -> (x + a) - b     x - (a + b) -> (x - a) - b     x - (a - b) -> (x - a) + b
 bool lean_left(NODE *&n) {
     NODE *x = n->left, *right = n->right;
-    if (!x || !right || !same_ring(n->type, right->type) || !right->left || !right->right) return false;
+    if (!x || !right) return false;
     bool sums = (n->op == PLUS || n->op == MINUS) && (right->op == PLUS || right->op == MINUS);
     bool same = n->op == right->op && (n->op == MULT || n->op == ANDB || n->op == ORB || n->op == XORB);
     if (!sums && !same) return false;
+    if (!same_ring(n->type, right->type) || !right->left || !right->right) return false;
     NODE *a = right->left, *b = right->right;
     if (!is_ring_type(x->type) || !is_ring_type(a->type) || !is_ring_type(b->type) || b->type->is_ptr())
         return false;

@@ -45,6 +45,14 @@ NODE **comma_of_argument(NODE **place) {
     return (*place)->op == COMMAOP ? place : nullptr;
 }
 
+bool some_argument_is_comma(NODE *call) {
+    NODE **list = op_is_icall(call->op) ? &call->left : &call->right;
+    if (!*list) return false;
+    for (; (*list)->op == COMMA; list = &(*list)->left)
+        if (comma_of_argument(&(*list)->right)) return true;
+    return comma_of_argument(list) != nullptr;
+}
+
 bool keeps_its_value(const NODE *x, const NODE *effect) {
     if (is_constant_leaf(x) || is_address_of_name(x) || x->op == SCON) return true;
     return is_free_of_effects(x) && !tree_modifies_lvalue_in_tree(effect, x);
@@ -54,6 +62,7 @@ bool keeps_its_value(const NODE *x, const NODE *effect) {
 // Gives the effects, or null.
 NODE *lift_effects_of_arguments(NODE *call) {
     NODE *effects = nullptr;
+    if (!some_argument_is_comma(call)) return nullptr;
     std::vector<NODE **> places = argument_places(call);
     const NODE *callee = op_is_icall(call->op) ? nullptr : call->left;
     for (size_t i = 0; i < places.size(); i++) {
@@ -136,9 +145,8 @@ NODE *plain_conversion(NODE *arg, struct LOOP *loop) {
 }
 
 NODE *simp_memcpy(NODE *n, struct LOOP *loop) {
-    std::vector<NODE **> places = argument_places(n);
     if (!are_pointer_pointer_integer(arg_list_args(n->right)) || !n->type->is_ptr()) return n;
-    for (NODE **place : places)
+    for (NODE **place : argument_places(n))
         if ((*place)->op == ACONV && RULE("CALL: memcpy(ACONV(p), ...) -> memcpy((T*)p, ...)"))
             *place = plain_conversion(*place, loop);
     return n;

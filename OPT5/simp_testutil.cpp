@@ -98,15 +98,18 @@ NODE *mk_seen_ICON(INT65 seen, TYPE *like, TEST_DOMAIN d) {
 }
 
 SEEN_RANGE seen_range(const NODE *operand, TEST_DOMAIN d, struct LOOP *loop) {
-    SEEN_RANGE all = {d.is_unsigned ? INT65(0) : -(INT65(1) << (d.bits - 1)),
-                      (INT65(1) << (d.is_unsigned ? d.bits : d.bits - 1)) - INT65(1)};
-    if (!is_integer_type(operand->type)) return all;
-    VALUE_RANGE range = calculate_range_for_tree(operand, loop);
-    INT65 low = range.low, high = range.high;
-    INT65 seen_low = seen_value(low, d), seen_high = seen_value(high, d);
-    // cutting keeps the order of a range that does not cross the end of the numbers
-    if (high < low || seen_high < seen_low || seen_high - seen_low != high - low) return all;
-    return {seen_low, seen_high};
+    if (is_integer_type(operand->type)) {
+        VALUE_RANGE range = calculate_range_for_tree(operand, loop);
+        INT65 low = range.low, high = range.high;
+        INT65 seen_low = seen_value(low, d);
+        if (low == high) return {seen_low, seen_low};
+        INT65 seen_high = seen_value(high, d);
+        // cutting keeps the order of a range that does not cross the end of the numbers
+        if (low < high && seen_low <= seen_high && seen_high - seen_low == high - low)
+            return {seen_low, seen_high};
+    }
+    return {d.is_unsigned ? INT65(0) : -(INT65(1) << (d.bits - 1)),
+            (INT65(1) << (d.is_unsigned ? d.bits : d.bits - 1)) - INT65(1)};
 }
 
 bool test_is_natural(const TYPE *type, TEST_DOMAIN d, int op) {

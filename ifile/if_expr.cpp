@@ -85,17 +85,17 @@ struct CASES {
     bool has_default = false;
 
     explicit CASES(BASE_NODE *list) {
-        std::vector<BASE_NODE *> todo{list};
+        walk_stack<BASE_NODE *> todo;
+        todo.push(list);
         while (!todo.empty()) {
-            BASE_NODE *n = todo.back();
-            todo.pop_back();
+            BASE_NODE *n = todo.pop();
             if (!n) continue;
             int op = n->base_op();
             cases += op == CASE;
             has_default |= op == DEFAULT;
             if (op != COMMA) continue;
-            todo.push_back(n->base_left());
-            todo.push_back(n->base_right());
+            todo.push(n->base_left());
+            todo.push(n->base_right());
         }
     }
     // A default may be counted as a case or not.

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <unordered_set>
 
+#include "support/walkstack.h"
+
 namespace {
 
 // A walk over pairs of types that must all be related. A pair that was met before is taken for granted, so
@@ -20,16 +22,22 @@ struct PAIR_WALK {
                    0x9E3779B97F4A7C15u;
         }
     };
-    std::vector<PAIR> todo;
+    walk_stack<PAIR> todo;
     std::vector<PAIR> met; // in the order of the walk, when `record` asks for it
     std::unordered_set<PAIR, PAIR_HASH> seen;
     bool strip = false;
     bool record = false;
     bool failed = false;
 
+    // Only pairs with parts may come again and again.
+    static bool has_parts(const PAIR &p) {
+        constexpr unsigned SIMPLE = 1u << K_void | 1u << K_int | 1u << K_float;
+        return !(SIMPLE >> p.a->kind & SIMPLE >> p.b->kind & 1);
+    }
+
     void need(TYPE *a, TYPE *b) {
         if (a == b) return;
-        if (a && b) todo.push_back({a, b});
+        if (a && b) todo.push({a, b});
         else failed = true;
     }
 
@@ -43,9 +51,9 @@ struct PAIR_WALK {
             if (!relate(*this, pair.a, pair.b) || failed) return false;
             do {
                 if (todo.empty()) return true;
-                pair = {todo.back().a->rep(), todo.back().b->rep()};
-                todo.pop_back();
-            } while (pair.a == pair.b || !seen.insert(pair).second);
+                PAIR next = todo.pop();
+                pair = {next.a->rep(), next.b->rep()};
+            } while (pair.a == pair.b || (has_parts(pair) && !seen.insert(pair).second));
         }
     }
 };
