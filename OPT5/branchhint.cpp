@@ -16,11 +16,13 @@ constexpr int LIKELY = 1, UNLIKELY = -1;
 
 bool is_integer(const TYPE *t) { return t->is_integral() || t->is_enum(); }
 
-// With a constant for what is expected.
+// Of a value, with a constant for what is expected.
 bool is_builtin_expect(const NODE *n) {
-    return n->op == ICALL && !strcmp(n->u.icall, EXPECT) && n->left->op == COMMA &&
-           n->left->left->op != COMMA && n->left->right->op == ICON && is_integer(n->type) &&
-           n->left->left->type->is_scalar();
+    if (n->op != ICALL || strcmp(n->u.icall, EXPECT) || n->left->op != COMMA || !is_integer(n->type))
+        return false;
+    const NODE *value = n->left->left, *expected = n->left->right;
+    if (value->op == COMMA || value->op == ARGREF || value->op == STARG || value->op == ACONV) return false;
+    return value->type->is_scalar() && expected->op == ICON;
 }
 
 // (long)c  ->  c      as a test, c an integer that keeps its value

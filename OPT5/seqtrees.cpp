@@ -129,6 +129,7 @@ bool may_be_member_by_member(const NODE *tree) {
     const SYMTAB *target = copied_variable(to), *source = target ? copied_variable(from) : nullptr;
     if (!source || (target->level == 0 && source->level == 0) || to->type->is_const()) return false;
     TYPE *type = to->type->stqs();
+    if (to->type->is_packed() || from->type->is_packed()) return false; // members lie elsewhere
     return type->dtype == from->type->stqs()->dtype && is_its_members(type, MAX_COPIED_MEMBERS);
 }
 

@@ -901,6 +901,7 @@ NODE *simp_CBRANCH(NODE *node, struct LOOP *loop) {
     erase_tree(node->left);
     node->left = detach(node->right);
     node->op = BRANCH;
+    node->branch_hint = 0;
     return simp_node(node, loop);
 }
 

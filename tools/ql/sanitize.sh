@@ -1,7 +1,7 @@
 # ./ql sanitize [CTEST-OPTION...]: the fast tests once more, with the address and undefined-behaviour sanitizers.
 #
-# A build of its own, without the C front end (its libraries are not instrumented). Memory that the process holds until
-# its end is no finding: the programs run once a file, and tests keep what they made.
+# A build of its own, without the C front end (its libraries are not instrumented). Unit tests release what they made, so
+# what leaks there is a finding. Programs run once a file and keep memory until their end, which is none.
 install "${build_packages[@]}" "${run_packages[@]}" "${test_packages[@]}"
 work=${QL_OUT:-$build/sanitize}
 mkdir -p "$work"

@@ -55,6 +55,7 @@ TEST_F(bif_ternary, there_and_back_is_the_same_conditional) {
     expect_shape(back);
     erase_tree(back);
     erase_tree(before);
+    delete scope;
     EXPECT_EQ(nodes_in_use(), nodes);
     EXPECT_EQ(function.temporaries, nullptr);
 }

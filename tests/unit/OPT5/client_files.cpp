@@ -11,6 +11,7 @@
 #include "OPT5/symtab.h"
 #include "OPT5/write.h"
 #include "options/optobj.h"
+#include "tests/unit/forgotten.h"
 #include "tests/unit/ifile/if_testing.h"
 
 #include <gtest/gtest.h>
@@ -133,7 +134,12 @@ struct RUN {
         i_file = o_file = nullptr;
         file_options = nullptr;
         all_option_sets.clear();
+        while (SYMTAB *s = global_symbols) {
+            global_symbols = s->next;
+            erase_symbol(s);
+        }
         init_symbols();
+        erase_all_FUNINFOs();
         tp = nullptr;
     }
     void write_all() {
@@ -167,6 +173,7 @@ std::string body(const std::function<void(INPUT &)> &fill) { return body_log(run
 std::string refusal(const std::function<void(INPUT &)> &fill) {
     std::string in = bytes_of(fill);
     THROWING throwing;
+    forgotten what_it_held;
     std::string said;
     try {
         RUN r(in);

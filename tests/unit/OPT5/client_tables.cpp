@@ -25,8 +25,15 @@ struct client_tables : trees_world {
         info.bb_list = bb;
     }
     ~client_tables() override {
-        delete[] info.eht;
+        erase_table();
+        info.bb_list = nullptr;
+        erase_bblock(bb);
+        release_dead_labels(&info);
         currfunc = nullptr;
+    }
+    void erase_table() {
+        for (unsigned k = 1; k < info.eht_size; k++) erase_tree(static_cast<NODE *>(info.eht[k].cleanup));
+        delete[] info.eht;
     }
     NODE *call_of(unsigned entry) {
         NODE *n = call(f, nullptr);
@@ -39,7 +46,7 @@ struct client_tables : trees_world {
         unsigned cleanup_names = 0; // the entry that the call in its tree names
     };
     void make(std::vector<ENTRY> entries, std::vector<unsigned> calls) {
-        delete[] info.eht;
+        erase_table();
         info.eht_size = unsigned(entries.size()) + 1;
         info.eht = new EHT_ENTRY[info.eht_size];
         for (unsigned k = 1; k < info.eht_size; k++) {
@@ -47,6 +54,7 @@ struct client_tables : trees_world {
             e.id = k, e.kind = entries[k - 1].kind, e.next = entries[k - 1].next;
             if (e.kind == EHK_CLEANUP) e.cleanup = call_of(entries[k - 1].cleanup_names);
         }
+        erase_tree_list(bb->statements);
         bb->statements = nullptr;
         for (size_t k = calls.size(); k--;)
             bb->statements = mkelist(call_of(calls[k]), bb->statements, nullptr);
@@ -116,7 +124,7 @@ TEST_F(client_tables, catches_take_the_labels_of_their_cases) {
     make({{EHK_ROOT, 0}, {EHK_CATCH, 1}, {EHK_CATCH, 2}}, {});
     info.eht[2].catches = {{"A", 10, false}, {"B", 20, false}};
     info.eht[3].catches = {{"C", 10, false}};
-    LBL *first = mklabel(5, nullptr, bb), *second = mklabel(10, nullptr, bb);
+    LBL *first = bb->labels = mklabel(5, nullptr, bb), *second = first->next = mklabel(10, nullptr, bb);
     first->refcount = second->refcount = 1;
     auto a_case = [&](int value, LBL *label) {
         NODE *ref = new NODE(LABEL, tp->void_type());
@@ -128,6 +136,7 @@ TEST_F(client_tables, catches_take_the_labels_of_their_cases) {
     EXPECT_EQ(info.eht[2].catches[0].label, -5);
     EXPECT_EQ(info.eht[2].catches[1].label, -10); // the new 10 is not taken for the old one
     EXPECT_EQ(info.eht[3].catches[0].label, -5);
+    erase_tree(cases);
 }
 
 // --- loops and dependences ---
