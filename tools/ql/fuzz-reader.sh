@@ -19,11 +19,14 @@ ninja -C "$work/lib" -j "$jobs" fuzz_reader >"$work/build.log" 2>&1 || { tail -2
 ninja -C "$work/whole" -j "$jobs" qlopt >"$work/build.log" 2>&1 || { tail -20 "$work/build.log" >&2; exit 1; }
 
 say "== seeds"
-build_targets
-for c in "$root"/tests/fuzz/seeds/*.c; do "$build/tools/parse/qlparse" "$c" -o "$work/seeds/$(basename "$c").if" 2>/dev/null || true; done
-if [ -x "$build/tools/text/qlasm" ]; then
-    for t in "$root"/tests/text/*.ift; do "$build/tools/text/qlasm" "$t" -o "$work/seeds/$(basename "$t").if" 2>/dev/null || true; done
-fi
+build_targets qlparse qlasm
+for c in "$root"/tests/fuzz/seeds/*.c "$root"/tests/c/*.c; do
+    seed=$work/seeds/$(basename "$c").if
+    "$build/tools/parse/qlparse" "$c" -o "$seed" 2>/dev/null || true
+    # mutations of large files hit nothing
+    case $c in */tests/c/*) find "$seed" -size +4k -delete 2>/dev/null || true ;; esac
+done
+for t in "$root"/tests/text/*.ift; do "$build/tools/text/qlasm" "$t" -o "$work/seeds/$(basename "$t").if" 2>/dev/null || true; done
 
 say "== hunting for $minutes minutes"
 seconds=$((minutes * 60))
