@@ -41,6 +41,8 @@ std::string int_text(const TYPE *t) {
 
 // How deep types inside types are printed, parameters and parts.
 constexpr unsigned INSIDE_DEPTH = 4;
+// How long a list of parameters may grow before it is cut: they may have long lists too.
+constexpr size_t PARAMS_SIZE = 1000;
 
 std::string part_text(const TYPE *t, unsigned depth) {
     return depth < INSIDE_DEPTH ? type_text(t, depth + 1) : "...";
@@ -67,6 +69,10 @@ std::string params_text(const tpFUNC *fn, unsigned depth) {
     std::string text = "(";
     for (const fkPARAM *p = fn->params.first; p; p = p->next) {
         if (p != fn->params.first) text += ", ";
+        if (text.size() > PARAMS_SIZE) {
+            text += "...";
+            break;
+        }
         text += part_text(p->type, depth);
     }
     if (fn->vararg) text += fn->params.empty() ? "..." : ", ...";

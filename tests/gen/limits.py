@@ -58,6 +58,14 @@ def main():
             status, out, err = run([qlgen] + words, d)
             if status != want or (pattern and not re.search(pattern, err)) or set(os.listdir(d)) != before:
                 bad.append("%s: status %d, %s" % (words, status, err.strip()[:300]))
+        # Function types that take function types double with each level.
+        with open(os.path.join(d, "types.ift"), "w") as f:
+            f.write("type t0 = int\n" + "".join("type t%d = func(int, ptr(t%d), ptr(t%d))\n" % (i, i - 1, i - 1) for i in range(1, 60))
+                    + "global @v : ptr(t59)\n")
+        run([os.path.join(build, "tools", "text", "qlasm"), "types.ift", "-o", "types.if"], d)
+        status, out, err = run([qlgen, "types.if", "-o", "types.c"], d)
+        if status != 1 or "more than 8000 characters" not in err:
+            bad.append("types: status %d, %s" % (status, err.strip()[:300]))
         # Time and size must grow with the tree, not with its square.
         texts = {}
         for n in [2000, 20000]:
@@ -77,7 +85,7 @@ def main():
             bad.append("deep: prints %s instead of %s" % (got, want))
     for b in bad:
         print(b)
-    print("%d rows, %d differ" % (len(REFUSED) + len(COMMANDS) + 3, len(bad)))
+    print("%d rows, %d differ" % (len(REFUSED) + len(COMMANDS) + 4, len(bad)))
     sys.exit(1 if bad else 0)
 
 

@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
+#include <string_view>
+#include <unordered_map>
 
 #include "tools/exec/claims.h"
 #include "tools/exec/compile.h"
@@ -108,8 +110,13 @@ void enter_functions() {
         }
 }
 
-// Tentative definitions of one name are one object; an initialised one decides its place.
+// Tentative definitions of one name are one object of the greatest of their sizes; an initialised one decides its place.
 void enter_objects() {
+    std::unordered_map<std::string_view, uint32_t> greatest; // in bits
+    for (auto &m : program.models)
+        for (MSYM *s : m->globals)
+            if (s->sclass == 2 && !s->is_function())
+                greatest[s->name] = std::max(greatest[s->name], uint32_t(s->size));
     for (auto &m : program.models)
         for (MSYM *s : m->globals) {
             if (s->is_function() || s->sclass == 5) continue;
@@ -121,32 +128,36 @@ void enter_objects() {
                 }
             }
             uint32_t bytes = s->size / 8;
-            // The greatest size of the definitions of one name.
             if (s->sclass != 3)
-                for (auto &other : program.models)
-                    for (MSYM *o : other->globals)
-                        if (other != m && o->sclass == 2 && o->name == s->name)
-                            bytes = std::max(bytes, o->size / 8);
+                if (auto same = greatest.find(s->name); same != greatest.end())
+                    bytes = std::max(bytes, same->second / 8);
             uint32_t a = mem.add_global(bytes, std::max(1u, s->align / 8));
             program.object_of[s] = a;
             if (s->sclass != 3) program.objects[s->name] = a;
         }
 }
 
+using GLOBALS_BY_NAME = std::unordered_map<std::string_view, std::vector<MSYM *>>;
+
 // The file's function or object of the name that an alias stands for; else null.
-MSYM *alias_target(const MODEL &m, MSYM *s) {
-    const PRAGMA *alias = s->find_pragma(PRAG_FUNC_SYNONYM);
-    if (!alias || alias->args.empty()) return nullptr;
-    for (MSYM *o : m.globals)
-        if (o != s && o->name == alias->args[0] && o->is_function() == s->is_function()) return o;
+MSYM *alias_target(const GLOBALS_BY_NAME &globals, const MSYM *s, const PRAGMA *alias) {
+    auto named = globals.find(alias->args[0]);
+    if (named == globals.end()) return nullptr;
+    for (MSYM *o : named->second)
+        if (o != s && o->is_function() == s->is_function()) return o;
     return nullptr;
 }
 
 // Aliases define their names, also for other files.
 void enter_aliases() {
-    for (auto &m : program.models)
+    for (auto &m : program.models) {
+        GLOBALS_BY_NAME globals;
         for (MSYM *s : m->globals) {
-            MSYM *target = alias_target(*m, s);
+            const PRAGMA *alias = s->find_pragma(PRAG_FUNC_SYNONYM);
+            if (!alias || alias->args.empty()) continue;
+            if (globals.empty())
+                for (MSYM *o : m->globals) globals[o->name].push_back(o);
+            MSYM *target = alias_target(globals, s, alias);
             if (!target) continue;
             if (auto f = program.function_of.find(target); f != program.function_of.end()) {
                 program.function_of[s] = f->second;
@@ -156,6 +167,7 @@ void enter_aliases() {
                 program.objects.try_emplace(s->name, o->second);
             }
         }
+    }
 }
 
 void resolve_references() {

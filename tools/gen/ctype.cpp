@@ -1,6 +1,7 @@
 #include "tools/gen/ctype.h"
 
 #include <algorithm>
+#include <cstdio>
 
 namespace {
 
@@ -8,7 +9,7 @@ const char *const basic_names[] = {"s8", "u8", "s16", "u16", "s32", "u32", "s64"
 const uint8_t basic_bytes[] = {1, 1, 2, 2, 4, 4, 8, 8, 4, 8};
 
 std::string volatile_before(const std::string &before) {
-    if (before.back() == '*') return before + "volatile ";
+    if (before.ends_with('*')) return before + "volatile ";
     return "volatile " + before;
 }
 
@@ -29,7 +30,15 @@ uint64_t round_up(uint64_t n, uint64_t to) { return (n + to - 1) / to * to; }
 
 // --- types of values ---
 
+void CTYPES::fail(const std::string &what) {
+    fprintf(stderr, "%s: error: qlgen: %s\n", model.file_name.c_str(), what.c_str());
+    throw GEN_FAILED();
+}
+
 const CTYPE *CTYPES::intern(CTYPE &&t) {
+    // Types are written out: a chain of pointers costs its square, functions that take functions cost more.
+    if (t.before.size() + t.after.size() > LONGEST_TYPE)
+        fail("a type of more than " + std::to_string(LONGEST_TYPE) + " characters");
     t.text = plain_text(t.before, t.after);
     auto [it, fresh] = by_text.try_emplace(t.text, nullptr);
     if (fresh) it->second = std::make_unique<CTYPE>(std::move(t));
@@ -170,7 +179,8 @@ const CTYPE *CTYPES::function(const CTYPE *returns, const std::vector<const CTYP
     c.params = params, c.vararg = vararg, c.proto = true;
     if (vararg && params.empty()) c.proto = false; // C has no way to say it
     c.after = "(";
-    for (size_t i = 0; i < params.size(); i++) c.after += (i ? ", " : "") + params[i]->text;
+    for (size_t i = 0; i < params.size() && c.after.size() <= LONGEST_TYPE; i++)
+        c.after += (i ? ", " : "") + params[i]->text;
     if (params.empty() && !vararg) c.after += "void";
     else if (vararg && !params.empty()) c.after += ", ...";
     c.after += ")" + returns->after;

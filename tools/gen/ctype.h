@@ -9,7 +9,8 @@
 // put in, then the record is packed; a member that no C declaration can place is left out, and its accesses go through
 // byte offsets. Static assertions in the generated text repeat what was computed: sizes, alignments, offsets.
 //
-// Limits: vectors need a power of two of lanes; fixed point has no C type.
+// Limits: vectors need a power of two of lanes; fixed point has no C type; a type whose text is longer than LONGEST_TYPE
+// is refused.
 #pragma once
 
 #include <map>
@@ -20,6 +21,9 @@
 
 #include "tools/gen/names.h"
 #include "tools/model/model.h"
+
+// Thrown after the message went out.
+struct GEN_FAILED {};
 
 enum CK : uint8_t {
     CK_s8,
@@ -115,6 +119,9 @@ class CTYPES {
     std::string typedefs;
     NAMES tags;
 
+    static constexpr size_t LONGEST_TYPE = 8000;
+
+    [[noreturn]] void fail(const std::string &what);
     const CTYPE *intern(CTYPE &&);
     const CTYPE *make(TYPE *);
     const CTYPE *integer(TYPE *);

@@ -27,9 +27,6 @@
 #include "tools/gen/ctype.h"
 #include "tools/gen/effects.h"
 
-// Thrown after the message went out.
-struct GEN_FAILED {};
-
 struct GEN_OPTIONS {
     bool line_marks = false;  // #line from positions
     bool assume = false;      // assertions become hints

@@ -69,16 +69,17 @@ class INIT_GEN {
     }
 
     // The leaves that lie in a range: [first, last).
-    std::pair<size_t, size_t> range(uint64_t from, uint64_t to) {
+    size_t first_leaf(uint64_t from) {
         auto less = [](const LEAF &l, uint64_t at) { return l.offset + l.bytes <= at; };
-        size_t first = size_t(std::lower_bound(leaves.begin(), leaves.end(), from, less) - leaves.begin());
-        size_t last = first;
+        return size_t(std::lower_bound(leaves.begin(), leaves.end(), from, less) - leaves.begin());
+    }
+    std::pair<size_t, size_t> range(uint64_t from, uint64_t to) {
+        size_t first = first_leaf(from), last = first;
         while (last < leaves.size() && leaves[last].offset < to) last++;
         return {first, last};
     }
     bool is_zero(uint64_t from, uint64_t to) {
-        auto [first, last] = range(from, to);
-        for (size_t i = first; i < last; i++)
+        for (size_t i = first_leaf(from); i < leaves.size() && leaves[i].offset < to; i++)
             if (!leaves[i].is_int || leaves[i].bits) return false;
         return true;
     }
@@ -184,8 +185,8 @@ class INIT_GEN {
         uint64_t expected = 0;
         out = "{";
         for (uint64_t i = 0; i < n;) {
-            auto [first, last] = range(at + i * size, at + n * size);
-            if (first == last) break;
+            size_t first = first_leaf(at + i * size);
+            if (first == leaves.size() || leaves[first].offset >= at + n * size) break;
             i = std::max(i, (leaves[first].offset - at) / size); // over what is zero
             std::string value;
             if (!part(elem, at + i * size, value)) return false;
