@@ -115,8 +115,10 @@ GLOBAL &FILE_GEN::global(MSYM *s) {
 
 // The name under which the output defines what the file calls so.
 std::string FILE_GEN::linker_name(const std::string &name) {
-    for (MSYM *s : model.globals)
-        if (s->name == name && globals[s].name.size()) return globals[s].renamed ? name : globals[s].name;
+    if (symbols_of_name.empty())
+        for (MSYM *s : model.globals) symbols_of_name[s->name].push_back(s);
+    for (MSYM *s : symbols_of_name[name])
+        if (globals[s].name.size()) return globals[s].renamed ? name : globals[s].name;
     return name;
 }
 

@@ -138,6 +138,8 @@ struct FILE_GEN {
 
   private:
     std::unordered_map<MSYM *, GLOBAL> globals;
+    std::unordered_map<std::string, std::vector<MSYM *>>
+        symbols_of_name; // for linker_name, made when first needed
     std::set<std::string> support_names;
     std::string support_text;
     std::vector<MSYM *> touched; // globals named since the last look
