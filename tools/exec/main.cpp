@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <pthread.h>
 
 #include "tools/exec/compile.h"
@@ -77,7 +78,7 @@ void parse(int argc, char **argv) {
     for (i++; i < argc; i++) settings.arguments.push_back(argv[i]);
 }
 
-void *run(void *) {
+void *run_files(void *) {
     for (const char *f : settings.files) program.models.push_back(read_model(f));
     run_options.big_endian = settings.endian >= 0 ? settings.endian : is_big_endian(*program.models[0]);
     mem.track_init = run_options.check_init;
@@ -97,6 +98,15 @@ void *run(void *) {
     }
     fflush(nullptr);
     _Exit(status);
+}
+
+void *run(void *) {
+    try {
+        return run_files(nullptr);
+    } catch (const std::bad_alloc &) {
+        fputs("qlrun: out of memory\n", stderr);
+        _Exit(125);
+    }
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <pthread.h>
 
 #include "tools/gen/backend.h"
@@ -108,7 +109,7 @@ bool write_text(const std::string &name, const std::string &text) {
     return false;
 }
 
-void *run(void *) {
+void *generate(void *) {
     auto model = read_model(settings.input.c_str());
     std::string text;
     try {
@@ -127,6 +128,16 @@ void *run(void *) {
     command.insert(command.end(), settings.extra.begin(), settings.extra.end());
     status = run_backend(command) != 0;
     return nullptr;
+}
+
+// Nothing is written before the whole text is there.
+void *run(void *) {
+    try {
+        return generate(nullptr);
+    } catch (const std::bad_alloc &) {
+        fputs("qlgen: out of memory\n", stderr);
+        return nullptr;
+    }
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // qlasm: the text of an intermediate file, as qldump writes it or as written by hand, into the file.
 #include <filesystem>
+#include <new>
 
 #include "tools/text/assemble.h"
 #include "tools/text/command.h"
@@ -69,10 +70,7 @@ bool write_output(MODEL &m, const std::string &name) {
     return false;
 }
 
-} // namespace
-
-int main(int argc, char **argv) {
-    SETTINGS s = parse(argc, argv);
+int assemble(const SETTINGS &s) {
     TYPE_PKG::abi = 1; // what the names of the basic types mean in the text
     MODEL m;
     TEXT_FILE text;
@@ -88,4 +86,18 @@ int main(int argc, char **argv) {
     // What is left of an earlier run is not the file of this text.
     if (!done) remove_output(s.output.c_str());
     return !done;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    SETTINGS s = parse(argc, argv);
+    try {
+        return assemble(s);
+    } catch (const std::bad_alloc &) {
+        fputs("qlasm: out of memory\n", stderr);
+        remove_output(s.output.c_str());
+        remove_output((s.output + ".new").c_str());
+        return 1;
+    }
 }

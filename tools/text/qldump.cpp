@@ -1,6 +1,7 @@
 // qldump: an intermediate file as text, from which qlasm makes the same file again.
 #include <cerrno>
 #include <cstring>
+#include <new>
 
 #include "tools/text/command.h"
 #include "tools/text/dump.h"
@@ -19,10 +20,10 @@ const char *const usage =
     "Exit status: 0; 1 the file can't be read, is malformed, has no such function, or the output can't be\n"
     "written; 2 wrong usage.\n";
 
-} // namespace
+std::string output; // empty: standard output
 
-int main(int argc, char **argv) {
-    std::string output, function;
+int dump(int argc, char **argv) {
+    std::string function;
     bool summary = false;
     COMMAND command{
         "qldump",
@@ -49,4 +50,16 @@ int main(int argc, char **argv) {
     else if (!found) fprintf(stderr, "%s: no function %s\n", input.c_str(), function.c_str());
     if ((failed || !found) && !output.empty()) remove_output(output.c_str());
     return failed || !found;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    try {
+        return dump(argc, argv);
+    } catch (const std::bad_alloc &) {
+        fputs("qldump: out of memory\n", stderr);
+        if (!output.empty()) remove_output(output.c_str());
+        return 1;
+    }
 }
