@@ -206,6 +206,8 @@ class INIT_GEN {
     bool as_string(TYPE *elem, uint64_t at, uint64_t n, std::string &out) {
         if (!elem->is_integral() || elem->size != 8) return false;
         auto [first, last] = range(at, at + n);
+        // Far apart they are no text, and the bytes between need not be made.
+        if (first < last && 2 * (last - first) < leaves[last - 1].offset - at) return false;
         std::string bytes;
         size_t readable = 0;
         for (size_t i = first; i < last; i++) {
