@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <string_view>
-#include <unordered_map>
 
 #include "OPT5/flags.h"
 #include "OPT5/pragma.h"
@@ -13,6 +12,7 @@
 #include "support/dbgout.h"
 #include "support/fatal.h"
 #include "support/flatmap.h"
+#include "support/namemap.h"
 
 SYMTAB *currfunc = nullptr;
 FUNINFO *currfuninfo = nullptr;
@@ -24,8 +24,7 @@ namespace {
 std::vector<FUNINFO *> &all_records = *new std::vector<FUNINFO *>;
 flat_map<FUNINFO *> by_symbol;
 // The record that a bare name means: the first of that name, unless a definition came later. Keys lie in the records.
-std::unordered_map<std::string_view, FUNINFO *> &by_name =
-    *new std::unordered_map<std::string_view, FUNINFO *>;
+name_map<FUNINFO *> &by_name = *new name_map<FUNINFO *>;
 
 } // namespace
 
@@ -143,18 +142,15 @@ FUNINFO *new_record(const char *name, SYMTAB *symbol, int known_system) {
     f->symbol = symbol ? symbol : f->stand_in;
     if (symbol) by_symbol[symbol] = f;
     all_records.push_back(f);
-    auto [entry, is_new] = by_name.try_emplace(f->name, f);
-    if (!is_new && defines(f->symbol) && !defines(entry->second->symbol)) {
-        by_name.erase(entry);
-        by_name.emplace(f->name, f);
-    }
+    FUNINFO *&meant = by_name[f->name];
+    if (!meant || (defines(f->symbol) && !defines(meant->symbol))) meant = f;
     init_FUNINFO_flags(f, known_system);
     return f;
 }
 
 FUNINFO *record_of_name(std::string_view name) {
-    auto entry = by_name.find(name);
-    return entry == by_name.end() ? nullptr : entry->second;
+    FUNINFO **known = by_name.find(name);
+    return known ? *known : nullptr;
 }
 
 } // namespace

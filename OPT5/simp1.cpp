@@ -330,7 +330,7 @@ NODE *simp_node(NODE *n, struct LOOP *loop) {
     bool constant = n->left && (n->left->op == ICON || n->left->op == FCON);
     bool reciprocal = n->op == MULT && n->left->op == RECIP && n->right->op == FCON;
     if (reciprocal || (constant && (!n->right || is_leaf(n->right)))) {
-        n = fold_constants(n);
+        n = reciprocal ? fold_constants(n) : fold_constant_node(n);
         if (is_leaf(n)) return n;
     }
     repair_scope(n);

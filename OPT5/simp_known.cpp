@@ -364,6 +364,11 @@ BITS bits_of(const NODE *x) {
 
 } // namespace
 
+KNOWN_BITS find_known_bits(const NODE *tree, TYPE *type) {
+    if (!has_bits(type)) return {INT65(0), INT65(-1)};
+    BITS bits = operand(tree, type);
+    return {as_set(bits.ones), as_set(bits.maybe)};
+}
 INT65 find_known_ones(const NODE *tree, TYPE *type) {
     return has_bits(type) ? as_set(operand(tree, type).ones) : INT65(0);
 }

@@ -31,6 +31,11 @@ extern unsigned known_bits_depth_hits, known_bits_visit_hits;
 
 INT65 find_known_ones(const NODE *tree, TYPE *type);
 INT65 find_known_zeros(const NODE *tree, TYPE *type);
+// Both, for the price of one.
+struct KNOWN_BITS {
+    INT65 ones, zeros;
+};
+KNOWN_BITS find_known_bits(const NODE *tree, TYPE *type);
 // Of an ANDB chain, in its own type; bounds of the operands count too.
 INT65 find_known_zeros_in_ANDB(const NODE *tree, struct LOOP *loop);
 // Of any value between two bounds, both inclusive: the bits that can be one, and those that are. Bits of numbers, not of

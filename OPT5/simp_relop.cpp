@@ -137,7 +137,8 @@ NODE *relop_odd_constant(NODE *test, struct LOOP *) {
 bool range_of_known_bits(const NODE *x, TEST_DOMAIN d, SEEN_RANGE *range) {
     if (!is_integer_type(x->type)) return false;
     INT65 mask = type_mask(x->type);
-    INT65 low = find_known_ones(x, x->type) & mask, high = find_known_zeros(x, x->type) & mask;
+    KNOWN_BITS known = find_known_bits(x, x->type);
+    INT65 low = known.ones & mask, high = known.zeros & mask;
     bool may_be_negative = !x->type->is_unsigned() && high.bit(int(x->type->size) - 1);
     if (may_be_negative || low > high || seen_value(high, d) != high) return false;
     *range = {low, high};

@@ -432,7 +432,8 @@ RANGE WALKER::narrowed_by_known_bits(const NODE *n, RANGE r) {
     default: return r;
     }
     LEVEL level(depth); // the bounds that known bits ask for belong to this query
-    INT65 can = find_known_zeros(n, n->type) & type_mask(n->type), must = find_known_ones(n, n->type) & can;
+    KNOWN_BITS known = find_known_bits(n, n->type);
+    INT65 can = known.zeros & type_mask(n->type), must = known.ones & can;
     INT65 least = must, greatest = can;
     if (n->type->is_signed()) {
         INT65 sign = INT65(1) << (bits_of(n->type) - 1);

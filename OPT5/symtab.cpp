@@ -17,6 +17,7 @@
 #include "ifile/if_file.h"
 #include "support/dbgout.h"
 #include "support/fatal.h"
+#include "support/namemap.h"
 #include "typepkg/type_merge.h"
 
 SYMTAB *global_symbols = nullptr;
@@ -25,46 +26,50 @@ unsigned symbol_sequence = 0;
 
 namespace {
 
-// Globals by name, which stays where it is. Most names have one.
+// Globals by name. Most names have one.
 struct SAME_NAME {
-    SYMTAB *newest = nullptr;
-    std::vector<SYMTAB *> older; // the oldest first
+    SYMTAB *newest; // null: gone again
+    unsigned older; // their place in older_globals; 0: there are none
 };
-using NAME_INDEX = std::unordered_map<std::string_view, SAME_NAME>;
-NAME_INDEX &globals_by_name = *new NAME_INDEX; // lives until the process ends
+using NAME_INDEX = name_map<SAME_NAME>;
+std::vector<std::vector<SYMTAB *>> &older_globals =
+    *new std::vector<std::vector<SYMTAB *>>(1); // the oldest first
+NAME_INDEX &globals_by_name = *new NAME_INDEX;  // lives until the process ends
 
 void index_global(SYMTAB *s) {
     SAME_NAME &same = globals_by_name[s->name];
-    if (same.newest) same.older.push_back(same.newest);
+    if (same.newest) {
+        if (!same.older) {
+            same.older = unsigned(older_globals.size());
+            older_globals.emplace_back();
+        }
+        older_globals[same.older].push_back(same.newest);
+    }
     same.newest = s;
 }
 
 // False when the symbol was never indexed.
 bool unindex_global(SYMTAB *s) {
-    auto entry = globals_by_name.find(s->name);
-    if (entry == globals_by_name.end()) return false;
-    SAME_NAME &same = entry->second;
-    if (same.newest == s) {
-        if (same.older.empty()) {
-            globals_by_name.erase(entry);
-        } else {
-            same.newest = same.older.back();
-            same.older.pop_back();
-        }
+    SAME_NAME *same = globals_by_name.find(s->name);
+    if (!same) return false;
+    std::vector<SYMTAB *> &older = older_globals[same->older]; // the first is empty
+    if (same->newest == s) {
+        same->newest = older.empty() ? nullptr : older.back();
+        if (!older.empty()) older.pop_back();
         return true;
     }
-    auto place = std::find(same.older.begin(), same.older.end(), s);
-    if (place == same.older.end()) return false;
-    same.older.erase(place);
+    auto place = std::find(older.begin(), older.end(), s);
+    if (place == older.end()) return false;
+    older.erase(place);
     return true;
 }
 
 // The newest of that name that passes; null when none does.
 template <class F> SYMTAB *newest_global(const char *name, F test) {
-    auto entry = globals_by_name.find(name);
-    if (entry == globals_by_name.end()) return nullptr;
-    if (test(entry->second.newest)) return entry->second.newest;
-    const std::vector<SYMTAB *> &older = entry->second.older;
+    const SAME_NAME *same = globals_by_name.find(name);
+    if (!same || !same->newest) return nullptr;
+    if (test(same->newest)) return same->newest;
+    const std::vector<SYMTAB *> &older = older_globals[same->older];
     for (size_t i = older.size(); i--;)
         if (test(older[i])) return older[i];
     return nullptr;
@@ -105,6 +110,7 @@ void init_symbols() {
     global_symbols = nullptr;
     errno_symbol = nullptr;
     globals_by_name.clear();
+    older_globals.resize(1);
 }
 
 // --- making and entering ---
