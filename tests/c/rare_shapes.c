@@ -30,6 +30,14 @@ static unsigned shape(int n, int a, int b, unsigned u, unsigned v, short h, shor
         SHAPE((a < b) | 1)
         SHAPE((unsigned char)((u << 8) >> 8))
         SHAPE((unsigned short)((a * 16) >> 4))
+        // what a shift leaves, as a narrower type of the same sign or the other
+        SHAPE((signed char)(u >> 24) * 3)
+        SHAPE((unsigned char)(a >> 24) * 3)
+        SHAPE((short)(u >> 16) * 3)
+        SHAPE((unsigned short)(a >> 16) * 3)
+        SHAPE((int)(u * 0x123456789ull >> 32) / 3)
+        SHAPE((unsigned)(a * 0x12345678ll >> 32) / 3)
+        SHAPE((signed char)((unsigned short)h >> 8) * 3)
         // products
         SHAPE(-(h * 5) + k)
         SHAPE((long long)(h * 3) * 5 >> 3)

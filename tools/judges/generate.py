@@ -287,7 +287,7 @@ class Program:
             return e if not (integer and e.t in FLOATS) else self.constant(want or "s32")
         kind = r.weighted([(34, "arithmetic"), (12, "bits"), (9, "shift"), (7, "divide"), (10, "compare"), (5, "logical"),
                            (6, "choice"), (7, "unary"), (8, "cast"), (6, "float"), (6, "call"), (5, "minmax"), (4, "idiom"),
-                           (5, "piece"), (4, "constants")])
+                           (6, "piece"), (4, "constants")])
         if kind == "float" and integer:
             kind = "arithmetic"
         return getattr(self, "e_" + kind)(scope, depth, want)
@@ -615,7 +615,7 @@ class Program:
         kind = r.weighted([(40, "store"), (14, "if"), (12 if depth > 0 else 0, "loop"), (6 if depth > 0 else 0, "switch"),
                            (6, "step"), (8, "called"), (5, "leave"), (4, "chain"), (4, "block"), (5, "record"),
                            (3, "condition"), (3, "around"), (3, "value"), (2 if depth > 1 else 0, "nest"), (3, "device"), (2, "pun"),
-                           (2 if depth > 0 else 0, "siblings"), (4 if depth > 0 else 0, "constant"), (1 if depth > 0 else 0, "duff")])
+                           (4 if depth > 0 else 0, "siblings"), (4 if depth > 0 else 0, "constant"), (1 if depth > 0 else 0, "duff")])
         return getattr(self, "s_" + kind)(scope, depth)
 
     def s_store(self, scope, depth):
@@ -651,7 +651,7 @@ class Program:
             inner.arrays.append(a)
             lines = ["%s %s[%d] = {%s};" % (c_type(t), a.text, a.length, values)]
             lines += [self.assign(inner, self.element(inner, a), 1)] + (self.s_store(inner, 0) if r.chance(50) else [])
-            for _ in range(r.between(1, 3) if depth else 0):
+            for _ in range(r.between(1, 3) if depth > 0 else 0):
                 lines += block(inner, depth - 1)
             places = [v for v in scope.variables if v.writable and v.t in ("u8", "u16", "u32", "u64")]
             sum_of = "%s[%d] + %s[%d]" % (a.text, r.upto(a.length), a.text, r.upto(a.length))
@@ -659,7 +659,7 @@ class Program:
                          "if (%s) ;" % self.element(inner, a).text)
             return ["{"] + indent(lines) + ["}"]
 
-        return block(scope, r.between(1, 2))
+        return block(scope, r.between(1, 2)) + (block(scope, r.between(0, 1)) if r.chance(60) else [])
 
     def s_chain(self, scope, depth):
         """a = b = expression, over variables only, so that no order is open."""
@@ -1271,7 +1271,7 @@ class Program:
 
     def function(self):
         r = self.rnd
-        kind = r.weighted([(10, "general"), (8, "loops"), (6, "pure"), (5, "pointers"), (5, "walk"), (5, "recursive"),
+        kind = r.weighted([(10, "general"), (8, "loops"), (6, "pure"), (5, "pointers"), (5, "walk"), (7, "values"), (5, "recursive"),
                            (3, "variable"), (3, "kept"), (4, "machine"), (3, "copies"), (3, "indirect"), (3, "floats")])
         getattr(self, "f_" + kind)()
 
@@ -1322,6 +1322,27 @@ class Program:
         name, parameters, scope = self.start(self.rnd.between(1, 3), alone=True)
         lines = self.locals(scope, self.rnd.between(0, 2)) + self.statements(scope, self.rnd.between(0, 2), 1)
         self.finish(name, self.rnd.pick(list(INTEGERS)), parameters, scope, lines + [self.result(scope)], self.linkage())
+
+    def f_values(self):
+        """One expression after another over variables of every type, in rounds in which all of their bits change: what
+        goes wrong for some values only has many to go wrong for."""
+        r = self.rnd
+        name, parameters, scope = self.start(1, alone=True)
+        x, s, i = self.fresh("v"), self.fresh("v"), self.fresh("i")
+        rounds = r.between(3, 12)
+        scope.variables, body = [], []
+        for t in INTEGERS:
+            v = self.fresh("v")
+            body.append("%s %s = (%s)(%s >> %d);" % (c_type(t), v, c_type(t), x, r.between(0, 64 - INTEGERS[t][1])))
+            scope.variables.append(Var(v, t, writable=False))
+        scope.spent[0] += rounds * 20
+        for _ in range(r.between(4, 10)):
+            kind = r.pick(["piece", "piece", "shift", "cast", "bits", "idiom", "compare", "divide", "arithmetic", "choice"])
+            body.append("%s = %s * 31u + (unsigned)%s;" % (s, s, getattr(self, "e_" + kind)(scope, r.between(1, 2), None).text))
+        lines = ["unsigned long long %s = (unsigned long long)%s + %s;" % (x, parameters[0][1], literal(r.bits() | 1, "u64")),
+                 "unsigned %s = 0;" % s, "int %s;" % i, "for (%s = 0; %s < %d; %s++) {" % (i, i, rounds, i)]
+        lines += indent(body + ["%s = (%s ^ %s >> 29) * 0x9E3779B97F4A7C15ull + %s;" % (x, x, x, i)])
+        self.finish(name, "u32", parameters, scope, lines + ["}", "return %s;" % s], self.linkage())
 
     def f_floats(self):
         r = self.rnd
