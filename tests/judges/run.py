@@ -33,6 +33,8 @@ class CuttingC(unittest.TestCase):
         for text, needed, left in (
             ("void m(void) { if (a) { b(); while (c) { d; } } e; }", [r"m ?\(", r"\bd;"], "void m(void) { d; }"),
             ("void m(void) { if (a) b(); else { c; } }", [r"m ?\(", r"\bc;"], "void m(void) { c; }"),
+            ("int t[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9}; int u[4] = {1, 2, 3, 4}; int m = 1;", [r"t\[9\]", "3.*6", r"u\[4\]", "m = 1"],
+             "int t[9] = { 3, 6 }; int u[4]; int m = 1;"),
             ("void m(void) { do { a; b; } while (c > 1); }", ["do", r"while ?\("], "void m(void) { do { } while (0); }"),
             ("static int f(int a, int b) { return a; } int m(void) { return f(1, 2) + keep; }", ["keep"],
              "int m(void) { return keep; }"),

@@ -6,6 +6,7 @@ costs little. The cuts go from coarse to fine and start again until none helps:
 
   names        a function, object or type goes together with all that mentions it; a call of it becomes a constant
   statements   at each level of braces, in chunks that halve
+  initialisers a long list of values becomes a zero, or loses chunks that halve
   inlining     a typedef gives way to its type, a call to the function's statements
   unwrapping   a compound statement becomes what stands in it, an "if" loses its "else"
   parameters   a parameter goes with its arguments, or becomes a local variable
@@ -275,6 +276,21 @@ class Cutter:
         if items[0] in ("while", "for"):
             options.append(["if"] + items[1:])
         return any(weight(o) <= weight(items) and o != items and self.swap(g, first, end, o) for o in options)
+
+    # initialisers
+
+    def initialisers(self):
+        for g in list(groups(self.tree)):
+            if self.late():
+                return
+            if g.open != "{" or is_code(g) or len(g.items) < 4 or self.swap(g, 0, len(g.items), ["0"]):
+                continue
+
+            def attempt(a, b):
+                parts = split_commas(g.items)
+                return b - a < len(parts) and self.swap(g, 0, len(g.items), joined(parts[:a] + parts[b:]))
+
+            self.chunks(len(split_commas(g.items)), attempt)
 
     # inlining
 
@@ -584,7 +600,7 @@ def shrink_c(shrinker):
     if not cutter.holds() and cutter.head + text_of(cutter.tree) != shrinker.text:
         shrinker.say("taken apart and put together it is not interesting any more")
         return
-    coarse = (cutter.names, cutter.statements, cutter.inlining, cutter.unwrap)
+    coarse = (cutter.names, cutter.statements, cutter.initialisers, cutter.inlining, cutter.unwrap)
     fine = (cutter.parameters, cutter.expressions, cutter.words)
 
     def until_none_helps(cuts, inner):
