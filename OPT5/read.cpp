@@ -198,7 +198,9 @@ void check_catch_labels() {
 void lower_deeper_locals() {
     for (SYMTAB *s : reading.deeper_locals) {
         s->level = 2;
-        if (s->type->is_const()) s->type = tp->remove_known_qual(s->type, QUAL_const);
+        if (!s->type->is_const()) continue;
+        TYPE *variable = tp->remove_known_qual(s->type, QUAL_const);
+        if (variable->size == s->size) s->type = variable; // a packed one keeps its room
     }
 }
 

@@ -166,7 +166,13 @@ SYMTAB *make_symbol_from_file(const char *name, TYPE *type, TYPE *cpp_type, uint
                               uint32_t value, int sclass, int cqual, const PSN *psn, uint32_t location,
                               uint32_t option_set, int policy, int lexical_level, std::string *error) {
     const char *fault = !name ? "has no name" : !type ? "has no type" : class_error(sclass, lexical_level);
-    if (!fault && !type->is_func() && type->size != size) fault = "has another size than its type";
+    if (!fault && !type->is_func()) {
+        // So must be the type without its names and qualifiers, which passes take off: but for what was named before it
+        // was defined, and for packing.
+        uint64_t plain = type->dtype->size;
+        bool same = plain == size || !plain || !size || type->quals & QUAL_packed;
+        if (type->size != size || !same) fault = "has another size than its type";
+    }
     if (fault) {
         if (error) *error = std::string("symbol '") + (name ? name : "") + "' " + fault;
         return nullptr;

@@ -233,6 +233,12 @@ TEST(client_files, what_only_the_program_can_see_is_refused) {
              in.control_(I_EL), in.control_(I_EF);
          },
          "another size than its type"},
+        {[](INPUT &in) { // nor may a qualifier change it
+             in.begin(), in.control_(I_EA);
+             in.declare("s", in.package.p.mk_qual(in.i, QUAL_volatile, 64, 64), 1);
+             in.control_(I_EL), in.control_(I_EF);
+         },
+         "another size than its type"},
         {[](INPUT &in) {
              in.begin(), in.control_(I_EA);
              in.declare("local", in.f->type, 1)->size = 32;
