@@ -29,6 +29,23 @@ static int helper(void) { return 2; }
 int other(int (*f)(void)) { shared.next = &shared; return step() * 10 + (f() == 2 && state == 20 && shared.next->a == 7 ? helper() : 9); }
 ''',
     "clash.c": "struct t { float f; };\nextern struct t shared; float clash(void) { return shared.f; }\n",
+    # names without linkage mean something else in each source, also those of a system header
+    "own1.c": '''#include <stdio.h>
+#include <sys/select.h>
+struct node { int a; struct node *next; }; typedef int num; enum colour { RED, GREEN = 5 }; typedef struct { int x; } anon;
+static num sum(struct node *n) { return n ? n->a + sum(n->next) : 0; }
+int other(int);
+int main(void) { struct node b = {3, 0}, a = {1, &b}; anon q = {4}; fd_set s; FD_ZERO(&s); FD_SET(3, &s); struct timeval t = {0, 0};
+  printf("%d %d %d %d %d\\n", sum(&a), GREEN, other(4), q.x, select(0, &s, 0, 0, &t) + !!FD_ISSET(3, &s)); return 0; }
+''',
+    "own2.c": '''#define _GNU_SOURCE
+#include <stdio.h>
+#include <sys/select.h>
+struct node { double a; char name[3]; }; typedef double num; enum colour { BLUE = 3, GREEN = 7 }; typedef struct { char x, y; } anon;
+static num sum(struct node *n) { return n->a + n->name[1]; }
+int other(int k) { struct node n = {1.5, "ab"}; anon q = {1, 2}; fd_set s; FD_ZERO(&s); FD_SET(33, &s); struct timeval t = {0, 0};
+  printf("[%g %d %d %d] ", sum(&n), GREEN, q.y, !!FD_ISSET(33, &s) + select(0, &s, 0, 0, &t)); return k * 2; }
+''',
     "defined.c": '#include <stdio.h>\n#ifdef GONE\n#error gone\n#endif\n#if __STDC_VERSION__ != 199901L\n#error std\n#endif\n'
                  'int main(void) { printf("%d %d\\n", BOTH, FROM_FILE); return 0; }\n',
     "forced.h": "#define FROM_FILE 6\n",
@@ -69,6 +86,7 @@ ROWS = [
     (["-fwhole-program", "-O3", "-Iinc", "main.c", "part.c", "-o", "whole2"], 0, None, ["whole2"], ("whole2", [], "7 ./whole2\n", 0)),
     (["-fwhole-program", "-O4", "-c", "-Iinc", "main.c", "part.c", "-o", "w.o"], 0, None, ["w.o"], None),
     (["-fwhole-program", "-O4", "twin1.c", "twin2.c", "-o", "twins"], 0, None, ["twins"], ("twins", [], "1 10 2 20 7 30 3\n", 0)),
+    (["-fwhole-program", "-O3", "own1.c", "own2.c", "-o", "own"], 0, None, ["own"], ("own", [], "[99.5 7 2 1] 4 5 8 4 1\n", 0)),
     (["-fwhole-program", "-O3", "uses_fn.c", "fn.s", "-o", "whole3"], 0, r"-fwhole-program has no effect", ["whole3"],
      ("whole3", [], "42\n", 0)),
     (["-###", "-O2", "-c", "-Iinc", "part.c"], 0, r"qlopt.*--opt_level=2", [], None),

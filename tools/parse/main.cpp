@@ -121,7 +121,8 @@ class LOWER_ACTION : public ASTFrontendAction {
 
 // --- several sources as one ---
 // Each is parsed by itself; the declarations of the others are imported into the first, where those that mean the same
-// thing become one.
+// thing become one. Tags, typedef names and enumerators of one name may mean different things: they stay apart, and with
+// them the declarations that name them. Of an object or function that a source defines there must be one meaning.
 
 class PARSE_ACTION : public ASTFrontendAction {
     std::unique_ptr<ASTConsumer> CreateASTConsumer(CompilerInstance &ci, StringRef) override {
@@ -146,22 +147,52 @@ class KEEP_UNIT : public tooling::ToolAction {
     }
 };
 
+void report_misfit(const SourceManager &sources, const Decl *d) {
+    PresumedLoc p = sources.getPresumedLoc(d->getLocation());
+    auto *n = dyn_cast<NamedDecl>(d);
+    fprintf(stderr, "%s:%u:%u: error: %s does not fit the other sources\n",
+            p.isValid() ? p.getFilename() : "?", p.isValid() ? p.getLine() : 0,
+            p.isValid() ? p.getColumn() : 0,
+            n ? ("'" + n->getNameAsString() + "'").c_str() : "a declaration");
+}
+
+// Two declarations of one linkable name that the import kept apart, where a source defines it, contradict each other.
+bool linked_names_agree(ASTUnit &unit) {
+    struct NAMED {
+        const Decl *meaning;
+        const Decl *second = nullptr;
+        bool defined = false;
+    };
+    std::map<StringRef, NAMED> names;
+    for (const Decl *d : unit.getASTContext().getTranslationUnitDecl()->decls()) {
+        auto *n = dyn_cast<NamedDecl>(d);
+        if (!n || !n->getIdentifier() || !(isa<FunctionDecl>(d) || isa<VarDecl>(d)) ||
+            !n->hasExternalFormalLinkage())
+            continue;
+        NAMED &row = names.try_emplace(n->getName(), NAMED{d->getCanonicalDecl()}).first->second;
+        if (d->getCanonicalDecl() != row.meaning && !row.second) row.second = d;
+        auto *v = dyn_cast<VarDecl>(d);
+        row.defined |= v ? v->isThisDeclarationADefinition() != VarDecl::DeclarationOnly
+                         : cast<FunctionDecl>(d)->isThisDeclarationADefinition();
+    }
+    bool ok = true;
+    for (auto &[name, row] : names)
+        if (row.second && row.defined) report_misfit(unit.getSourceManager(), row.second), ok = false;
+    return ok;
+}
+
 bool import_unit(ASTUnit &from, ASTUnit &to, std::shared_ptr<ASTImporterSharedState> state,
                  size_t first_pragma) {
     ASTImporter importer(to.getASTContext(), to.getFileManager(), from.getASTContext(), from.getFileManager(),
                          false, state);
+    importer.setODRHandling(ASTImporter::ODRHandlingType::Liberal);
     for (const Decl *d : from.getASTContext().getTranslationUnitDecl()->decls()) {
         if (auto *n = dyn_cast<NamedDecl>(d); n && n->getIdentifier() && n->getName() == "__builtin_va_list")
             continue;
         auto imported = importer.Import(const_cast<Decl *>(d));
         if (imported) continue;
         llvm::consumeError(imported.takeError());
-        PresumedLoc p = from.getSourceManager().getPresumedLoc(d->getLocation());
-        auto *n = dyn_cast<NamedDecl>(d);
-        fprintf(stderr, "%s:%u:%u: error: %s does not fit the other sources\n",
-                p.isValid() ? p.getFilename() : "?", p.isValid() ? p.getLine() : 0,
-                p.isValid() ? p.getColumn() : 0,
-                n ? ("'" + n->getNameAsString() + "'").c_str() : "a declaration");
+        report_misfit(from.getSourceManager(), d);
         return false;
     }
     for (size_t i = first_pragma; i < pragmas.size(); i++)
@@ -192,7 +223,7 @@ bool lower_together(const std::vector<std::string> &command, const std::vector<s
         ok &= import_unit(*keep.units[i], first, state, first_pragma[i]);
         pragmas.insert(pragmas.end(), later.begin(), later.end());
     }
-    if (!ok) return false;
+    if (!ok || !linked_names_agree(first)) return false;
     LOWER_CONSUMER().HandleTranslationUnit(first.getASTContext());
     return lowered;
 }
