@@ -152,6 +152,7 @@ template <bool large> uint64_t do_readdir(CALL_CONTEXT &c) {
     struct dirent *e = readdir(directory(c));
     if (!e) return 0;
     uint32_t a = c.u32(0), at = large ? 16 : 8, n = uint32_t(strlen(e->d_name)) + 1;
+    guest_bytes(a, at + 3 + n, true);
     if (large) put_u64(a, e->d_ino), put_u64(a + 8, 0);
     else put_u32(a, uint32_t(e->d_ino)), put_u32(a + 4, 0);
     store_scalar_checked(SK_u16, a + at, at + 3 + n);

@@ -57,6 +57,7 @@ uint64_t do_qsort(CALL_CONTEXT &c) { // qsort_r has a fifth argument, for the co
     guest_bytes(base, uint64_t(n) * size, true);
     uint32_t work = mem.heap_alloc(n * size);
     if (!work) fault("qsort() has no memory to work in");
+    guest_bytes(work, uint64_t(n) * size, true); // the comparison reads it
     uint32_t from = base, to = work;
     for (uint64_t width = 1; width < n; width *= 2) {
         for (uint64_t lo = 0; lo < n; lo += 2 * width) {

@@ -75,7 +75,7 @@ uint32_t MEMORY::add_global(uint32_t bytes, uint32_t align) {
     uint32_t *next = heap_next && round_up(global_next, align) + room > heap_base ? &heap_next : &global_next;
     uint32_t a = round_up(*next, align);
     uint64_t end = a + room;
-    if (end > STACK_TOP - STACK_SIZE) {
+    if (end > (next == &heap_next ? heap_end : STACK_TOP - STACK_SIZE)) {
         fputs("qlrun: the program's objects do not fit the address space\n", stderr);
         exit(125);
     }
