@@ -79,6 +79,14 @@ uint64_t do_clock_gettime(CALL_CONTEXT &c) {
     put_u32(c.u32(1) + 4, uint32_t(ts.tv_nsec));
     return 0;
 }
+// The time of the user; all else of the 72 bytes is 0. A clock tick is a millionth of a second.
+uint64_t do_getrusage(CALL_CONTEXT &c) {
+    clock_t ticks = clock();
+    memset(guest_bytes(c.u32(1), 72, true), 0, 72);
+    put_u32(c.u32(1), uint32_t(ticks / 1000000));
+    put_u32(c.u32(1) + 4, uint32_t(ticks % 1000000));
+    return 0;
+}
 uint64_t do_asctime(uint32_t time, uint32_t to) {
     struct tm t = get_tm(time);
     char text[64];
@@ -176,6 +184,7 @@ const LIBRARY_ROW library_misc[] = {
     {"strftime", do_strftime},
     {"gettimeofday", do_gettimeofday},
     {"clock_gettime", do_clock_gettime},
+    {"getrusage", do_getrusage},
     {"signal", do_signal},
     {"raise", FN(raise_signal(c.i32(0)))},
     {"kill", do_kill},
