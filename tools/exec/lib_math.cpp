@@ -218,6 +218,8 @@ const LIBRARY_ROW library_math[] = {
     {"signbitf", FN(sx(sign_bit(c)))},
     {"signbitl", FN(sx(sign_bit(c)))},
     {"__signbitl", FN(sx(sign_bit(c)))},
+    {"__issignaling", FN((c.args[0].value >> 51 & 0xFFF) == 0xFFE && c.args[0].value << 13)},
+    {"__issignalingf", FN((c.u32(0) >> 22 & 0x1FF) == 0x1FE && c.u32(0) << 10)},
     {"__fpclassifyl", FN(sx(std::fpclassify(any(c))))},
     {"cabsl", FN(from_f64(std::abs(get_complex(c, 0))))},
     {"cargl", FN(from_f64(std::arg(get_complex(c, 0))))},

@@ -129,10 +129,13 @@ double parse_float(CALL_CONTEXT &c, bool single) {
 uint64_t state48 = 0x330E;
 uint64_t next48(uint32_t at) {
     uint64_t x = state48;
-    if (at) x = get_u32(at) | uint64_t(load_scalar_checked(SK_u16, at + 4)) << 32;
+    for (uint32_t i = 0; at && i < 3; i++) {
+        guest_bytes(at + 2 * i, 2, true);
+        x = (i ? x : 0) | load_scalar_checked(SK_u16, at + 2 * i) << 16 * i;
+    }
     x = (x * 0x5DEECE66Dull + 0xB) & 0xFFFFFFFFFFFFull;
     if (!at) state48 = x;
-    else put_u32(at, uint32_t(x)), store_scalar_checked(SK_u16, at + 4, x >> 32);
+    for (uint32_t i = 0; at && i < 3; i++) store_scalar_checked(SK_u16, at + 2 * i, x >> 16 * i & 0xFFFF);
     return x;
 }
 double real48(uint32_t at) { return double(next48(at)) / double(uint64_t(1) << 48); }

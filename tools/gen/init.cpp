@@ -70,13 +70,14 @@ class INIT_GEN {
 
     // The leaves that lie in a range: [first, last).
     size_t first_leaf(uint64_t from) {
-        auto less = [](const LEAF &l, uint64_t at) { return l.offset + l.bytes <= at; };
-        return size_t(std::lower_bound(leaves.begin(), leaves.end(), from, less) - leaves.begin());
+        auto ends = [](const LEAF &l, uint64_t at) { return l.offset + l.bytes <= at; };
+        return size_t(std::lower_bound(leaves.begin(), leaves.end(), from, ends) - leaves.begin());
     }
     std::pair<size_t, size_t> range(uint64_t from, uint64_t to) {
-        size_t first = first_leaf(from), last = first;
-        while (last < leaves.size() && leaves[last].offset < to) last++;
-        return {first, last};
+        auto starts = [](const LEAF &l, uint64_t at) { return l.offset < at; };
+        size_t first = first_leaf(from);
+        auto last = std::lower_bound(leaves.begin() + long(first), leaves.end(), to, starts);
+        return {first, size_t(last - leaves.begin())};
     }
     bool is_zero(uint64_t from, uint64_t to) {
         for (size_t i = first_leaf(from); i < leaves.size() && leaves[i].offset < to; i++)

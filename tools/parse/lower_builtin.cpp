@@ -219,8 +219,9 @@ MNODE *LOWER::builtin_call(const CallExpr *e, unsigned id) {
                                                                          : MULT);
     const FunctionDecl *fd = e->getDirectCallee();
     std::string target = is_kept ? name : plain;
-    bool of_library = builtins.isLibFunction(id) || plain.rfind("__", 0) == 0 || plain == "trap" ||
-                      ctx.Idents.get(plain).getBuiltinID();
+    bool of_library = builtins.isLibFunction(id) || plain.rfind("__", 0) == 0;
+    for (const char *more : {"trap", "bcopy", "bzero", "bcmp", "index", "rindex"})
+        of_library |= plain == more;
     if (!is_kept && !of_library) refuse(e->getBeginLoc(), "the built-in function " + name);
     for (const NamedDecl *d : ctx.getTranslationUnitDecl()->lookup(&ctx.Idents.get(target)))
         if (auto *label = d->getAttr<AsmLabelAttr>()) target = label->getLabel().str(); // renamed

@@ -437,7 +437,7 @@ void LOWER::constant_leaves(const Expr *e, QualType q, uint64_t offset, std::vec
             if (f->isBitField()) {
                 Expr::EvalResult value;
                 if (isa<ImplicitValueInitExpr>(init)) return;
-                if (!init->EvaluateAsRValue(value, ctx) || !value.Val.isInt())
+                if (!init->EvaluateAsRValue(value, ctx, true) || !value.Val.isInt())
                     refuse(init->getBeginLoc(), "an initialiser that is not constant");
                 constant_bits(f, offset, uint64_t(value.Val.getInt().getExtValue()), bit_bytes);
             } else
@@ -461,7 +461,7 @@ void LOWER::constant_leaves(const Expr *e, QualType q, uint64_t offset, std::vec
         return constant_leaves(list->getInit(0), q, offset, leaves, bit_bytes);
     if (list && list->getNumInits() == 0) return;
     Expr::EvalResult value;
-    bool known = e->EvaluateAsRValue(value, ctx) && !value.HasSideEffects;
+    bool known = e->EvaluateAsRValue(value, ctx, true) && !value.HasSideEffects;
     if (!known && e->isGLValue()) known = e->EvaluateAsLValue(value, ctx);
     if (!known) refuse(e->getBeginLoc(), "an initialiser that is not constant");
     if (value.Val.isStruct() || value.Val.isUnion() || value.Val.isArray())

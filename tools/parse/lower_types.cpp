@@ -1,3 +1,4 @@
+#include "ifile/if_rtype.h"
 #include "tools/parse/lower.h"
 
 #include "clang/AST/DeclCXX.h"
@@ -168,10 +169,16 @@ TYPE *LOWER::record_type(const RecordDecl *d, SourceLocation) {
 
 // `flexible`: the type that a flexible array takes in a type for one object; its members are no one else's.
 void LOWER::record_members(const RecordDecl *def, TYPE *t, TYPE *flexible) {
+    static std::unordered_map<const TYPE *, unsigned> depths; // of records in records
+    unsigned &depth = depths[t];
     const ASTRecordLayout &layout = ctx.getASTRecordLayout(def);
     for (const FieldDecl *f : def->fields()) {
         if (f->isUnnamedBitfield()) continue;
         TYPE *type = flexible && f->getType()->isIncompleteArrayType() ? flexible : type_of(f->getType());
+        const TYPE *inner = type->dtype;
+        while (inner->is_array()) inner = inner->elem_type()->dtype;
+        if (inner->is_csu()) depth = std::max(depth, depths[inner] + 1);
+        if (depth >= MAX_TYPE_NESTING) refuse(f->getLocation(), "records that nest so deep");
         int64_t offset = int64_t(layout.getFieldOffset(f->getFieldIndex()));
         std::string name = f->getName().str();
         fkMDATA *member = f->isBitField()

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <pthread.h>
 
 #include "clang/AST/ASTConsumer.h"
 #include "clang/AST/ASTImporter.h"
@@ -293,10 +294,11 @@ bool file_exists(const char *path) {
     return f != nullptr;
 }
 
-} // namespace
+// Parsing and lowering recurse with the nesting of brackets: the stack is reserved for that depth, not touched.
+constexpr unsigned BRACKET_DEPTH = 20000;
+constexpr size_t STACK_BYTES = size_t(2) << 30;
 
-int main(int argc, char **argv) {
-    OPTIONS o = parse_options(argc, argv);
+int translate(const OPTIONS &o) {
     for (const std::string &name : o.inputs)
         if (!file_exists(name.c_str())) {
             fprintf(stderr, "qlparse: cannot open %s\n", name.c_str());
@@ -308,6 +310,7 @@ int main(int argc, char **argv) {
                                          "-none-linux-" + abi,
                                      "-mfpu=neon",
                                      "-fsyntax-only",
+                                     "-fbracket-depth=" + std::to_string(BRACKET_DEPTH),
                                      "-std=gnu11",
                                      "-resource-dir",
                                      QL_CLANG_RESOURCE_DIR,
@@ -330,7 +333,7 @@ int main(int argc, char **argv) {
     OPTION_SET set;
     set.strings.push_back("--abi=eabi");
     if (o.big_endian) set.strings.push_back("--endian=big");
-    for (std::string &s : o.optimizer) set.strings.push_back(s);
+    for (const std::string &s : o.optimizer) set.strings.push_back(s);
     model->options.push_back(set);
 
     llvm::IntrusiveRefCntPtr<FileManager> files(new FileManager(FileSystemOptions()));
@@ -342,4 +345,27 @@ int main(int argc, char **argv) {
         if (!run.run() || !lowered) return 1;
     }
     return write_model(*model, o.output.c_str()) ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    OPTIONS o = parse_options(argc, argv);
+    int status = 1;
+    std::pair<OPTIONS *, int *> job{&o, &status};
+    auto body = [](void *p) -> void * {
+        auto *work = static_cast<std::pair<OPTIONS *, int *> *>(p);
+        *work->second = translate(*work->first);
+        return nullptr;
+    };
+    pthread_attr_t attr;
+    pthread_attr_init(&attr);
+    pthread_attr_setstacksize(&attr, STACK_BYTES);
+    pthread_t thread;
+    if (pthread_create(&thread, &attr, body, &job)) {
+        fputs("qlparse: no address space for the stack\n", stderr);
+        return 1;
+    }
+    pthread_join(thread, nullptr);
+    return status;
 }
