@@ -110,7 +110,7 @@ bool is_its_members(TYPE *type, int max_members) {
         if (m->offset != end || m->type->is_const() || m->type->is_volatile()) return false;
         end += int64_t(m->type->size);
     }
-    return end == int64_t(type->size);
+    return end > 0 && end == int64_t(type->size); // an empty record is no statement
 }
 
 NODE *member_of(const NODE *record, fkMDATA *m) {

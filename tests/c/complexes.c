@@ -28,6 +28,11 @@ static int escape(double complex c) {
     return n;
 }
 
+// A real operand beside a complex one.
+static int equal_to_real(const double _Complex *z, double d, const float _Complex *f) {
+    return (*z == 0.0) + (0.0 == *z) * 2 + (*z != d) * 4 + (d != *z) * 8 + (*f == d) * 16 + (3 == *f) * 32;
+}
+
 int main(void) {
     double complex a = 3 - 4 * I, b = a;
     printf("%g %g %g %g\n", creal(a), cimag(a), creal(a * global), cimag(a * global));
@@ -61,5 +66,8 @@ int main(void) {
     double complex *p = &global;
     *p = *p ? *p * *p : 0;
     printf("%g %g %d\n", creal(*p), cimag(global), a && b);
+    double _Complex zero = 0, two = 2, turned = 2 + 1i;
+    float _Complex three = 3;
+    printf("%d %d %d\n", equal_to_real(&zero, 0, &three), equal_to_real(&two, 2, &three), equal_to_real(&turned, 2, &three));
     return sum & 0x7f;
 }

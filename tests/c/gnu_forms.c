@@ -108,6 +108,21 @@ static void variable_places(int k) {
     printf("%g %g\n", __builtin_powi(2.0, k), (double)__builtin_powif(3.0f, -k));
 }
 
+typedef struct {
+} nothing;
+typedef struct {
+    unsigned n;
+    nothing lock;
+} locked;
+
+static int empty_records(locked *p) {
+    nothing a = {}, b;
+    b = a;
+    *p = (locked){7, (nothing){}};
+    p->lock = b;
+    return p->n + sizeof(nothing);
+}
+
 int main(void) {
     printf("%d %d %d\n", expected(4, 1, 5, 2, &(int){3}), expected(7, 0, 6, 0, 0), expected(0, 9, 0, 0.5f, 0));
     printf("%d %d %d %d %d %d\n", run((unsigned char[]){0, 1, 2, 0, 0, 1, 3}, 4), two(1), two(0), h(0), k(0), h((int[]){7}));
@@ -122,5 +137,6 @@ int main(void) {
     printf("%d %g %g\n", z, __real__ s, __imag__ s);
     printf("%d\n", inline_definitions(&z, 4));
     variable_places(z - 9);
+    printf("%d\n", empty_records(&(locked){1}));
     return 0;
 }

@@ -23,6 +23,7 @@ REFUSED = [
      r"\d+:\d+: .*SIMD unit on a big-endian target"),
     (VECTOR + "v8hi f(v4si a) { return (v8hi)a; }", ["--endian=big"], r"2:25: .*lanes of another size"),
     ("__fp16 f(__fp16 *p) { return *p * 2; }", [], r"1:\d+: .*(__fp16|half)"),
+    ("struct s { int a[70000000], b; } x;\nint f(void) { return x.b; }", [], r"record of 256 megabytes"),
     ("int x = ;", [], r"1:9: error: expected expression"),
     ("extern int n; int x = n;", [], r"1:23: error: initializer element is not a compile-time constant"),
 ]

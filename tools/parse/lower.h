@@ -235,7 +235,7 @@ class LOWER {
     MNODE *call(const clang::CallExpr *);
     MNODE *builtin_call(const clang::CallExpr *, unsigned id);
     MNODE *lower_va_arg(const clang::VAArgExpr *);
-    MNODE *overflow_call(const clang::CallExpr *, int op);
+    MNODE *overflow_call(const clang::CallExpr *, int op, bool stores = true);
     // lower_atomic.cpp
     MNODE *atomic(const clang::AtomicExpr *);
     MNODE *atomic_update(const clang::Expr *object, clang::BinaryOperatorKind, MNODE *value, bool old_value);

@@ -18,6 +18,12 @@ MNODE *LOWER::call(const CallExpr *e) {
     if (unsigned id = e->getBuiltinCallee()) {
         if (MNODE *v = builtin_call(e, id)) return v;
     }
+    if (auto *fd = e->getDirectCallee(); fd && fd->getIdentifier() && e->getNumArgs() == 3) {
+        static const std::pair<const char *, int> rows[] = {{"add", PLUS}, {"sub", MINUS}, {"mul", MULT}};
+        for (auto [name, op] : rows)
+            if (fd->getName() == std::string("__builtin_") + name + "_overflow_p")
+                return overflow_call(e, op, false);
+    }
     const Expr *callee = e->getCallee()->IgnoreParens();
     QualType fq = callee->getType();
     if (auto *p = fq->getAs<PointerType>()) fq = p->getPointeeType();
@@ -264,8 +270,10 @@ MNODE *LOWER::builtin_call(const CallExpr *e, unsigned id) {
 
 // __builtin_add_overflow and its kin: the exact result decides, whatever the types. Operands up to 32 bits are computed
 // in 64; longer ones in 128, as a low and a high word.
-MNODE *LOWER::overflow_call(const CallExpr *e, int op) {
-    QualType to = e->getArg(2)->getType()->getPointeeType();
+MNODE *LOWER::overflow_call(const CallExpr *e, int op, bool stores) {
+    // The forms that only ask take any value of the type; the front end does not know them and promotes it.
+    const Expr *third = e->getArg(2);
+    QualType to = stores ? third->getType()->getPointeeType() : third->IgnoreParenImpCasts()->getType();
     QualType a = e->getArg(0)->getType(), b = e->getArg(1)->getType();
     TYPE *t = unqualified(to), *answer = unqualified(e->getType());
     TYPE *s64 = m.package->basic_int(IK_llong), *u64 = m.package->basic_int(IK_ullong);
@@ -323,7 +331,7 @@ MNODE *LOWER::overflow_call(const CallExpr *e, int op) {
     auto result = let(t, convert(lo(), t));
     bool t_signed = to->isSignedIntegerOrEnumerationType();
     auto wide = let(t_signed ? s64 : u64, convert(result(), t_signed ? s64 : u64));
-    MNODE *store = assign(deref(rvalue(e->getArg(2)), type_of(to)), result());
+    MNODE *store = stores ? assign(deref(rvalue(third), type_of(to)), result()) : rvalue(third);
     MNODE *test = m.node(OROR, int_t(), m.node(NEQ, int_t(), low_of(wide, t_signed), lo()),
                          m.node(NEQ, int_t(), sign_of(wide, t_signed), hi()));
     return comma_op(all, comma_op(store, convert(test, answer)));

@@ -87,8 +87,8 @@ MNODE *LOWER::pointer_arithmetic(MNODE *pointer, const Expr *index, QualType poi
 
 MNODE *LOWER::comparison(const BinaryOperator *b) {
     MNODE *l = rvalue(b->getLHS()), *r = rvalue(b->getRHS());
-    if (l->type->is_complex()) {
-        TYPE *part = l->type->part_type();
+    if (l->type->is_complex() || r->type->is_complex()) {
+        TYPE *part = (l->type->is_complex() ? l : r)->type->part_type();
         MNODE *first = nullptr;
         for (MNODE **v : {&l, &r})
             if (!is_simple(*v)) {
@@ -99,8 +99,13 @@ MNODE *LOWER::comparison(const BinaryOperator *b) {
             }
         bool eq = b->getOpcode() == BO_EQ;
         int op = opcode_for(b->getOpcode(), part);
-        MNODE *re = m.node(op, int_t(), m.node(REAL, part, l), m.node(REAL, part, r));
-        MNODE *im = m.node(op, int_t(), m.node(IMAG, part, m.copy(l)), m.node(IMAG, part, m.copy(r)));
+        auto half = [&](MNODE *v, int which) { // a real operand may stand beside a complex one
+            if (v->type->is_complex()) return m.node(which, part, m.copy(v));
+            if (which == REAL) return convert(m.copy(v), part);
+            return part->is_fltpt() ? float_constant(0, part) : icon(0, part);
+        };
+        MNODE *re = m.node(op, int_t(), half(l, REAL), half(r, REAL));
+        MNODE *im = m.node(op, int_t(), half(l, IMAG), half(r, IMAG));
         return comma_op(first, m.node(eq ? ANDAND : OROR, int_t(), re, im));
     }
     // Pointers of different types compare as addresses of one type.
