@@ -35,7 +35,7 @@ int main(void) {
     if (__builtin_sadd_overflow(x++, 2147483647, &r)) printf("%d %d\n", x, r);
     unsigned long long u;
     printf("%d %llu\n", __builtin_umulll_overflow(1ull << 40, 1ull << 30, &u), u);
-    for (int big = 100; big < 1 << 30; big *= 46341)
+    for (int big = 100; big < 1 << 26; big *= 22)
         printf("%d%d%d ", __builtin_mul_overflow_p(big, big, 0), __builtin_add_overflow_p(big, 28, (signed char)0),
                __builtin_sub_overflow_p(5, big, 0u));
     putchar('\n');
