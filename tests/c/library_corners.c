@@ -115,5 +115,7 @@ int main(void) {
     numbers();
     texts();
     maps();
+    printf("%2$d %1$s|%1$5s|%3$*2$d %4$.2f %5$lld\n", "ab", 7, 42, 2.5, 1LL << 40);
+    printf("%12p|%-12p|\n", (void *)0x1234, (void *)0);
     return 0;
 }

@@ -63,8 +63,47 @@ int one_byte(uint32_t wide) {
 }
 } // namespace
 
+namespace {
+// The number before a '$' at place i, past which i goes; 0: there is none.
+size_t argument_number(const std::string &f, size_t &i) {
+    size_t end = i;
+    while (end < f.size() && isdigit(static_cast<unsigned char>(f[end]))) end++;
+    if (end == i || end >= f.size() || f[end] != '$') return 0;
+    size_t n = size_t(atoi(f.c_str() + i));
+    i = end + 1;
+    return n;
+}
+
+// The arguments of a format that numbers them (%2$s), in their order: each conversion tells the kind of one.
+void read_numbered(const std::string &f, VARARGS &args) {
+    enum KIND : char { WORD, LONG, REAL };
+    std::vector<KIND> kinds;
+    auto note = [&](size_t n, KIND k) {
+        if (n > 64) fault("a format numbers an argument %zu", n);
+        if (kinds.size() < n) kinds.resize(n, WORD);
+        if (n) kinds[n - 1] = k;
+    };
+    for (size_t i = 0; i + 1 < f.size(); i++) {
+        if (f[i] != '%' || f[++i] == '%') continue;
+        size_t n = argument_number(f, i);
+        int longs = 0;
+        for (; i < f.size() && strchr("-+ #0'.123456789*hlLqjzt", f[i]); i++) {
+            if (f[i] == '*') note(argument_number(f, ++i), WORD), i--;
+            else if (strchr("Lqj", f[i])) longs = 2;
+            else if (f[i] == 'l') longs++;
+        }
+        if (n) note(n, strchr("eEfFgGaA", f[i]) ? REAL : longs > 1 ? LONG : WORD);
+    }
+    std::vector<uint64_t> values;
+    for (KIND k : kinds)
+        values.push_back(k == REAL ? from_f64(args.f64()) : k == LONG ? args.u64() : args.u32());
+    args.numbered = values;
+}
+} // namespace
+
 std::string format_guest(uint32_t format, VARARGS args) {
     std::string f = guest_string(format), out;
+    if (f.find('$') != std::string::npos) read_numbered(f, args);
     for (size_t i = 0; i < f.size(); i++) {
         if (f[i] != '%') {
             out += f[i];
@@ -72,9 +111,12 @@ std::string format_guest(uint32_t format, VARARGS args) {
         }
         std::string spec = "%";
         i++;
+        size_t chosen = argument_number(f, i);
         while (i < f.size() && strchr("-+ #0'", f[i])) spec += f[i++];
         auto number = [&] {
             if (i < f.size() && f[i] == '*') {
+                size_t j = i + 1;
+                if (size_t n = argument_number(f, j)) args.place = n - 1, i = j - 1;
                 spec += std::to_string(int32_t(args.u32()));
                 i++;
             } else
@@ -88,6 +130,7 @@ std::string format_guest(uint32_t format, VARARGS args) {
         std::string length;
         while (i < f.size() && strchr("hlLqjzt", f[i])) length += f[i++];
         char conv = i < f.size() ? f[i] : 0;
+        if (chosen) args.place = chosen - 1;
         char buf[512];
         auto text = [&](auto... v) {
             int n = snprintf(buf, sizeof buf, spec.c_str(), v...);
@@ -125,8 +168,9 @@ std::string format_guest(uint32_t format, VARARGS args) {
         case 'c': spec += 'c', text(length == "l" ? one_byte(args.u32()) : int(args.u32())); break;
         case 'p': {
             uint32_t v = args.u32();
-            if (v) spec += 's', snprintf(buf, sizeof buf, "0x%x", v), out += buf;
-            else out += "(nil)";
+            char digits[16];
+            snprintf(digits, sizeof digits, "0x%x", v);
+            spec += 's', text(v ? digits : "(nil)");
             break;
         }
         case 's': {
@@ -154,6 +198,7 @@ std::string format_guest(uint32_t format, VARARGS args) {
         case 'a':
         case 'A': spec += conv, text(args.f64()); break;
         case 'n': put_u32(args.u32(), uint32_t(out.size())); break;
+        case 'm': spec += 's', text(strerror(int(get_u32(guest_errno_address())))); break;
         case '%': out += '%'; break;
         default: fault("printf conversion %%%c is not known", conv);
         }

@@ -69,6 +69,7 @@ VARARGS varargs_in(CALL_CONTEXT &c, unsigned i) {
     return v;
 }
 uint32_t VARARGS::u32() {
+    if (!numbered.empty()) return uint32_t(numbered_value());
     if (call) {
         if (next >= call->n) fault("%s(): more conversions than arguments", call->func->name.c_str());
         return uint32_t(call->args[next++].value);
@@ -78,6 +79,7 @@ uint32_t VARARGS::u32() {
     return v;
 }
 uint64_t VARARGS::u64() {
+    if (!numbered.empty()) return numbered_value();
     if (call) {
         if (next >= call->n) fault("%s(): more conversions than arguments", call->func->name.c_str());
         return call->args[next++].value;
@@ -87,7 +89,12 @@ uint64_t VARARGS::u64() {
     at += 8;
     return v;
 }
+uint64_t VARARGS::numbered_value() {
+    if (place >= numbered.size()) fault("a format has no argument %u", unsigned(place) + 1);
+    return numbered[place++];
+}
 double VARARGS::f64() {
+    if (!numbered.empty()) return as_f64(numbered_value());
     if (call) {
         if (next >= call->n) fault("%s(): more conversions than arguments", call->func->name.c_str());
         return call->f64(next++);

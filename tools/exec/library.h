@@ -37,9 +37,15 @@ struct VARARGS {
     CALL_CONTEXT *call = nullptr;
     unsigned next = 0;
     uint32_t at = 0; // va_list: guest address of the next argument
+    std::vector<uint64_t>
+        numbered; // the values of a format that numbers its arguments, and the next one's place
+    size_t place = 0;
     uint32_t u32();
     uint64_t u64();
     double f64();
+
+  private:
+    uint64_t numbered_value();
 };
 VARARGS varargs_of(CALL_CONTEXT &c, unsigned from);
 VARARGS varargs_in(CALL_CONTEXT &c, unsigned i); // those behind the va_list that is argument i
