@@ -131,6 +131,10 @@ void LOWER::common_attributes(MSYM *s, const Decl *d) {
     }
 }
 
+static bool hard_float_calls(ASTContext &ctx) {
+    return ctx.getTargetInfo().getTriple().getEnvironment() == llvm::Triple::GNUEABIHF;
+}
+
 void LOWER::function_attributes(MSYM *s, const FunctionDecl *f) {
     auto add = [&](int number, std::vector<std::string> args = {}) {
         m.add_pragma(s, m.pragma(number, args));
@@ -147,6 +151,10 @@ void LOWER::function_attributes(MSYM *s, const FunctionDecl *f) {
         add(PRAG_FUNC_IN_INIT_ARRAY, {"C", std::to_string(a->getPriority())}), s->policy = POLICY_ALWAYS;
     if (auto *a = f->getAttr<DestructorAttr>())
         add(PRAG_FUNC_IN_INIT_ARRAY, {"D", std::to_string(a->getPriority())}), s->policy = POLICY_ALWAYS;
+    if (f->hasAttr<ARMInterruptAttr>() || f->hasAttr<CmseNSEntryAttr>())
+        refuse(f->getLocation(), "a function with another entry and exit (interrupt, cmse_nonsecure_entry)");
+    if (auto *pcs = f->getAttr<PcsAttr>(); pcs && (pcs->getPCS() == PcsAttr::AAPCS) == hard_float_calls(ctx))
+        refuse(f->getLocation(), "a calling convention other than the target's (pcs)");
     if (f->hasAttr<NakedAttr>()) refuse(f->getLocation(), "a naked function");
     if (f->hasAttr<IFuncAttr>())
         refuse(f->getLocation(), "a function chosen when the program starts (ifunc)");
