@@ -153,7 +153,9 @@ void LOWER::function_attributes(MSYM *s, const FunctionDecl *f) {
         add(PRAG_FUNC_IN_INIT_ARRAY, {"D", std::to_string(a->getPriority())}), s->policy = POLICY_ALWAYS;
     if (f->hasAttr<ARMInterruptAttr>() || f->hasAttr<CmseNSEntryAttr>())
         refuse(f->getLocation(), "a function with another entry and exit (interrupt, cmse_nonsecure_entry)");
-    if (auto *pcs = f->getAttr<PcsAttr>(); pcs && (pcs->getPCS() == PcsAttr::AAPCS) == hard_float_calls(ctx))
+    CallingConv convention = f->getType()->castAs<clang::FunctionType>()->getCallConv();
+    bool hard = hard_float_calls(ctx);
+    if (convention == CC_AAPCS ? hard : convention == CC_AAPCS_VFP ? !hard : convention != CC_C)
         refuse(f->getLocation(), "a calling convention other than the target's (pcs)");
     if (f->hasAttr<NakedAttr>()) refuse(f->getLocation(), "a naked function");
     if (f->hasAttr<IFuncAttr>())
