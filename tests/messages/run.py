@@ -19,7 +19,7 @@ REFUSED = [
      r"2:5: .*chosen when the program starts"),
     ("void *f(void *p) { return __builtin_apply((void (*)())f, p, 8); }", [], r"1:27: .*__builtin_apply"),
     ("__attribute__((interrupt(\"IRQ\"))) void f(void) {}", [], r"1:40: .*another entry and exit"),
-    ("__attribute__((pcs(\"aapcs\"))) float f(float a) { return a; }", [], r"1:38: .*calling convention"),
+    ("__attribute__((pcs(\"aapcs\"))) float f(float a) { return a; }", [], r"1:37: .*calling convention"),
     ("int f(void *p) { return __builtin_dynamic_object_size(p, 0); }", [], r"1:25: .*__builtin_dynamic_object_size"),
     (NEON + "int32x2_t f(int32x2_t a) { return vadd_s32(a, vpadd_s32(a, a)); }", ["--endian=big"],
      r"\d+:\d+: .*SIMD unit on a big-endian target"),
