@@ -2,7 +2,7 @@
 #
 # The sources come from the archives that this machine's apt is set up for, by a private list of sources and a private
 # cache in the build folder; nothing of them is kept in the project. QL_LEVEL is the optimization level (2).
-real_all=(zlib bzip2 xz lua jimtcl mawk cjson jansson expat sqlite)
+real_all=(zlib bzip2 xz lua jimtcl mawk cjson jansson expat sqlite pcre2 mbedtls)
 real=$build/real
 qlcc=$build/tools/cc/qlcc
 real_triple=arm-linux-gnueabihf
@@ -146,6 +146,20 @@ real_sqlite() {
     qemu-arm ./speedtest1 --size 5 --verify | tee speed.log
     qemu-arm ./reference --size 5 --verify | tee reference.log
     [ "$(grep '^Verification Hash' speed.log)" = "$(grep '^Verification Hash' reference.log)" ]
+}
+
+real_pcre2() {
+    ./configure --host=$real_triple CC="$qlcc" CFLAGS="$real_cflags" --disable-shared --disable-cpp
+    make -j"$jobs"
+    # shellcheck disable=SC2046
+    real_wrap $(find . -type f -perm -100)
+    make check
+}
+
+real_mbedtls() {
+    make -j"$jobs" -C library CC="$qlcc" CFLAGS="$real_cflags" libmbedcrypto.a libmbedx509.a libmbedtls.a
+    make -C programs CC="$qlcc" CFLAGS="$real_cflags" test/selftest
+    qemu-arm programs/test/selftest
 }
 
 # --- the run ---
