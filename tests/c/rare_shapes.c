@@ -68,7 +68,7 @@ static unsigned shape(int n, int a, int b, unsigned u, unsigned v, short h, shor
 static int choose(int t, int a, int b) {
     int w = a;
     t ? (w += a) : (w += b);
-    return w + ((seen = a, b) ? (seen++, b) : 4);
+    return w + ((seen = a, b) ? (seen++, b) : 4) + (((seen = b) | 1) ? w : 3);
 }
 
 static int promised(int a, int b) {
