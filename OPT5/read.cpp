@@ -492,6 +492,8 @@ struct OPT_CLIENT final : IF_CLIENT {
                 s->tree = rewrite_tree(s->tree, fix_BIF_types);
             }
             if (simplifies) s->tree = simp_again(simp_statement(s->tree, nullptr));
+            if (s->tree->op == PCOMMA && !tree_is_extended_arg_prolog(s->tree))
+                refuse_input("a PCOMMA that copies no arguments");
         }
         build_function();
         currfuninfo->per_call.assign(unique_call_index + 1, 0);

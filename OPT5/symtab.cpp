@@ -169,8 +169,9 @@ SYMTAB *make_symbol_from_file(const char *name, TYPE *type, TYPE *cpp_type, uint
     if (!fault && !type->is_func()) {
         // So must be the type without its names and qualifiers, which passes take off: but for what was named before it
         // was defined, and for packing.
-        uint64_t plain = type->dtype->size;
-        bool same = plain == size || !plain || !size || type->quals & QUAL_packed;
+        const TYPE *plain = type->dtype;
+        if (plain->is_enum() && plain->size) plain = plain->underlying_type();
+        bool same = plain->size == size || !plain->size || !size || type->quals & QUAL_packed;
         if (type->size != size || !same) fault = "has another size than its type";
     }
     if (fault) {
