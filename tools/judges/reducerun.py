@@ -168,8 +168,11 @@ def without_headers(path):
     if made.status or "#include" not in text:
         return text
     head = "".join(l + "\n" for l in text.splitlines()[:5] if re.match(r"//\s*(args|options):", l))
-    # types that GCC has by itself
-    return head + re.sub(r"^typedef [\w ]+ _Float\w+;$", "", made.out.decode(errors="surrogateescape"), flags=re.M)
+    whole = made.out.decode(errors="surrogateescape")
+    # types that GCC has by itself and clang from the header
+    for kind, name in re.findall(r"^typedef ([\w ]+) (_Float\w+);$", whole, re.M):
+        whole = re.sub(r"\b%s\b" % name, kind, re.sub(r"^typedef [\w ]+ %s;$" % name, "", whole, flags=re.M))
+    return head + whole
 
 
 def cvise(path, args, judge, failure, place, seconds, say):
