@@ -261,7 +261,10 @@ class I_FILE {
     TYPE *find_typeref(uint32_t id);                                // null for 0; refuses an unknown id
     fkMDATA *find_mdataref(uint32_t csu_id, uint32_t member_index); // null when the record has no such member
     void enter_type(uint32_t id, TYPE_INFO info);
-    void if_end_type_area();                   // refuses types whose lists never ended
+    void if_end_type_area(); // refuses types whose lists never ended
+    // Lets every type that was read, in the file's order, stand for its like of an earlier unit (type_merge): for a
+    // stage that reads several units into one package, with the package's `tu` counted up before each.
+    void if_merge_type_defs();
     bool if_write_all_types(bool named_types); // true when something was written
     void if_mark_global_types();
     void if_write_type(TYPE *);
@@ -402,6 +405,7 @@ class I_FILE {
     std::vector<OPTION_SET> options_;
     flat_map<TYPE_INFO> types_;                 // file's type id -> type
     std::vector<TYPE *> known_types_;           // the same by small ids, as far as they were asked for
+    std::vector<uint32_t> type_ids_;            // all of them, in the order of the file
     std::vector<uint32_t> open_types_;          // ids whose lists have not all ended
     std::deque<std::string> file_names_;        // id 1 is the first; a deque, so that c_str stays put
     std::vector<const char *> file_name_texts_; // the same

@@ -1,5 +1,6 @@
 #include "ifile/if_rtype.h"
 
+#include "typepkg/type_merge.h"
 #include "typepkg/type_query.h"
 
 #include <algorithm>
@@ -483,6 +484,7 @@ void I_FILE::enter_type(uint32_t id, TYPE_INFO info) {
     TYPE_INFO &entry = types_[id];
     if (entry.type) IF_TYPE_READER::die(*this, "read type twice", id);
     entry = info;
+    type_ids_.push_back(id);
     if (info.open_lists) open_types_.push_back(id);
 }
 
@@ -511,4 +513,9 @@ void I_FILE::if_end_type_area() {
         if (TYPE *t = types_[id].type; t->kind >= K_class)
             IF_TYPE_READER{*this, *package_, id}.check_nesting(t);
     open_types_.clear();
+}
+
+void I_FILE::if_merge_type_defs() {
+    for (uint32_t id : type_ids_)
+        if (TYPE *t = find_typeref(id)) find_equivalent_type(t);
 }

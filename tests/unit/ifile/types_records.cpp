@@ -266,6 +266,36 @@ TEST(types_records, only_what_is_referred_to_is_written_and_once) {
     EXPECT_EQ(count(named, "unused"), 1u);
 }
 
+// Two units are read into one package. A record that is the same in both becomes one, with what is built on it; one
+// whose members differ stays two.
+TEST(types_records, units_in_one_package_share_what_agrees) {
+    auto unit = [](unsigned member) {
+        T_PKG package;
+        TYPE_PKG &p = package.p;
+        TYPE *same = p.mk_struct("same", 64, 32, false), *other = p.mk_struct("other", 32, 32, false);
+        same->add_mdata("next", p.mk_ptr(same), 0);
+        same->add_mdata("m", p.int_type(), 32);
+        other->add_mdata("m", p.basic[member], 0);
+        p.type_frozen(same);
+        p.type_frozen(other);
+        std::deque<T_SYM> symbols;
+        return written_symbols(p, {same, p.mk_ptr(same), other}, symbols);
+    };
+    std::string bytes = unit(BT_float);
+    T_READ first(unit(IK_int));
+    first.package.p.tu = 1;
+    T_CLIENT client;
+    std::unique_ptr<I_FILE> second(I_FILE::if_open(open_bytes(bytes), &client, "y"));
+    second->if_type_init(&first.package.p);
+    second->if_read_file();
+    auto joined = [&](size_t n) { return client.syms[n].type->rep() == first.client.syms[n].type->rep(); };
+    EXPECT_FALSE(joined(0));
+    second->if_merge_type_defs();
+    EXPECT_TRUE(joined(0));
+    EXPECT_TRUE(joined(1)) << "the pointer to it";
+    EXPECT_FALSE(joined(2)) << "another member";
+}
+
 TEST(types_records, bytes_of_lists_and_enumerators) {
     T_PKG package;
     TYPE_PKG &p = package.p;
