@@ -67,7 +67,7 @@ static void numbers(void) {
     printf("%d %g %g %d\n", q, part, whole, scalbln(3, 4) == 48);
     fesetround(FE_UPWARD);
     volatile double one = 1, three = 3;
-    double up = one / three;
+    volatile double up = one / three; // divided before the direction changes back
     long rounded = lrint(one + 0.25);
     fesetround(FE_TONEAREST);
     printf("%d %ld %d\n", up > one / three, rounded, fegetround() == FE_TONEAREST);
