@@ -1,5 +1,7 @@
 // Arrays whose size is known at run time: one and more dimensions, sizeof, as parameters, in loops, typedefs; alloca.
+// When and how often the sizes in type names are evaluated.
 #include <alloca.h>
+#include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
 
@@ -76,7 +78,56 @@ static int edit(const char *a, const char *b) {
     return d[n][m];
 }
 
+static int sizes_told[32], told_count;
+static int told(int n) { return sizes_told[told_count++ & 31] = n; }
+static void show(const char *what, int n) {
+    printf("%s %d:", what, n);
+    for (int i = 0; i < told_count; i++) printf(" %d", sizes_told[i]);
+    putchar('\n'), told_count = 0;
+}
+static int nested(int n, int a[][told(n + 1)], int (*c)[sizeof *a]) { return (int)(sizeof *a + sizeof *c); }
+static int (*taken(int n, ...))[3] {
+    va_list list;
+    va_start(list, n);
+    typeof(int(*)[told(n)]) p = va_arg(list, typeof(int(*)[told(n + 1)]));
+    va_end(list);
+    return (int(*)[3])p;
+}
+static void type_names(void) {
+    int a[4][3] = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}, {10, 11, 12}}, n = 3, i = 0;
+    void *p = a;
+    show("cast", ((int(*)[told(n)])p)[2][1] + (*((int(*)[2][told(3)])p + 1))[1][2]);
+    show("not reached", (n > 5 && (int(*)[told(n)])p) + (n < 5 || sizeof(int[told(n)])) +
+                            (n ? 3 : (int)sizeof(*(int(*)[told(n)])p)));
+    show("reached", (n < 5 && (int(*)[told(n)])p) + (n > 5 || sizeof(int[told(n)])) +
+                        (n ? (int)sizeof(*(int(*)[told(n)])p) : 3));
+    int b = (told(1), (int)sizeof(char[told(2)]));
+    show("comma", b);
+    show("element", (int)sizeof((*(int(*)[2][told(5)])p)[i++]) + i);
+    for (i = 1; i < 4; i++) {
+        typeof((int(*)[told(i)])p) q = p, r = q + 1; // the operand once for both
+        typedef int row[told(i + 10)];
+        row *s = p;
+        static char (*kept)[2];
+        b += (int)(sizeof *q + (size_t)((char *)r - (char *)q) + sizeof *s + sizeof(row) + (kept == 0));
+    }
+    show("declared", b);
+    i = 0;
+    while ((int)sizeof(char[told(++i)]) < 4 && ((char(*)[told(i + 5)])p)[0]) b++;
+    show("loop", b);
+    typeof(i++, n) plain = 5; // no size in it: not evaluated
+    show("plain", plain + i + (int)(sizeof(typeof((int(*)[told(i)])p)) / sizeof p));
+    int(**at)[3] = &(typeof(told(9), (int(*)[n])p)){a + 1};
+    show("literal", (**at)[1]);
+    show("stepped", (*((typeof(told(8), (int(*)[n])p)){a} += 2))[0]);
+    show("incremented", (*++(int(*)[told(3)]){p})[1]);
+    show("difference", (int)((int(*)[told(3)])(a + 3) - (int(*)[3])p));
+    show("parameters", nested(5, 0, 0));
+    show("arguments", (*taken(7, a + 2))[1]);
+}
+
 int main(void) {
+    type_names();
     int n = 3, m = 4;
     int a[n][m], once[side(&n)];
     n = 3;

@@ -108,7 +108,7 @@ class LOWER {
     std::unordered_map<const clang::Decl *, MSYM *> locals;
     std::unordered_map<const clang::Decl *, MSYM *> vla_sizes; // size in bytes of a variable array
     std::unordered_map<const clang::Expr *, MSYM *>
-        vla_counts; // evaluated element counts, by size expression
+        vla_counts; // evaluated element counts, by size expression; null for the operand of a typeof
     std::unordered_map<const clang::Decl *, int> label_numbers;
     // Computed gotos: the labels whose address is taken, in order of the source; the address is the place in this list,
     // counted from 1, and all computed gotos go through one switch at the end of the function.
@@ -194,6 +194,9 @@ class LOWER {
     void declaration(const clang::DeclStmt *);
     void local_variable(const clang::VarDecl *);
     void variable_array(const clang::VarDecl *);
+    // What an appearance of the type evaluates, in order: bounds of arrays and operands of typeof, the source's typedefs
+    // apart (they are evaluated where they stand).
+    std::vector<const clang::Expr *> size_expressions(clang::QualType);
     void evaluate_array_sizes(clang::QualType);
     void for_loop(const clang::ForStmt *);
     void while_loop(const clang::WhileStmt *);

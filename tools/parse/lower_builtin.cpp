@@ -55,6 +55,7 @@ MNODE *LOWER::call(const CallExpr *e) {
 
 // va_arg: arguments lie in memory one after the other in 4-byte slots; 8-byte things are aligned to 8.
 MNODE *LOWER::lower_va_arg(const VAArgExpr *e) {
+    evaluate_array_sizes(e->getWrittenTypeInfo()->getType());
     TYPE *type = unqualified(e->getType());
     TYPE *cp = pointer_to(char_t()), *cpp = pointer_to(cp);
     MNODE *list = lvalue(e->getSubExpr());

@@ -114,6 +114,10 @@ MSYM *LOWER::function_symbol(const FunctionDecl *f) {
 }
 
 void LOWER::common_attributes(MSYM *s, const Decl *d) {
+    if (d->hasAttr<OverloadableAttr>())
+        refuse(d->getLocation(), "one name for several functions (overloadable)");
+    if (d->hasAttr<LoaderUninitializedAttr>())
+        refuse(d->getLocation(), "an object without first value (loader_uninitialized)");
     auto add = [&](int number, std::vector<std::string> args = {}) {
         m.add_pragma(s, m.pragma(number, args));
     };
@@ -598,7 +602,8 @@ void LOWER::parameters(const FunctionDecl *f) {
         if (!q->isVariablyModifiedType()) continue;
         position = psn_of(p->getLocation());
         if (auto *v = dyn_cast_or_null<VariableArrayType>(ctx.getAsArrayType(q))) {
-            if (v->getSizeExpr() && v->getSizeExpr()->HasSideEffects(ctx)) effect(v->getSizeExpr());
+            const Expr *size = v->getSizeExpr();
+            if (size && (size->HasSideEffects(ctx) || needs_statements(size))) effect(size);
             q = v->getElementType();
         }
         evaluate_array_sizes(q);

@@ -30,8 +30,9 @@ uint64_t LOWER::alignment_of(const Expr *e) {
                                                  : std::min(of_array, lowest(ctx.getTypeSize(element)));
     };
     if (auto *s = dyn_cast<ArraySubscriptExpr>(e))
-        return s->getBase()->getType()->isVectorType() ? ctx.getTypeAlign(e->getType())
-                                                       : element_of(s->getBase(), e->getType());
+        return s->getBase()->getType()->isVectorType()
+                   ? std::min(alignment_of(s->getBase()), uint64_t(ctx.getTypeAlign(e->getType())))
+                   : element_of(s->getBase(), e->getType());
     if (auto *u = dyn_cast<UnaryOperator>(e); u && u->getOpcode() == UO_Deref)
         return element_of(u->getSubExpr(), e->getType());
     if (auto *m_expr = dyn_cast<MemberExpr>(e)) {
@@ -42,12 +43,23 @@ uint64_t LOWER::alignment_of(const Expr *e) {
         return std::min(base, lowest(ctx.getFieldOffset(f)));
     }
     if (isa<DeclRefExpr>(e)) return ~uint64_t(0);
+    // records and wide vectors, whose values are places
+    if (auto *c = dyn_cast<ConditionalOperator>(e))
+        return std::min(alignment_of(c->getTrueExpr()), alignment_of(c->getFalseExpr()));
+    if (auto *b = dyn_cast<BinaryOperator>(e); b && (b->isAssignmentOp() || b->isCommaOp()))
+        return alignment_of(b->isCommaOp() ? b->getRHS() : b->getLHS());
+    if (auto *c = dyn_cast<CastExpr>(e);
+        c && (c->getCastKind() == CK_LValueToRValue || c->getCastKind() == CK_NoOp ||
+              (c->getCastKind() == CK_BitCast && c->getType()->isVectorType())))
+        return alignment_of(c->getSubExpr());
     return ctx.getTypeAlign(e->getType());
 }
 
 // What a pointer points to, where only `align` bits of alignment are known: a member of a packed record says so.
 MNODE *LOWER::deref_at(MNODE *pointer, TYPE *type, uint64_t align) {
-    if (type->is_array() || type->is_func() || align >= type->align) return deref(pointer, type);
+    bool no_access =
+        type->is_func() || (type->is_array() && !type->is_vector()); // a vector counts as an array
+    if (no_access || align >= type->align) return deref(pointer, type);
     TYPE *&packed = packed_types[{type, align}];
     if (!packed) {
         packed = m.package->mk_csu(K_struct, "", type->size, uint32_t(align), false, 0, true);
@@ -166,6 +178,7 @@ MNODE *LOWER::convert(MNODE *v, TYPE *to) {
 
 MNODE *LOWER::lower_cast(const CastExpr *c) {
     const Expr *sub = c->getSubExpr();
+    if (auto *written = dyn_cast<ExplicitCastExpr>(c)) evaluate_array_sizes(written->getTypeAsWritten());
     TYPE *to = c->getType()->isVoidType() ? void_t() : type_of(c->getType().getUnqualifiedType());
     switch (c->getCastKind()) {
     case CK_AtomicToNonAtomic:
@@ -299,6 +312,7 @@ MNODE *LOWER::compound_literal(const CompoundLiteralExpr *c) {
             it != symbols.end() ? it->second : (symbols[key] = anonymous_static(c->getInitializer(), q));
         return m.name(s);
     }
+    evaluate_array_sizes(c->getTypeSourceInfo()->getType());
     QualType body = q;
     body.removeLocalConst();
     MSYM *s = temp(type_of(body));
@@ -363,7 +377,8 @@ MNODE *LOWER::lvalue(const Expr *e) {
         MNODE *record;
         if (x->isArrow()) {
             MNODE *p = rvalue(x->getBase());
-            record = deref(p, type_of(x->getBase()->getType()->getPointeeType()));
+            QualType of = x->getBase()->getType()->getPointeeType(); // its typedef may lower the alignment
+            record = deref_at(p, type_of(of), ctx.getTypeAlign(of));
         } else record = x->getBase()->isGLValue() ? lvalue(x->getBase()) : record_value(x->getBase());
         return member(record, f, type);
     }
@@ -415,7 +430,7 @@ MNODE *LOWER::record_value(const Expr *e) {
             MNODE *first = nullptr;
             MNODE *lv = stable_lvalue(b->getLHS(), first);
             MNODE *set = m.node(STASG, type, lv, record_value(b->getRHS()));
-            return m.node(UMULT, type, comma_op(first, comma_op(set, address_of(m.copy(lv)))));
+            return deref_at(comma_op(first, comma_op(set, address_of(m.copy(lv)))), type, alignment_of(e));
         }
         if (b->getOpcode() == BO_Comma) {
             if (needs_statements(b->getRHS())) {
@@ -424,7 +439,7 @@ MNODE *LOWER::record_value(const Expr *e) {
             }
             MNODE *left = is_record(b->getLHS()->getType()) ? address_of(record_value(b->getLHS()))
                                                             : rvalue(b->getLHS());
-            return m.node(UMULT, type, comma_op(left, address_of(record_value(b->getRHS()))));
+            return deref_at(comma_op(left, address_of(record_value(b->getRHS()))), type, alignment_of(e));
         }
         break;
     }
@@ -442,12 +457,13 @@ MNODE *LOWER::record_value(const Expr *e) {
             emit(m.node(ASG, kept->type, m.name(kept),
                         convert(address_of(record_value(c->getFalseExpr())), kept->type)));
             emit_label(end);
-            return deref(m.name(kept), type);
+            return deref_at(m.name(kept), type, alignment_of(e));
         }
         TYPE *p = pointer_to(type);
         MNODE *a = convert(address_of(record_value(c->getTrueExpr())), p);
         MNODE *b = convert(address_of(record_value(c->getFalseExpr())), p);
-        return m.node(UMULT, type, m.node(QUEST, p, condition(c->getCond()), m.node(COLON, p, a, b)));
+        MNODE *chosen = m.node(QUEST, p, condition(c->getCond()), m.node(COLON, p, a, b));
+        return deref_at(chosen, type, alignment_of(e));
     }
     case Stmt::StmtExprClass: return statement_expression(cast<StmtExpr>(e), true);
     case Stmt::ImplicitCastExprClass:
@@ -574,10 +590,9 @@ MNODE *LOWER::rvalue(const Expr *e) {
         TYPE *t = type_of(e->getType());
         QualType q = u->getTypeOfArgument();
         if (u->getKind() == UETT_SizeOf && q->isVariableArrayType()) {
-            if (!u->isArgumentType() &&
-                u->getArgumentExpr()->IgnoreParens()->getStmtClass() != Stmt::DeclRefExprClass)
-                effect(u->getArgumentExpr());
-            evaluate_array_sizes(q);
+            const Expr *of = u->isArgumentType() ? nullptr : u->getArgumentExpr();
+            if (!of) evaluate_array_sizes(u->getArgumentType());
+            else if (of->HasSideEffects(ctx) || needs_statements(of)) effect(of);
             return convert(array_bytes(q), t);
         }
         return icon(int64_t(e->EvaluateKnownConstInt(ctx).getZExtValue()), t);

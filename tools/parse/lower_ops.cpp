@@ -238,11 +238,13 @@ MNODE *LOWER::compound_assignment(const CompoundAssignOperator *b) {
     if (auto *a = left_q->getAs<AtomicType>()) left_q = a->getValueType();
     TYPE *left_t = unqualified(left_q);
     if (left_q->isPointerType()) {
+        // The left side comes first: it may hold the size of what the pointer points to.
+        MNODE *lv = b->getLHS()->getType()->isAtomicType() ? nullptr : lvalue(b->getLHS());
         MNODE *zero = null_pointer(left_t);
         MNODE *sum = pointer_arithmetic(zero, b->getRHS(), left_q->getPointeeType(), false);
         MNODE *bytes = sum->right;
-        if (MNODE *v = atomic_update(b->getLHS(), kind, bytes, false)) return v;
-        return m.node(kind == BO_Add ? PLUSASG : MINUSASG, left_t, lvalue(b->getLHS()), bytes);
+        if (!lv) return atomic_update(b->getLHS(), kind, bytes, false);
+        return m.node(kind == BO_Add ? PLUSASG : MINUSASG, left_t, lv, bytes);
     }
     if (b->isShiftAssignOp()) refuse_uneven_shift(b);
     TYPE *work = unqualified(b->getComputationLHSType());
@@ -277,8 +279,8 @@ MNODE *LOWER::increment(const UnaryOperator *u) {
     }
     TYPE *t = unqualified(q);
     if (q->isPointerType()) {
-        MNODE *bytes = element_size(q->getPointeeType(), int_t());
-        return m.node(post ? (inc ? PLUSPLUS : MINMIN) : (inc ? PLUSASG : MINUSASG), t, lvalue(sub), bytes);
+        MNODE *lv = lvalue(sub), *bytes = element_size(q->getPointeeType(), int_t());
+        return m.node(post ? (inc ? PLUSPLUS : MINMIN) : (inc ? PLUSASG : MINUSASG), t, lv, bytes);
     }
     TYPE *plain = t->is_enum() ? t->underlying_type() : t;
     if (t->is_bool()) {

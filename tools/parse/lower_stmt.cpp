@@ -30,7 +30,8 @@ void LOWER::emit_cbranch(MNODE *c, int label_if_false) {
     emit(m.node(CBRANCH, void_t(), c, m.label(label_if_false, void_t())));
 }
 
-// Whether lowering this needs statements of its own: a statement expression or a compound literal anywhere inside.
+// Whether lowering this needs statements of its own: a statement expression, a compound literal or a type whose sizes are
+// to be evaluated, anywhere inside.
 bool LOWER::needs_statements(const Stmt *s) {
     if (!s) return false;
     std::vector<const Stmt *> todo{s};
@@ -39,9 +40,18 @@ bool LOWER::needs_statements(const Stmt *s) {
         todo.pop_back();
         if (isa<StmtExpr>(at)) return true;
         if (auto *l = dyn_cast<CompoundLiteralExpr>(at); l && !l->isFileScope()) return true;
-        if (auto *t = dyn_cast<UnaryExprOrTypeTraitExpr>(at);
-            t && !t->getTypeOfArgument()->isVariableArrayType())
+        if (auto *t = dyn_cast<UnaryExprOrTypeTraitExpr>(at)) {
+            if (t->getKind() != UETT_SizeOf || !t->getTypeOfArgument()->isVariableArrayType()) continue;
+            if (!t->isArgumentType()) {
+                if (t->getArgumentExpr()->HasSideEffects(ctx)) return true;
+                todo.push_back(t->getArgumentExpr());
+            } else if (!size_expressions(t->getArgumentType()).empty()) return true;
             continue;
+        }
+        auto *cast = dyn_cast<ExplicitCastExpr>(at);
+        auto *arg = dyn_cast<VAArgExpr>(at);
+        if (cast && !size_expressions(cast->getTypeAsWritten()).empty()) return true;
+        if (arg && !size_expressions(arg->getWrittenTypeInfo()->getType()).empty()) return true;
         for (const Stmt *c : at->children())
             if (c) todo.push_back(c);
     }
@@ -564,11 +574,11 @@ void LOWER::declaration(const DeclStmt *s) {
         if (auto *v = dyn_cast<VarDecl>(d)) {
             position = psn_of(v->getLocation());
             if (v->hasGlobalStorage()) {
+                evaluate_array_sizes(v->getType());
                 if (v->isStaticLocal() || v->isUsed(false) || v->isReferenced()) variable_symbol(v);
             } else local_variable(v);
         } else if (auto *td = dyn_cast<TypedefNameDecl>(d)) {
-            if (td->getUnderlyingType()->isVariablyModifiedType())
-                evaluate_array_sizes(td->getUnderlyingType());
+            evaluate_array_sizes(td->getUnderlyingType());
         }
     }
 }
@@ -587,31 +597,47 @@ void LOWER::local_variable(const VarDecl *v) {
             s->align = uint32_t(std::max<int64_t>(s->align, ctx.toBits(ctx.getDeclAlign(v))));
         pending_locals.push_back(s);
     }
-    if (v->getType()->isVariablyModifiedType()) evaluate_array_sizes(v->getType());
+    evaluate_array_sizes(v->getType());
     if (v->getType()->isVariableArrayType()) variable_array(v);
     else if (v->getInit()) initialise(m.name(s), v->getInit(), v->getType());
     if (v->hasAttr<CleanupAttr>()) cleanups.push_back({v, nullptr});
 }
 
-// Evaluates the bounds of variable arrays in a type once, where the declaration stands.
+std::vector<const Expr *> LOWER::size_expressions(QualType q) {
+    std::vector<const Expr *> found;
+    while (q->isVariablyModifiedType() && !isa<TypedefType>(q)) {
+        if (auto *t = dyn_cast<TypeOfExprType>(q)) {
+            found.push_back(t->getUnderlyingExpr());
+            break;
+        }
+        QualType plain = q.getSingleStepDesugaredType(ctx);
+        if (plain != q) q = plain;
+        else if (auto *p = dyn_cast<clang::PointerType>(q)) q = p->getPointeeType();
+        else if (auto *f = dyn_cast<clang::FunctionType>(q)) q = f->getReturnType();
+        else if (auto *at = dyn_cast<AtomicType>(q)) q = at->getValueType();
+        else if (auto *a = dyn_cast<clang::ArrayType>(q)) {
+            auto *v = dyn_cast<VariableArrayType>(a);
+            if (v && v->getSizeExpr()) found.push_back(v->getSizeExpr());
+            q = a->getElementType();
+        } else break;
+    }
+    found.erase(std::remove_if(found.begin(), found.end(), [&](auto *e) { return vla_counts.count(e); }),
+                found.end());
+    return found;
+}
+
+// Evaluates the bounds of variable arrays in a type once, where the type stands in the source.
 void LOWER::evaluate_array_sizes(QualType q) {
-    while (true) {
-        if (auto *p = q->getAs<PointerType>()) {
-            q = p->getPointeeType();
-            continue;
+    for (const Expr *e : size_expressions(q)) {
+        MSYM *count = nullptr;
+        if (e->getType()->isVariablyModifiedType()) { // the operand of a typeof: a bound is an integer
+            if (e->HasSideEffects(ctx) || needs_statements(e)) effect(e);
+        } else {
+            MNODE *value = convert(rvalue(e), uint_t());
+            count = temp(uint_t());
+            emit(m.node(ASG, uint_t(), m.name(count), value));
         }
-        const ArrayType *a = ctx.getAsArrayType(q);
-        if (!a) return;
-        if (auto *v = dyn_cast<VariableArrayType>(a)) {
-            const Expr *e = v->getSizeExpr();
-            if (e && !vla_counts.count(e)) {
-                MNODE *value = convert(rvalue(e), uint_t());
-                MSYM *count = temp(uint_t());
-                emit(m.node(ASG, uint_t(), m.name(count), value));
-                vla_counts[e] = count;
-            }
-        }
-        q = a->getElementType();
+        vla_counts[e] = count;
     }
 }
 
@@ -625,10 +651,12 @@ MNODE *LOWER::array_bytes(QualType q) {
                           array_bytes(a->getElementType()));
         return icon(int64_t(size_of(q)), uint_t());
     }
-    if (v->getSizeExpr() && !vla_counts.count(v->getSizeExpr())) evaluate_array_sizes(q);
-    MSYM *count = vla_counts[v->getSizeExpr()];
-    if (!count) refuse(SourceLocation(), "a variable array of unknown size");
-    return m.node(MULT, uint_t(), m.name(count), array_bytes(v->getElementType()));
+    auto count = vla_counts.find(v->getSizeExpr());
+    if (count == vla_counts.end()) {
+        const Expr *size = v->getSizeExpr();
+        refuse(size ? size->getBeginLoc() : SourceLocation(), "a variable array of unknown size");
+    }
+    return m.node(MULT, uint_t(), m.name(count->second), array_bytes(v->getElementType()));
 }
 
 void LOWER::variable_array(const VarDecl *v) {

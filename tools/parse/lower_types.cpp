@@ -63,13 +63,15 @@ TYPE *LOWER::type_of(QualType q) {
         t = p->mk_ptr(type_of(ptr->getPointeeType()));
     } else if (auto *a = dyn_cast<ConstantArrayType>(ty)) {
         t = p->mk_array(type_of(a->getElementType()), false, a->getSize().getZExtValue());
-    } else if (auto *ia = dyn_cast<IncompleteArrayType>(ty)) {
-        t = p->mk_array_full(type_of(ia->getElementType()), false, 0, false, false, 0,
-                             uint32_t(ctx.getTypeAlign(ia->getElementType())));
-    } else if (auto *va = dyn_cast<VariableArrayType>(ty)) {
-        t = p->mk_array_full(type_of(va->getElementType()), false, 0, false, false, 0,
-                             uint32_t(ctx.getTypeAlign(va->getElementType())));
+    } else if (auto *a = dyn_cast<ArrayType>(ty)) {
+        // No array has elements of unknown size: the inner variable ones fall away, as all sizes are computed.
+        QualType of = a->getElementType();
+        while (auto *inner = ctx.getAsVariableArrayType(of)) of = inner->getElementType();
+        t = p->mk_array_full(type_of(of), false, 0, false, false, 0, uint32_t(ctx.getTypeAlign(of)));
     } else if (auto *v = dyn_cast<VectorType>(ty)) {
+        uint64_t lanes = v->getNumElements();
+        if (lanes & (lanes - 1) || ctx.getTypeSize(v) != lanes * ctx.getTypeSize(v->getElementType()))
+            refuse(SourceLocation(), "a vector whose lanes do not fill a power of two of bytes");
         if (is_wide_vector(QualType(ty, 0))) t = wide_vector_type(v);
         else t = p->mk_vector(type_of(v->getElementType()), v->getNumElements());
     } else if (auto *f = dyn_cast<clang::FunctionType>(ty)) {
@@ -153,6 +155,8 @@ TYPE *LOWER::record_type(const RecordDecl *d, SourceLocation) {
     uint32_t align = 8;
     if (def) {
         if (def->isInvalidDecl()) refuse(d->getLocation(), "an invalid record");
+        if (def->hasAttr<MSStructAttr>())
+            refuse(d->getLocation(), "a record in another system's layout (ms_struct)");
         const ASTRecordLayout &layout = ctx.getASTRecordLayout(def);
         size = uint64_t(ctx.toBits(layout.getSize()));
         align = uint32_t(ctx.toBits(layout.getAlignment()));

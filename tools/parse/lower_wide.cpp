@@ -25,6 +25,7 @@ namespace {
 struct OBJECT { // a wide vector by its address, or a narrow one by value, or a count for all lanes
     MSYM *address = nullptr, *value = nullptr, *scalar = nullptr;
     TYPE *lane = nullptr;
+    uint64_t align = ~uint64_t(0); // bits, of the address
 };
 
 } // namespace
@@ -43,7 +44,8 @@ struct WIDE_LOWER {
     OBJECT operand(const Expr *e) {
         OBJECT o;
         o.lane = lane_type(e->getType());
-        if (l.is_wide_vector(e->getType())) o.address = l.keep(l.address_of(l.record_value(e)), first);
+        if (l.is_wide_vector(e->getType()))
+            o.address = l.keep(l.address_of(l.record_value(e)), first), o.align = l.alignment_of(e);
         else o.value = l.keep(l.rvalue(e), first);
         return o;
     }
@@ -64,7 +66,7 @@ struct WIDE_LOWER {
         TYPE *p = l.pointer_to(type);
         MNODE *a = l.m.node(PCONV, p, l.m.name(o.address));
         if (bytes) a = l.m.node(PLUS, p, a, l.icon(int64_t(bytes), l.int_t()));
-        return l.m.node(UMULT, type, a);
+        return l.deref_at(a, type, o.align);
     }
     MNODE *lane(const OBJECT &o, unsigned i) {
         return o.address ? at(o, i * o.lane->size / 8, o.lane) : l.lane_of(o.value, i);
@@ -120,9 +122,10 @@ MNODE *LOWER::wide_vector_value(const Expr *e) {
         MNODE *first = nullptr, *lv = stable_lvalue(c->getLHS(), first);
         OBJECT b = c->isShiftAssignOp() ? w.count_operand(c->getRHS()) : w.operand(c->getRHS()), a;
         a.address = keep(address_of(m.copy(lv)), w.first), a.lane = w.lane_type(q);
+        a.align = alignment_of(c->getLHS());
         MNODE *sum = w.operation(BinaryOperator::getOpForCompoundAssignment(c->getOpcode()), a, b, q, q);
         MNODE *set = m.node(STASG, unqualified(q), lv, sum);
-        return m.node(UMULT, unqualified(q), comma_op(first, comma_op(set, address_of(m.copy(lv)))));
+        return deref_at(comma_op(first, comma_op(set, address_of(m.copy(lv)))), unqualified(q), a.align);
     }
     if (auto *b = dyn_cast<BinaryOperator>(e)) {
         if (b->isAssignmentOp() || b->isCommaOp()) return nullptr;
@@ -144,7 +147,8 @@ MNODE *LOWER::wide_vector_value(const Expr *e) {
         }
         if (c->getCastKind() != CK_BitCast) return nullptr;
         TYPE *t = unqualified(q);
-        return m.node(UMULT, t, m.node(PCONV, pointer_to(t), address_of(record_value(c->getSubExpr()))));
+        MNODE *place = address_of(record_value(c->getSubExpr()));
+        return deref_at(m.node(PCONV, pointer_to(t), place), t, alignment_of(e));
     }
     return vector_rearranged(e);
 }
@@ -184,6 +188,12 @@ void LOWER::refuse_uneven_shift(const BinaryOperator *b) {
 void LOWER::initialise_wide_vector(MNODE *lv, const InitListExpr *list, QualType q) {
     WIDE_LOWER w{*this};
     TYPE *t = w.lane_type(q), *p = pointer_to(t);
+    if (lv->op == STDOT) { // a member may have less than the type's alignment
+        MSYM *whole = temp(unqualified(q));
+        initialise_wide_vector(m.name(whole), list, q);
+        emit(m.node(STASG, whole->type, lv, m.name(whole)));
+        return;
+    }
     MSYM *to = temp(p);
     emit(m.node(ASG, p, m.name(to), m.node(PCONV, p, address_of(lv))));
     OBJECT o;
@@ -203,5 +213,5 @@ MNODE *LOWER::wide_vector_lane(const ArraySubscriptExpr *a, TYPE *type) {
     MNODE *address = m.node(PCONV, p, address_of(base->isGLValue() ? lvalue(base) : record_value(base)));
     MNODE *index = convert(rvalue(a->getIdx()), int_t());
     MNODE *bytes = m.node(MULT, int_t(), index, icon(int64_t(type->size / 8), int_t()));
-    return m.node(UMULT, type, m.node(PLUS, p, address, bytes));
+    return deref_at(m.node(PLUS, p, address, bytes), type, alignment_of(a));
 }

@@ -20,6 +20,7 @@
 #include "clang/Lex/Preprocessor.h"
 #include "clang/Tooling/Tooling.h"
 
+#include "tools/parse/attributes.h"
 #include "tools/parse/lower.h"
 
 using namespace clang;
@@ -108,6 +109,7 @@ class LOWER_CONSUMER : public ASTConsumer {
 };
 
 void add_pragma_handlers(CompilerInstance &ci) {
+    add_refused_pragmas(ci.getPreprocessor());
     for (auto &row : source_pragma_rows)
         ci.getPreprocessor().AddPragmaHandler(
             new QL_PRAGMA_HANDLER(PRAGMA::name(row.number), row.number, row.of_function));
