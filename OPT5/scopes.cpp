@@ -79,12 +79,12 @@ void LS_close(const PSN *psn, SYMTAB *, unsigned) {
 
 void LS::add_symbol(SYMTAB *s) { s->scope = this; }
 
-void LS::assign_scope_to_tree(NODE *tree) {
-    for_each_node(tree, [this](NODE *n) { n->scope = this; });
-}
+void LS::assign_scope_to_tree(NODE *tree) { LS_assign_scope_to_tree(this, tree); }
 
 void LS_add_symbol(LS *scope, SYMTAB *s) { scope->add_symbol(s); }
-void LS_assign_scope_to_tree(LS *scope, NODE *tree) { scope->assign_scope_to_tree(tree); }
+void LS_assign_scope_to_tree(LS *scope, NODE *tree) {
+    for_each_node(tree, [scope](NODE *n) { n->scope = scope; });
+}
 
 void LS_initialize_scopes_and_ptrs_from_tree(NODE *tree) {
     for_each_node(tree, [](NODE *n) {

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <deque>
 #include <vector>
 
 #include "OPT5/bbutils.h"
@@ -615,8 +616,10 @@ struct PASSED {
     std::vector<const char *> since; // names of passes
     size_t barriers = 0;             // those of `quick_barriers` that were there then
 };
-flat_map<PASSED *> passed; // by FUNINFO; null when its body has gone
-size_t passed_records;     // of all of them
+flat_map<PASSED *> passed;           // by FUNINFO; null when its body has gone
+std::deque<PASSED> passed_store;     // what the map points to, and
+std::vector<PASSED *> passed_unused; // those of bodies that have gone, empty
+size_t passed_records;               // of all of them
 std::vector<const char *> quick_barriers;
 
 // The entry of the current function; null when there is none.
@@ -626,7 +629,13 @@ PASSED *find_passed() {
 }
 PASSED &find_or_make_passed() {
     PASSED *&entry = passed[currfuninfo];
-    if (!entry) entry = new PASSED;
+    if (entry) return *entry;
+    if (passed_unused.empty()) {
+        entry = &passed_store.emplace_back();
+    } else {
+        entry = passed_unused.back();
+        passed_unused.pop_back();
+    }
     return *entry;
 }
 
@@ -647,7 +656,8 @@ void forget_check(FUNINFO *f) {
     PASSED **last = passed.find(f);
     if (!last || !*last) return;
     passed_records -= (*last)->records;
-    delete *last;
+    **last = PASSED();
+    passed_unused.push_back(*last);
     *last = nullptr;
 }
 

@@ -4,6 +4,7 @@
 #include "OPT5/pragma.h"
 #include "OPT5/read.h"
 #include "OPT5/readexpr.h"
+#include "OPT5/restrict.h"
 #include "OPT5/writetree.h"
 #include "tests/unit/OPT5/trees_world.h"
 
@@ -38,6 +39,7 @@ struct client_trees : trees_world {
         color = tp->mk_enum("color", u, 32, 32, false);
         tp->type_frozen(color);
     }
+    ~client_trees() override { erase_PTR_entries(&info); }
     NODE *label(int n) {
         NODE *l = new NODE(LABEL, tp->void_type());
         l->mk_label(n);
