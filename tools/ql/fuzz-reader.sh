@@ -3,7 +3,11 @@
 # Two hunters side by side, each with the address and undefined-behaviour sanitizers: the file library alone, in process
 # (libFuzzer; what it accepts is written and read again), and qlopt as a whole, one process a file (AFL++).
 minutes=10
-[ "${1:-}" = --minutes ] && minutes=$2
+if [ "${1:-}" = --minutes ] && [[ ${2:-} =~ ^[0-9]+$ ]]; then minutes=$2
+elif [ $# -gt 0 ]; then
+    echo "usage: ./ql fuzz-reader [--minutes N]" >&2
+    exit 2
+fi
 install "${build_packages[@]}" "${run_packages[@]}" "${fuzz_packages[@]}" libclang-rt-14-dev
 work=${QL_OUT:-$build/fuzz-reader}
 mkdir -p "$work/seeds"
