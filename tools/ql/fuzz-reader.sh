@@ -47,6 +47,6 @@ wait $reader || reader_status=$?
 wait $whole || true
 crashes=$(find "$work/afl/default/crashes" "$work/afl/default/hangs" -name 'id*' 2>/dev/null | wc -l)
 execs=$(sed -n 's/^execs_done *: *//p' "$work/afl/default/fuzzer_stats" 2>/dev/null || echo 0)
-runs=$(sed -n 's/^#\([0-9]*\).*/\1/p' "$work/reader.log" | tail -1)
+runs=$(sed -n 's/^#\([0-9][0-9]*\).*/\1/p' "$work/reader.log" | tail -1)
 say "library: $runs runs, status $reader_status; qlopt: ${execs:-0} runs, $crashes findings; kept in $work"
 [ $reader_status -eq 0 ] && [ "$crashes" -eq 0 ]
